@@ -1,0 +1,85 @@
+// Reading, writing and running. See console.h.
+#include "apps/vlisp/console.h"
+
+#include "platform/text.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <iterator>
+
+namespace vlisp::app {
+namespace {
+
+int outputFailure = 0;
+
+bool readStandardInput(std::string& bytes) {
+    char block[65536];
+    while (const std::size_t count = std::fread(block, 1, sizeof block, stdin))
+        bytes.append(block, count);
+    return std::ferror(stdin) == 0;
+}
+
+}  // namespace
+
+void writeLine(const std::string& text) {
+    // One write a line: what was shown is out, whatever happens next.
+    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
+                         std::fputc('\n', stdout) != EOF && std::fflush(stdout) == 0;
+    if (!written && outputFailure == 0) outputFailure = errno;
+}
+
+void writeLine(std::u16string_view text) { writeLine(platform::toUtf8(text)); }
+
+void writeError(const std::string& line) { std::cerr << line << '\n'; }
+
+int exitCodeOfOutput(int code) {
+    if (outputFailure == 0) return code;
+    writeError(std::string("vlisp: cannot write to standard output: ") +
+               std::strerror(outputFailure));
+    return exitError;
+}
+
+bool readSource(const std::string& path, std::u16string& source) {
+    std::string bytes;
+    std::string reason;
+    const bool isInput = path == "-";
+    const bool read = isInput ? readStandardInput(bytes) : platform::readFile(path, bytes, reason);
+    if (!read) {
+        writeError("vlisp: cannot read " + (isInput ? "standard input" : "'" + path + "'") +
+                   (reason.empty() ? "" : ": " + reason));
+        return false;
+    }
+    source = platform::fromUtf8(bytes);
+    return true;
+}
+
+std::u16string_view lineOf(std::u16string_view source, std::size_t number) {
+    for (std::size_t line = 1; line < number; ++line) {
+        const std::size_t end = source.find(u'\n');
+        if (end == std::u16string_view::npos) return {};
+        source.remove_prefix(end + 1);
+    }
+    source = source.substr(0, source.find(u'\n'));
+    if (source.ends_with(u'\r')) source.remove_suffix(1);
+    return source;
+}
+
+Lisp::Lisp(HeadlessHost::Sink shown) : host_(std::move(shown), [](std::u16string_view) {}) {
+    Module::fetchMainWindow();
+}
+
+LoadReport Lisp::load(const std::string& path, std::u16string_view source) {
+    LoadReport report;
+    host_.evaluate([&] { report = session().loadLispText(platform::fromUtf8(path), source); });
+    return report;
+}
+
+bool Lisp::evalString(std::u16string& text) {
+    bool succeeded = false;
+    host_.evaluate([&] { succeeded = session().EvalString(text); });
+    return succeeded;
+}
+
+}  // namespace vlisp::app

@@ -1,0 +1,96 @@
+// vlisp: LISP over drawings without the host's screen. The command line; each command is in a file
+// of its own (commands.h).
+// Tests: tests/cli/.
+#include "apps/vlisp/commands.h"
+#include "apps/vlisp/console.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <unistd.h>
+
+namespace {
+
+using namespace vlisp::app;
+
+struct Arguments {
+    std::string file;
+    std::vector<std::string> texts;
+    std::vector<std::string> files;
+    std::string topic;
+    bool runJson = false;
+    bool evalJson = false;
+    bool checkJson = false;
+    bool markdown = false;
+};
+
+void describe(CLI::App& app, Arguments& arguments) {
+    app.set_version_flag("--version", "vlisp " VLISP_VERSION, "Print the version and exit");
+    app.set_help_flag("-h,--help", "Print this help and exit");
+    app.require_subcommand(0, 1);
+    app.footer("Without a command: a command line when standard input is a terminal, otherwise\n"
+               "as 'vlisp eval'.\n\n"
+               "Exit codes: 0 success, 1 LISP reported an error or the checker has something to say,\n"
+               "2 the command line is wrong, 3 a file cannot be read.");
+
+    CLI::App* run = app.add_subcommand("run", "Load a LISP file");
+    run->add_option("FILE", arguments.file, "The file; - reads standard input")->required();
+    run->add_flag("--json", arguments.runJson,
+                  "Print one JSON object: the texts shown, and the final error text");
+
+    CLI::App* eval = app.add_subcommand("eval", "Evaluate texts in one session");
+    eval->add_option("TEXT", arguments.texts,
+                     "What to evaluate; without any, the lines of standard input");
+    eval->add_flag("--json", arguments.evalJson, "Print one JSON object a text");
+
+    CLI::App* check =
+        app.add_subcommand("check", "Tell what LISP would pass over in silence");
+    check->add_option("FILE", arguments.files, "The files; - reads standard input")->required();
+    check->add_flag("--json", arguments.checkJson, "Print the warnings as JSON");
+
+    CLI::App* help = app.add_subcommand("help", "Explain a command or a LISP name");
+    help->add_option("NAME", arguments.topic, "A command of vlisp, or a name such as CAR");
+    help->add_flag("--markdown", arguments.markdown, "Print the reference of all LISP names");
+}
+
+int help(const CLI::App& app, const Arguments& arguments) {
+    if (arguments.markdown) {
+        std::cout << referenceAsMarkdown();
+        return exitOk;
+    }
+    if (arguments.topic.empty()) {
+        std::cout << app.help();
+        return exitOk;
+    }
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        if (command->get_name() != arguments.topic) continue;
+        std::cout << command->help();
+        return exitOk;
+    }
+    if (const std::string text = helpForName(arguments.topic); !text.empty()) {
+        std::cout << text << '\n';
+        return exitOk;
+    }
+    std::string message = "vlisp: nothing is known as '" + arguments.topic + "'";
+    if (const std::string nearest = nearestName(arguments.topic); !nearest.empty())
+        message += "; did you mean " + nearest + "?";
+    writeError(message);
+    return exitUsage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("LISP for CAD drawings.", "vlisp");
+    Arguments arguments;
+    describe(app, arguments);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? exitOk : exitUsage;
+    }
+    if (app.got_subcommand("run")) return runFile(arguments.file, arguments.runJson);
+    if (app.got_subcommand("eval")) return evalTexts(arguments.texts, arguments.evalJson);
+    if (app.got_subcommand("check")) return checkFiles(arguments.files, arguments.checkJson);
+    if (app.got_subcommand("help")) return help(app, arguments);
+    return isatty(STDIN_FILENO) != 0 ? promptForTexts() : evalTexts({}, false);
+}

@@ -1,0 +1,2 @@
+#include "apps/vlisp/commands.h"
+namespace vlisp::app { int promptForTexts() { return 2; } }

@@ -1,0 +1,279 @@
+// Translation and matching of wildcard patterns. See wildcard.h.
+#include "builtins/wildcard.h"
+
+#include "platform/system.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <locale>
+#include <regex>
+
+namespace vlisp {
+namespace {
+
+// The translation of one character that is not ",", the back quote or an odd "~".
+std::u16string_view translateCharacter(std::u16string_view character) {
+    switch (character[0]) {
+    case u'#': return u"\\d";
+    case u'*': return u".*";
+    case u'?': return u".";
+    case u'@': return u"[a-zA-Z]";
+    case u'.': return u"\\W";
+    default: return character;  // On purpose: regular-expression syntax stays active.
+    }
+}
+
+// One element of a plain expression: it matches one unit, or (star) any number of them.
+struct PlainElement {
+    enum class Kind : std::uint8_t { literal, digit, letter, nonWord, anyUnit, star } kind;
+    char16_t unit = 0;
+
+    [[nodiscard]] bool matches(char16_t given) const noexcept {
+        const bool isDigit = given >= u'0' && given <= u'9';
+        const bool isLetter =
+            (given >= u'a' && given <= u'z') || (given >= u'A' && given <= u'Z');
+        switch (kind) {
+        case Kind::literal: return given == unit;
+        case Kind::digit: return isDigit;
+        case Kind::letter: return isLetter;
+        case Kind::nonWord: return !isDigit && !isLetter && given != u'_';
+        case Kind::anyUnit:
+        case Kind::star: return true;
+        }
+        return false;
+    }
+};
+
+bool isRegexSyntax(char16_t unit) {
+    return std::u16string_view(u"\\[](){}|+^$*?.").find(unit) != std::u16string_view::npos;
+}
+
+bool isWordUnit(char16_t unit) {
+    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') ||
+           (unit >= u'0' && unit <= u'9') || unit == u'_';
+}
+
+// The elements of an expression, if it is made of nothing but what plain wildcards translate to.
+bool readPlain(std::u16string_view expression, std::vector<PlainElement>& elements) {
+    using Kind = PlainElement::Kind;
+    constexpr std::u16string_view letters = u"[a-zA-Z]";
+    while (!expression.empty()) {
+        std::size_t length = 1;
+        if (expression.starts_with(u".*")) {
+            elements.push_back({Kind::star});
+            length = 2;
+        } else if (expression.starts_with(u'.')) {
+            elements.push_back({Kind::anyUnit});
+        } else if (expression.starts_with(letters)) {
+            elements.push_back({Kind::letter});
+            length = letters.size();
+        } else if (expression.starts_with(u"\\d")) {
+            elements.push_back({Kind::digit});
+            length = 2;
+        } else if (expression.starts_with(u"\\W")) {
+            elements.push_back({Kind::nonWord});
+            length = 2;
+        } else if (expression.front() == u'\\') {
+            if (expression.size() < 2 || isWordUnit(expression[1])) return false;
+            elements.push_back({Kind::literal, expression[1]});
+            length = 2;
+        } else {
+            if (isRegexSyntax(expression.front())) return false;
+            elements.push_back({Kind::literal, expression.front()});
+        }
+        // A quantifier behind an element belongs to the regular expressions.
+        expression.remove_prefix(length);
+        if (!expression.empty() && (expression.front() == u'*' || expression.front() == u'?'))
+            return false;
+    }
+    return true;
+}
+
+// Thrown by StepIterator when a back-tracking match has taken too many steps.
+struct TooManySteps {};
+
+// Walks a text and counts the looks at it, so that a match that explodes can be given up.
+class StepIterator {
+  public:
+    using iterator_category = std::bidirectional_iterator_tag;
+    using value_type = wchar_t;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const wchar_t*;
+    using reference = const wchar_t&;
+
+    StepIterator() = default;
+    StepIterator(const wchar_t* at, std::uint64_t* steps) : at_(at), steps_(steps) {}
+
+    reference operator*() const {
+        constexpr std::uint64_t most = 20'000'000;
+        if (++*steps_ > most) throw TooManySteps();
+        return *at_;
+    }
+    StepIterator& operator++() {
+        ++at_;
+        return *this;
+    }
+    StepIterator operator++(int) {
+        StepIterator before = *this;
+        ++at_;
+        return before;
+    }
+    StepIterator& operator--() {
+        --at_;
+        return *this;
+    }
+    StepIterator operator--(int) {
+        StepIterator before = *this;
+        --at_;
+        return before;
+    }
+    friend bool operator==(const StepIterator& a, const StepIterator& b) { return a.at_ == b.at_; }
+    friend bool operator!=(const StepIterator& a, const StepIterator& b) { return a.at_ != b.at_; }
+
+  private:
+    const wchar_t* at_ = nullptr;
+    std::uint64_t* steps_ = nullptr;
+};
+
+bool hasBackReference(std::u16string_view expression) {
+    for (std::size_t i = 0; i + 1 < expression.size(); ++i) {
+        if (expression[i] != u'\\') continue;
+        ++i;
+        if (expression[i] >= u'1' && expression[i] <= u'9') return true;
+    }
+    return false;
+}
+
+// How deeply groups are nested, escaped parentheses and those in brackets counted carelessly.
+std::size_t nestingOf(std::u16string_view expression) {
+    std::size_t depth = 0;
+    std::size_t deepest = 0;
+    for (std::size_t i = 0; i < expression.size(); ++i) {
+        if (expression[i] == u'\\') ++i;
+        else if (expression[i] == u'(') deepest = std::max(deepest, ++depth);
+        else if (expression[i] == u')' && depth > 0) --depth;
+    }
+    return deepest;
+}
+
+// std::regex for 16-bit units exists for wchar_t alone; each unit becomes one wchar_t.
+std::wstring widened(std::u16string_view text) { return std::wstring(text.begin(), text.end()); }
+
+bool matchCompiled(const std::wstring& text, const std::wstring& expression, bool backReferences) {
+    try {
+        std::wregex compiled;
+        compiled.imbue(std::locale::classic());
+        if (!backReferences) {
+            // The library's default matcher recurses once a character and explodes on nested
+            // repetition; this mode does neither, but knows no back-references.
+            compiled.assign(expression, std::regex_constants::ECMAScript |
+                                            std::regex_constants::__polynomial);
+            return std::regex_match(text, compiled);
+        }
+        compiled.assign(expression, std::regex_constants::ECMAScript);
+        std::uint64_t steps = 0;
+        return std::regex_match(StepIterator(text.data(), &steps),
+                                StepIterator(text.data() + text.size(), &steps), compiled);
+    } catch (const std::regex_error&) {
+        return false;
+    } catch (const TooManySteps&) {
+        return false;
+    }
+}
+
+}  // namespace
+
+std::vector<WildcardTranslation> translateWildcard(std::u16string_view pattern) {
+    std::vector<WildcardTranslation> alternatives(1);
+    std::u16string_view previous;  // what the previous character was translated to
+    for (std::size_t at = 0; at < pattern.size(); ++at) {
+        std::u16string& expression = alternatives.back().expression;
+        const std::u16string_view character = pattern.substr(at, 1);
+        if (character == u",") {
+            alternatives.emplace_back();
+        } else if (character == u"`") {
+            if (++at == pattern.size()) {
+                alternatives.back().complete = false;
+                break;
+            }
+            expression += u'\\';
+            expression += pattern[at];
+        } else {
+            const bool negates = character == u"~" && (at == 0 || previous == u"[");
+            previous = negates ? std::u16string_view(u"^") : translateCharacter(character);
+            expression += previous;
+        }
+    }
+    return alternatives;
+}
+
+bool matchesWildcard(std::u16string_view text, std::u16string_view pattern) {
+    for (const WildcardTranslation& alternative : translateWildcard(pattern)) {
+        if (!alternative.complete) continue;
+        const wildcard::Answer plain = wildcard::matchesPlain(text, alternative.expression);
+        if (plain == wildcard::Answer::yes) return true;
+        if (plain == wildcard::Answer::notPlain &&
+            wildcard::matchesExpression(text, alternative.expression))
+            return true;
+    }
+    return false;
+}
+
+namespace wildcard {
+
+Answer matchesPlain(std::u16string_view text, std::u16string_view expression) {
+    // A star stops at a line end, and then an earlier star may have to be tried again.
+    if (text.find_first_of(u"\r\n") != std::u16string_view::npos) return Answer::notPlain;
+    std::vector<PlainElement> elements;
+    if (expression.starts_with(u'^')) expression.remove_prefix(1);
+    if (!readPlain(expression, elements)) return Answer::notPlain;
+
+    // Greedy from the left; on a mismatch the last star takes one unit more. An earlier star never
+    // needs to be tried again: whatever it could reach, the last one can.
+    constexpr std::size_t none = static_cast<std::size_t>(-1);
+    std::size_t at = 0;
+    std::size_t next = 0;
+    std::size_t afterStar = none;
+    std::size_t starEnd = 0;
+    for (;;) {
+        if (next < elements.size() && elements[next].kind == PlainElement::Kind::star) {
+            afterStar = ++next;
+            starEnd = at;
+        } else if (at < text.size() && next < elements.size() && elements[next].matches(text[at])) {
+            ++at;
+            ++next;
+        } else if (at == text.size() && next == elements.size()) {
+            return Answer::yes;
+        } else if (afterStar != none && starEnd < text.size()) {
+            at = ++starEnd;
+            next = afterStar;
+        } else {
+            return Answer::no;
+        }
+    }
+}
+
+bool matchesExpression(std::u16string_view text, std::u16string_view expression) {
+    // The library parses nested groups, and follows chains of empty transitions, recursively; the
+    // default matcher recurses over the text as well.
+    constexpr std::size_t stackPerUnit = 2000;
+    constexpr std::size_t mostStates = 100'000;  // the library refuses expressions with more
+    constexpr std::size_t deepestNesting = 1000;
+    constexpr std::size_t longestWithBackReferences = 10'000;
+    const bool backReferences = hasBackReference(expression);
+    if (backReferences && text.size() > longestWithBackReferences) return false;
+    if (nestingOf(expression) > deepestNesting) return false;
+    std::size_t units = std::min(expression.size(), mostStates);
+    if (backReferences) units += text.size();
+    bool matched = false;
+    const std::wstring wideText = widened(text);
+    const std::wstring wideExpression = widened(expression);
+    platform::withStack(64 * 1024 + units * stackPerUnit, [&] {
+        matched = matchCompiled(wideText, wideExpression, backReferences);
+    });
+    return matched;
+}
+
+}  // namespace wildcard
+}  // namespace vlisp

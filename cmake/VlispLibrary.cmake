@@ -1,0 +1,39 @@
+# How every target of the project is compiled, and how a room's library is declared.
+
+add_library(vlisp_options INTERFACE)
+target_include_directories(vlisp_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(
+  vlisp_options
+  INTERFACE -Wall
+            -Wextra
+            -Wpedantic
+            -Wconversion
+            -Wsign-conversion
+            -Wshadow
+            -Wnon-virtual-dtor
+            -Wold-style-cast
+            -Wcast-qual
+            -Woverloaded-virtual
+            -Wformat=2
+            -Wimplicit-fallthrough
+            -Werror
+            # The same bits on every machine: no fused multiply-add behind our back.
+            -ffp-contract=off)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(vlisp_options INTERFACE -Wduplicated-cond -Wduplicated-branches
+                                                 -Wlogical-op -Wuseless-cast)
+endif()
+
+if(VLISP_SANITIZE)
+  set(sanitizers -fsanitize=${VLISP_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_compile_options(${sanitizers} -g1)
+  add_link_options(${sanitizers})
+endif()
+
+# vlisp_library(NAME SOURCES source... [USES library...])
+function(vlisp_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "" "SOURCES;USES")
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_link_libraries(${name} PUBLIC ${ARG_USES} PRIVATE vlisp_options)
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+endfunction()

@@ -1,0 +1,134 @@
+// Cells: the fields, the makers and the constants. See cell.h.
+#include "core/cell.h"
+
+#include "core/environment.h"
+#include "platform/text.h"
+
+#include <cstdio>
+
+namespace vlisp {
+
+const Cell NilCell = Cell::symbol(u"nil");
+const Cell FalseCell = NilCell;
+const Cell TrueCell = Cell::symbol(u"T");
+const Cell DotCell = Cell::symbol(u".");
+
+LambdaData::LambdaData(CellSlice lambdaForm, Environment* lambdaScope, SymbolRef lambdaName) noexcept
+    : HeapObject(ObjectKind::lambda), form(std::move(lambdaForm)), scope(lambdaScope),
+      name(std::move(lambdaName)) {}
+
+LambdaData::~LambdaData() = default;
+
+std::u16string_view Cell::text() const noexcept {
+    switch (type()) {
+    case CellType::Symbol:
+    case CellType::Integer: return textOf(static_cast<const SymbolData*>(object()));
+    case CellType::String:
+    case CellType::EntityName:
+    case CellType::SelectionSet: {
+        auto* buffer = static_cast<Buffer<char16_t>*>(object());
+        if (buffer == nullptr) return {};
+        return {buffer->slots() + rangeBegin(), rangeLength()};
+    }
+    case CellType::Lambda: return textOf(static_cast<const LambdaData*>(object())->name.get());
+    case CellType::Real:
+    case CellType::List:
+    case CellType::Proc: break;
+    }
+    return {};
+}
+
+Items Cell::items() const noexcept {
+    if (is(CellType::List)) {
+        auto* buffer = static_cast<Buffer<Cell>*>(object());
+        if (buffer == nullptr) return {};
+        return {buffer->slots() + rangeBegin(), rangeLength()};
+    }
+    if (is(CellType::Lambda)) return static_cast<const LambdaData*>(object())->form.view();
+    return {};
+}
+
+Environment* Cell::env() const noexcept {
+    return is(CellType::Lambda) ? static_cast<const LambdaData*>(object())->scope.get() : nullptr;
+}
+
+CellSlice Cell::itemSlice() const noexcept {
+    if (is(CellType::List))
+        return CellSlice(Ref(static_cast<Buffer<Cell>*>(object())), rangeBegin(), rangeLength());
+    if (is(CellType::Lambda)) return static_cast<const LambdaData*>(object())->form;
+    return {};
+}
+
+TextSlice Cell::textSlice() const noexcept {
+    if (!carriesTextRange()) return {};
+    return TextSlice(Ref(static_cast<Buffer<char16_t>*>(object())), rangeBegin(), rangeLength());
+}
+
+SymbolRef Cell::textAsSymbol() const {
+    if (is(CellType::Symbol)) return SymbolRef(static_cast<SymbolData*>(object()));
+    return intern(text());
+}
+
+Cell Cell::make(CellType type, std::u16string_view text) {
+    switch (type) {
+    case CellType::Symbol: return symbol(intern(text));
+    case CellType::Integer: return integer(0, intern(text));
+    case CellType::String:
+    case CellType::EntityName:
+    case CellType::SelectionSet:
+        return fromText(type, TextSlice::copyOf(std::span(text.data(), text.size())));
+    case CellType::Lambda: return lambda({}, nullptr, intern(text));
+    case CellType::Real:
+    case CellType::List:
+    case CellType::Proc: break;
+    }
+    return Cell(type, nullptr, 0);
+}
+
+Cell Cell::symbol(SymbolRef name) noexcept { return Cell(CellType::Symbol, name.detach(), 0); }
+
+Cell Cell::fromText(CellType type, TextSlice text) noexcept {
+    const std::uint64_t body = text.begin() | (std::uint64_t{text.size()} << 32);
+    return Cell(type, text.detachBuffer().detach(), body);
+}
+
+Cell Cell::list(CellSlice items) noexcept {
+    const std::uint64_t body = items.begin() | (std::uint64_t{items.size()} << 32);
+    return Cell(CellType::List, items.detachBuffer().detach(), body);
+}
+
+Cell Cell::lambda(CellSlice form, Environment* scope, SymbolRef name) {
+    void* memory = heap::allocate(sizeof(LambdaData));
+    Ref<LambdaData> data(new (memory) LambdaData(std::move(form), scope, std::move(name)));
+    return Cell(CellType::Lambda, data.detach(), 0);
+}
+
+Cell Cell::withItems(CellSlice items) const {
+    if (!is(CellType::Lambda)) return list(std::move(items));
+    const auto* data = static_cast<const LambdaData*>(object());
+    return lambda(std::move(items), data->scope.get(), data->name);
+}
+
+bool IsFalse(const Cell& cell) noexcept {
+    if (cell.is(CellType::Symbol)) return cell.symbolData() == NilCell.symbolData();
+    return cell.text() == u"nil";
+}
+
+std::int32_t truncatedToInteger(double value) noexcept {
+    if (value > -2147483649.0 && value < 2147483648.0) return static_cast<std::int32_t>(value);
+    return -2147483647 - 1;
+}
+
+std::string dumpCell(const Cell& cell) {
+    static constexpr const char* names[] = {"Symbol", "Integer",    "Real",
+                                            "String", "List",       "Proc",
+                                            "Lambda", "EntityName", "SelectionSet"};
+    char numbers[400];
+    std::snprintf(numbers, sizeof numbers, "realValue %.17g, intValue %d, items %zu, proc %s, env %s",
+                  cell.realValue(), cell.intValue(), cell.items().size(),
+                  cell.proc() != nullptr ? "set" : "null", cell.env() != nullptr ? "set" : "null");
+    return std::string(names[static_cast<std::size_t>(cell.type())]) + " \"" +
+           platform::toUtf8(cell.text()) + "\", " + numbers;
+}
+
+}  // namespace vlisp

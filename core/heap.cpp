@@ -1,0 +1,96 @@
+// Allocation within a budget and iterative release. See heap.h.
+#include "core/heap.h"
+
+#include "core/cell.h"
+#include "core/environment.h"
+#include "platform/system.h"
+
+namespace vlisp::heap {
+namespace {
+
+std::size_t bytesUsed = 0;
+
+// Set at first use: constants of other source files are made before this file's would be.
+std::size_t& bytesLimit() noexcept {
+    static std::size_t bytes = platform::physicalMemory() / 2;
+    return bytes;
+}
+
+HeapObject* dead = nullptr;
+bool burying = false;
+
+template <class T> void destroyBuffer(Buffer<T>* buffer) noexcept {
+    if constexpr (!std::is_trivially_destructible_v<T>)
+        for (std::uint32_t i = buffer->first; i < buffer->last; ++i) buffer->slots()[i].~T();
+    const std::size_t bytes = Buffer<T>::bytesFor(buffer->capacity);
+    buffer->~Buffer<T>();
+    release(buffer, bytes);
+}
+
+template <class T> void destroyObject(T* object) noexcept {
+    object->~T();
+    release(object, sizeof(T));
+}
+
+// What the object held alone is buried in turn: it joins the queue, for `burying` is set.
+void destroy(HeapObject* object) noexcept {
+    switch (object->kind) {
+    case ObjectKind::symbol: forgetSymbol(static_cast<SymbolData*>(object)); return;
+    case ObjectKind::text: destroyBuffer(static_cast<Buffer<char16_t>*>(object)); return;
+    case ObjectKind::list: destroyBuffer(static_cast<Buffer<Cell>*>(object)); return;
+    case ObjectKind::lambda: destroyObject(static_cast<LambdaData*>(object)); return;
+    case ObjectKind::environment: destroyObject(static_cast<Environment*>(object)); return;
+    }
+}
+
+}  // namespace
+
+void* allocate(std::size_t bytes) {
+    const std::size_t most = bytesLimit();
+    if (bytes > most || bytesUsed > most - bytes) throw OutOfMemory();
+    void* memory = ::operator new(bytes, std::nothrow);
+    if (memory == nullptr) throw OutOfMemory();
+    static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= alignof(HeapObject));
+    bytesUsed += bytes;
+    ++statistics().allocations;
+    return memory;
+}
+
+void release(void* memory, std::size_t bytes) noexcept {
+    bytesUsed -= bytes;
+    ::operator delete(memory);
+}
+
+std::size_t used() noexcept { return bytesUsed; }
+std::size_t limit() noexcept { return bytesLimit(); }
+void setLimit(std::size_t bytes) noexcept { bytesLimit() = bytes; }
+
+void requireText(std::size_t units) {
+    const std::size_t most = bytesLimit();
+    if (units > maximumLength || bytesUsed > most || units > (most - bytesUsed) / sizeof(char16_t))
+        throw OutOfMemory();
+}
+
+void bury(HeapObject* object) noexcept {
+    if (object->kind == ObjectKind::symbol || object->kind == ObjectKind::text) {
+        destroy(object);
+        return;
+    }
+    object->nextDead = dead;
+    dead = object;
+    if (burying) return;
+    burying = true;
+    while (dead != nullptr) {
+        HeapObject* next = dead;
+        dead = next->nextDead;
+        destroy(next);
+    }
+    burying = false;
+}
+
+Statistics& statistics() noexcept {
+    static Statistics counted;
+    return counted;
+}
+
+}  // namespace vlisp::heap

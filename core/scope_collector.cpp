@@ -1,0 +1,119 @@
+// Trial deletion over scopes, closures and list buffers. See scope_collector.h.
+#include "core/scope_collector.h"
+
+#include "core/environment.h"
+
+#include <algorithm>
+#include <unordered_map>
+#include <vector>
+
+namespace vlisp::scope_collector {
+namespace {
+
+Environment* newest = nullptr;
+std::size_t living = 0;
+std::size_t outlived = 0;
+
+constexpr std::size_t smallestRound = 10'000;
+std::size_t nextRound = smallestRound;
+
+// Calls `visit` with every object (list buffer, closure or scope) that `object` counts a
+// reference to, once per reference.
+template <class Visit> void forEachReference(HeapObject* object, Visit visit) {
+    const auto visitCell = [&](const Cell& cell) {
+        if (!cell.is(CellType::List) && !cell.is(CellType::Lambda)) return;
+        if (HeapObject* held = CellInspector::object(cell)) visit(held);
+    };
+    switch (object->kind) {
+    case ObjectKind::environment: {
+        auto* scope = static_cast<Environment*>(object);
+        if (scope->outer() != nullptr) visit(scope->outer());
+        for (const Environment::Binding& binding : scope->bindings()) visitCell(binding.value);
+        return;
+    }
+    case ObjectKind::lambda: {
+        auto* closure = static_cast<LambdaData*>(object);
+        if (closure->scope) visit(closure->scope.get());
+        if (closure->form.buffer() != nullptr) visit(closure->form.buffer());
+        return;
+    }
+    case ObjectKind::list: {
+        auto* buffer = static_cast<Buffer<Cell>*>(object);
+        for (std::uint32_t i = buffer->first; i < buffer->last; ++i) visitCell(buffer->slots()[i]);
+        return;
+    }
+    case ObjectKind::symbol:
+    case ObjectKind::text: return;
+    }
+}
+
+}  // namespace
+
+void enlist(Environment& scope) noexcept {
+    scope.nextLiving = newest;
+    if (newest != nullptr) newest->previousLiving = &scope;
+    newest = &scope;
+    ++living;
+}
+
+void strike(Environment& scope) noexcept {
+    (scope.previousLiving != nullptr ? scope.previousLiving->nextLiving : newest) = scope.nextLiving;
+    if (scope.nextLiving != nullptr) scope.nextLiving->previousLiving = scope.previousLiving;
+    --living;
+}
+
+void scopeOutlivedCall() {
+    if (++outlived < nextRound) return;
+    collect();
+    outlived = 0;
+}
+
+std::size_t collect() {
+    // 1. How many of each object's references come from inside what the scopes reach.
+    std::unordered_map<HeapObject*, std::uint32_t> inside;
+    std::vector<HeapObject*> pending;
+    for (Environment* scope = newest; scope != nullptr; scope = scope->nextLiving) {
+        inside.emplace(scope, 0);
+        pending.push_back(scope);
+    }
+    while (!pending.empty()) {
+        HeapObject* object = pending.back();
+        pending.pop_back();
+        forEachReference(object, [&](HeapObject* held) {
+            const auto [entry, isNew] = inside.emplace(held, 0);
+            ++entry->second;
+            if (isNew) pending.push_back(held);
+        });
+    }
+
+    // 2. What has a reference from outside lives, and so does all that it reaches.
+    for (auto& [object, count] : inside)
+        if (object->references > count) pending.push_back(object);
+    constexpr std::uint32_t reached = 0xffffffff;
+    for (HeapObject* object : pending) inside[object] = reached;
+    while (!pending.empty()) {
+        HeapObject* object = pending.back();
+        pending.pop_back();
+        forEachReference(object, [&](HeapObject* held) {
+            std::uint32_t& state = inside[held];
+            if (state == reached) return;
+            state = reached;
+            pending.push_back(held);
+        });
+    }
+
+    // 3. The rest are cycles: emptying their scopes takes them apart.
+    std::vector<Ref<Environment>> unreachable;
+    for (const auto& [object, count] : inside)
+        if (count != reached && object->kind == ObjectKind::environment)
+            unreachable.emplace_back(static_cast<Environment*>(object));
+    for (const Ref<Environment>& scope : unreachable) scope->clear();
+
+    // The next round looks at all the survivors again: it waits in proportion to their number.
+    nextRound = std::max(smallestRound, inside.size());
+    return unreachable.size();
+}
+
+std::size_t livingScopes() noexcept { return living; }
+
+}  // namespace vlisp::scope_collector

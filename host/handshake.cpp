@@ -1,0 +1,69 @@
+// Sending, waiting and taking answers. See handshake.h.
+#include "host/handshake.h"
+
+#include "core/error_buffer.h"
+#include "host/bridge.h"
+
+#include <algorithm>
+
+namespace vlisp {
+
+Handshake& handshake() noexcept {
+    static Handshake state;
+    return state;
+}
+
+void PostToHost(const HostRequest& request) {
+    Handshake& state = handshake();
+    if (state.directMode.load(std::memory_order_acquire)) {
+        if (request.kind == static_cast<std::int32_t>(RequestKind::Message))
+            DisplayMsg(request.messageText);
+        return;
+    }
+    ClearThreadMsgPosted();
+    platform::postToMainWindow(state.mainWindow, hostRequestMessage, &request);
+    bool taken = false;
+    while (!taken) IsThreadMsgPosted(taken);
+}
+
+void AwaitReply() {
+    const std::atomic<bool>& waiting = handshake().waitingForReply;
+    while (waiting.load(std::memory_order_acquire)) {
+    }
+}
+
+void RequestAndWait(const HostRequest& request) {
+    handshake().waitingForReply.store(true, std::memory_order_release);
+    PostToHost(request);
+    AwaitReply();
+}
+
+int OnHostReply(const HostRequest& record) {
+    constexpr std::int32_t objectPicked = 4;
+    Handshake& state = handshake();
+    HostReply& reply = state.reply;
+    // The field is fixed in size; a text that fills it without a terminating zero ends with it.
+    const char16_t* end = std::find(std::begin(record.inputText), std::end(record.inputText), u'\0');
+    reply.inputText.assign(std::begin(record.inputText), end);
+    reply.x = record.x;
+    reply.y = record.y;
+    reply.mode = record.mode;
+    reply.context = record.context;
+    reply.count = record.count;
+    if (record.mode == objectPicked && record.count > 0) {
+        reply.count = record.count;
+        reply.entityId = record.entityId;
+    }
+    state.waitingForReply.store(false, std::memory_order_release);
+    return 1;
+}
+
+void copyField(char16_t* field, std::size_t capacity, std::u16string_view text) {
+    // A zero unit ends a text for whoever reads the field.
+    text = text.substr(0, text.find(u'\0'));
+    const std::size_t length = lengthThatFits(text, capacity - 1);
+    std::copy_n(text.data(), length, field);
+    field[length] = 0;
+}
+
+}  // namespace vlisp

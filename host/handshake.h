@@ -1,0 +1,110 @@
+// The handshake: how a thread that evaluates LISP meets the host's user-interface thread.
+// One idea: a fixed record is posted, and two spin waits order everything: one until the host has
+// taken the record, one until it has answered.
+// Tests: tests/host/handshake_test.cpp.
+//
+// On purpose: the waits are busy, without sleep and without a limit of time; a request that wants
+// an answer is awaited even in direct mode, where it is not posted.
+#pragma once
+
+#include "platform/system.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace vlisp {
+
+/// Window message that carries a HostRequest: WM_APP + 3.
+inline constexpr unsigned hostRequestMessage = 32771;
+
+enum class RequestKind : std::int32_t {
+    CommandInput = 0,  ///< text for the host's command line; answered
+    UserInput = 1,     ///< a prompt and the kind of input wanted; answered
+    EvalDone = 2,      ///< an evaluation has ended; not answered
+    Message = 3        ///< a line for the command line; not answered
+};
+
+/// The record exchanged with the host, in both directions. Its layout is fixed.
+struct HostRequest {
+    std::int32_t kind = 0;
+    std::int32_t mode = 0;
+    double x = 0;
+    double y = 0;
+    std::uint64_t reserved = 0;  ///< never written by the module
+    bool hasBasePoint = false;
+    std::uint8_t padding[3] = {};
+    std::int32_t entityId = 0;
+    std::int32_t count = 0;
+    std::int32_t context = 0;
+    char16_t inputText[300] = {};
+    char16_t messageText[3000] = {};
+};
+
+static_assert(sizeof(bool) == 1 && sizeof(char16_t) == 2);
+static_assert(offsetof(HostRequest, kind) == 0 && offsetof(HostRequest, mode) == 4);
+static_assert(offsetof(HostRequest, x) == 8 && offsetof(HostRequest, y) == 16);
+static_assert(offsetof(HostRequest, reserved) == 24 && offsetof(HostRequest, hasBasePoint) == 32);
+static_assert(offsetof(HostRequest, entityId) == 36 && offsetof(HostRequest, count) == 40);
+static_assert(offsetof(HostRequest, context) == 44 && offsetof(HostRequest, inputText) == 48);
+static_assert(offsetof(HostRequest, messageText) == 648 && sizeof(HostRequest) == 6648);
+
+/// The module's copy of the host's last answer.
+struct HostReply {
+    std::int32_t mode = 0;
+    double x = 0;
+    double y = 0;
+    std::int32_t entityId = 0;
+    std::int32_t count = 0;
+    std::int32_t context = 0;
+    std::u16string inputText;
+};
+
+/// The module-wide state of the handshake.
+struct Handshake {
+    /// The host's main frame window; fetched before each worker thread starts.
+    platform::WindowHandle mainWindow = nullptr;
+    /// True from a request that wants an answer until OnHostReply.
+    std::atomic<bool> waitingForReply{false};
+    /// True while LISP is evaluated on the user-interface thread itself.
+    std::atomic<bool> directMode{false};
+    HostReply reply;
+
+    // The static records: for the end of a command-line evaluation, for all requests of input, and
+    // for COMMAND.
+    HostRequest evalDone;
+    HostRequest userInput;
+    HostRequest commandInput;
+};
+
+Handshake& handshake() noexcept;
+
+/// Copies `text` into a record's field: cut to what fits, terminated, never inside a surrogate
+/// pair.
+template <std::size_t capacity> void setField(char16_t (&field)[capacity], std::u16string_view text);
+
+/// Sends a record and returns when the host has taken it. In direct mode a Message is shown at
+/// once and everything else is dropped. The record must live until this returns.
+void PostToHost(const HostRequest& request);
+
+/// Spins until the host has answered.
+void AwaitReply();
+
+/// Sends a request that wants an answer, and waits for it.
+void RequestAndWait(const HostRequest& request);
+
+/// Takes the host's answer over into the reply and lets the waiting thread go on. Called on the
+/// user-interface thread. Returns 1.
+int OnHostReply(const HostRequest& record);
+
+// --- details ---
+
+void copyField(char16_t* field, std::size_t capacity, std::u16string_view text);
+
+template <std::size_t capacity> void setField(char16_t (&field)[capacity], std::u16string_view text) {
+    copyField(field, capacity, text);
+}
+
+}  // namespace vlisp
