@@ -100,8 +100,8 @@ Cell vlRemoveIf(Arguments arguments) {
     // On purpose: the body is evaluated directly, once an element, in a scope that sees the
     // parameter and the global names but not the locals of any caller.
     return kept(arguments[1].items(), [&](const Cell& element) {
-        const Ref<Environment> scope = Environment::make(
-            predicate[1].items(), Arguments(&element, 1), &GlobalEnvironment());
+        const Ref<Environment> scope =
+            Environment::make(predicate[1].items(), Arguments(&element, 1), &GlobalEnvironment());
         ErrorBuffer dropped;
         return IsFalse(Eval(predicate[2], *scope, dropped));
     });

@@ -27,12 +27,12 @@ Cell substr(Arguments arguments) {
     if (arguments.size() < 2 || !has(arguments, 0, CellType::String)) return NilCell;
     const TextSlice text = arguments[0].textSlice();
     const std::int64_t size = text.size();
-    const std::int64_t start = std::clamp<std::int64_t>(
-        std::int64_t{arguments[1].intValue()} - 1, 0, size);
+    const std::int64_t start =
+        std::clamp<std::int64_t>(std::int64_t{arguments[1].intValue()} - 1, 0, size);
     std::int64_t count = size - start;
-    if (arguments.size() > 2)
-        count = std::clamp<std::int64_t>(arguments[2].intValue(), 0, count);
-    return Cell::string(text.part(static_cast<std::size_t>(start), static_cast<std::size_t>(count)));
+    if (arguments.size() > 2) count = std::clamp<std::int64_t>(arguments[2].intValue(), 0, count);
+    return Cell::string(
+        text.part(static_cast<std::size_t>(start), static_cast<std::size_t>(count)));
 }
 
 Cell strlenOf(Arguments arguments) {
@@ -52,7 +52,8 @@ Cell strcase(Arguments arguments) {
 }
 
 Cell wcmatch(Arguments arguments) {
-    if (!has(arguments, 0, CellType::String) || !has(arguments, 1, CellType::String)) return NilCell;
+    if (!has(arguments, 0, CellType::String) || !has(arguments, 1, CellType::String))
+        return NilCell;
     return truth(matchesWildcard(arguments[0].text(), arguments[1].text()));
 }
 

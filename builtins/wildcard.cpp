@@ -31,8 +31,7 @@ struct PlainElement {
 
     [[nodiscard]] bool matches(char16_t given) const noexcept {
         const bool isDigit = given >= u'0' && given <= u'9';
-        const bool isLetter =
-            (given >= u'a' && given <= u'z') || (given >= u'A' && given <= u'Z');
+        const bool isLetter = (given >= u'a' && given <= u'z') || (given >= u'A' && given <= u'Z');
         switch (kind) {
         case Kind::literal: return given == unit;
         case Kind::digit: return isDigit;
@@ -167,8 +166,8 @@ bool matchCompiled(const std::wstring& text, const std::wstring& expression, boo
         if (!backReferences) {
             // The library's default matcher recurses once a character and explodes on nested
             // repetition; this mode does neither, but knows no back-references.
-            compiled.assign(expression, std::regex_constants::ECMAScript |
-                                            std::regex_constants::__polynomial);
+            compiled.assign(expression,
+                            std::regex_constants::ECMAScript | std::regex_constants::__polynomial);
             return std::regex_match(text, compiled);
         }
         compiled.assign(expression, std::regex_constants::ECMAScript);
@@ -269,9 +268,8 @@ bool matchesExpression(std::u16string_view text, std::u16string_view expression)
     bool matched = false;
     const std::wstring wideText = widened(text);
     const std::wstring wideExpression = widened(expression);
-    platform::withStack(64 * 1024 + units * stackPerUnit, [&] {
-        matched = matchCompiled(wideText, wideExpression, backReferences);
-    });
+    platform::withStack(64 * 1024 + units * stackPerUnit,
+                        [&] { matched = matchCompiled(wideText, wideExpression, backReferences); });
     return matched;
 }
 

@@ -13,7 +13,8 @@ const Cell FalseCell = NilCell;
 const Cell TrueCell = Cell::symbol(u"T");
 const Cell DotCell = Cell::symbol(u".");
 
-LambdaData::LambdaData(CellSlice lambdaForm, Environment* lambdaScope, SymbolRef lambdaName) noexcept
+LambdaData::LambdaData(CellSlice lambdaForm, Environment* lambdaScope,
+                       SymbolRef lambdaName) noexcept
     : HeapObject(ObjectKind::lambda), form(std::move(lambdaForm)), scope(lambdaScope),
       name(std::move(lambdaName)) {}
 
@@ -124,9 +125,10 @@ std::string dumpCell(const Cell& cell) {
                                             "String", "List",       "Proc",
                                             "Lambda", "EntityName", "SelectionSet"};
     char numbers[400];
-    std::snprintf(numbers, sizeof numbers, "realValue %.17g, intValue %d, items %zu, proc %s, env %s",
-                  cell.realValue(), cell.intValue(), cell.items().size(),
-                  cell.proc() != nullptr ? "set" : "null", cell.env() != nullptr ? "set" : "null");
+    std::snprintf(numbers, sizeof numbers,
+                  "realValue %.17g, intValue %d, items %zu, proc %s, env %s", cell.realValue(),
+                  cell.intValue(), cell.items().size(), cell.proc() != nullptr ? "set" : "null",
+                  cell.env() != nullptr ? "set" : "null");
     return std::string(names[static_cast<std::size_t>(cell.type())]) + " \"" +
            platform::toUtf8(cell.text()) + "\", " + numbers;
 }

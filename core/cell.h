@@ -6,12 +6,10 @@
 // A cell's type says which of its fields carries its value:
 //
 //   Symbol        text      the name, upper case when read from source
-//   Integer       intValue  32 bits, signed; text is empty but for the locals that DEFUN makes ("0")
-//   Real          realValue an IEEE double
-//   String        text      the contents, without quotes
-//   List          items     the elements; () is a List without any
-//   Proc          proc      a built-in function
-//   Lambda        items     the whole LAMBDA form; env: the scope it was made in;
+//   Integer       intValue  32 bits, signed; text is empty but for the locals that DEFUN makes
+//   ("0") Real          realValue an IEEE double String        text      the contents, without
+//   quotes List          items     the elements; () is a List without any Proc          proc      a
+//   built-in function Lambda        items     the whole LAMBDA form; env: the scope it was made in;
 //                           text: the function's name when DEFUN made it
 //   EntityName    text      the host object's id in decimal
 //   SelectionSet  text      the host selection set's number in decimal
@@ -142,7 +140,9 @@ class Cell {
     static Cell real(double value) noexcept {
         return Cell(CellType::Real, nullptr, std::bit_cast<std::uint64_t>(value));
     }
-    static Cell string(TextSlice text) noexcept { return fromText(CellType::String, std::move(text)); }
+    static Cell string(TextSlice text) noexcept {
+        return fromText(CellType::String, std::move(text));
+    }
     static Cell string(std::u16string_view text) { return make(CellType::String, text); }
     static Cell list(CellSlice items) noexcept;
     static Cell list(std::initializer_list<Cell> items) {
@@ -165,7 +165,8 @@ class Cell {
     static Cell fromText(CellType type, TextSlice text) noexcept;
 
     [[nodiscard]] HeapObject* object() const noexcept {
-        return reinterpret_cast<HeapObject*>(head_ & ~typeMask);  // NOLINT(performance-no-int-to-ptr)
+        return reinterpret_cast<HeapObject*>(head_ &
+                                             ~typeMask);  // NOLINT(performance-no-int-to-ptr)
     }
     [[nodiscard]] std::uint32_t rangeBegin() const noexcept {
         return static_cast<std::uint32_t>(body_);

@@ -156,8 +156,7 @@ SymbolRef nameForDefun(const Cell& nameElement) {
     std::u16string_view name = nameElement.text();
     if (!name.starts_with(u"C:")) return nameElement.textAsSymbol();
     name.remove_prefix(2);
-    if (commandPort != nullptr)
-        commandPort->addCommand(name, u"(" + std::u16string(name) + u")");
+    if (commandPort != nullptr) commandPort->addCommand(name, u"(" + std::u16string(name) + u")");
     return intern(name);
 }
 
@@ -167,7 +166,8 @@ Cell defun(const Form& form) {
     const ParameterNames names = readParameterNames(form.elements[2]);
 
     SliceBuilder<Cell> parameters(names.parameters.size());
-    for (const std::u16string& parameter : names.parameters) parameters.push(Cell::symbol(parameter));
+    for (const std::u16string& parameter : names.parameters)
+        parameters.push(Cell::symbol(parameter));
 
     SliceBuilder<Cell> body(1 + names.locals.size() + form.size() - 3);
     body.push(Cell::symbol(u"BEGIN"));

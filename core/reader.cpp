@@ -97,8 +97,9 @@ class Splitter {
 
 // Rule 1 of atoms: a digit, or "-" and a digit, then digits and dots only.
 bool isNumber(std::u16string_view token) noexcept {
-    const bool begins = !token.empty() && (isDigit(token[0]) || (token[0] == u'-' &&
-                                                                token.size() > 1 && isDigit(token[1])));
+    const bool begins =
+        !token.empty() &&
+        (isDigit(token[0]) || (token[0] == u'-' && token.size() > 1 && isDigit(token[1])));
     return begins && std::all_of(token.begin() + 1, token.end(),
                                  [](char16_t unit) { return isDigit(unit) || unit == u'.'; });
 }
@@ -281,9 +282,8 @@ Cell Parse(std::u16string_view text) {
     return ReadFrom(tokens);
 }
 
-Cell parseWithPlaces(std::u16string_view text, PlaceNotes& notes) {
-    TokenQueue tokens = Tokenize(text);
-    return ListReader(tokens, text.data(), &notes).read();
+Cell readWithPlaces(TokenQueue& tokens, const char16_t* text, PlaceNotes& notes) {
+    return ListReader(tokens, text, &notes).read();
 }
 
 Cell MakeAtom(std::u16string_view token) {

@@ -99,8 +99,8 @@ Cell ReadFrom(TokenQueue& tokens);
 /// The first expression of `text`; what follows it is dropped. An empty text gives nil.
 Cell Parse(std::u16string_view text);
 
-/// The same, and notes places.
-Cell parseWithPlaces(std::u16string_view text, PlaceNotes& notes);
+/// ReadFrom for tokens of the text that begins at `text`, and notes places.
+Cell readWithPlaces(TokenQueue& tokens, const char16_t* text, PlaceNotes& notes);
 
 /// What a token becomes: number, string or symbol.
 Cell MakeAtom(std::u16string_view token);
@@ -120,7 +120,9 @@ std::u16string_view TrimBlanks(std::u16string_view text);
 [[nodiscard]] constexpr char16_t lowerCase(char16_t unit) noexcept {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
 }
-[[nodiscard]] constexpr bool isDigit(char16_t unit) noexcept { return unit >= u'0' && unit <= u'9'; }
+[[nodiscard]] constexpr bool isDigit(char16_t unit) noexcept {
+    return unit >= u'0' && unit <= u'9';
+}
 
 /// The integer at the front of `text` as the C library's conversion reads it: leading white space,
 /// one sign, decimal digits; 0 without digits; saturated at the limits of 32 bits.

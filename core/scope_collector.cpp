@@ -57,7 +57,8 @@ void enlist(Environment& scope) noexcept {
 }
 
 void strike(Environment& scope) noexcept {
-    (scope.previousLiving != nullptr ? scope.previousLiving->nextLiving : newest) = scope.nextLiving;
+    (scope.previousLiving != nullptr ? scope.previousLiving->nextLiving : newest) =
+        scope.nextLiving;
     if (scope.nextLiving != nullptr) scope.nextLiving->previousLiving = scope.previousLiving;
     --living;
 }

@@ -24,7 +24,8 @@ template <class T> struct Buffer final : HeapObject {
     static constexpr ObjectKind objectKind =
         std::is_same_v<T, char16_t> ? ObjectKind::text : ObjectKind::list;
 
-    explicit Buffer(std::uint32_t slotCount) noexcept : HeapObject(objectKind), capacity(slotCount) {}
+    explicit Buffer(std::uint32_t slotCount) noexcept
+        : HeapObject(objectKind), capacity(slotCount) {}
 
     T* slots() noexcept { return reinterpret_cast<T*>(this + 1); }
 

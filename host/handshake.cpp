@@ -43,7 +43,8 @@ int OnHostReply(const HostRequest& record) {
     Handshake& state = handshake();
     HostReply& reply = state.reply;
     // The field is fixed in size; a text that fills it without a terminating zero ends with it.
-    const char16_t* end = std::find(std::begin(record.inputText), std::end(record.inputText), u'\0');
+    const char16_t* end =
+        std::find(std::begin(record.inputText), std::end(record.inputText), u'\0');
     reply.inputText.assign(std::begin(record.inputText), end);
     reply.x = record.x;
     reply.y = record.y;

@@ -83,7 +83,8 @@ Handshake& handshake() noexcept;
 
 /// Copies `text` into a record's field: cut to what fits, terminated, never inside a surrogate
 /// pair.
-template <std::size_t capacity> void setField(char16_t (&field)[capacity], std::u16string_view text);
+template <std::size_t capacity>
+void setField(char16_t (&field)[capacity], std::u16string_view text);
 
 /// Sends a record and returns when the host has taken it. In direct mode a Message is shown at
 /// once and everything else is dropped. The record must live until this returns.
@@ -103,7 +104,8 @@ int OnHostReply(const HostRequest& record);
 
 void copyField(char16_t* field, std::size_t capacity, std::u16string_view text);
 
-template <std::size_t capacity> void setField(char16_t (&field)[capacity], std::u16string_view text) {
+template <std::size_t capacity>
+void setField(char16_t (&field)[capacity], std::u16string_view text) {
     copyField(field, capacity, text);
 }
 

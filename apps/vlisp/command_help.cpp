@@ -24,9 +24,8 @@ std::vector<Entry> entries() {
 }
 
 std::string upper(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) {
-        return static_cast<char>(std::toupper(c));
-    });
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
     return text;
 }
 
@@ -55,15 +54,15 @@ std::string helpForName(const std::string& name) {
     const std::string wanted = upper(name);
     for (const Entry& entry : entries())
         if (entry.name == wanted)
-            return entry.synopsis + "\n  " + entry.help + "\n  Example: " + entry.example + "  =>  " +
-                   entry.result;
+            return entry.synopsis + "\n  " + entry.help + "\n  Example: " + entry.example +
+                   "  =>  " + entry.result;
     return {};
 }
 
 std::string nearestName(const std::string& name) {
     const std::string wanted = upper(name);
     std::string nearest;
-    std::size_t best = 3;  // further away is no help
+    std::size_t best = std::max<std::size_t>(1, wanted.size() / 3) + 1;  // further is no help
     for (const Entry& entry : entries()) {
         const std::size_t distance = editDistance(wanted, entry.name);
         if (distance < best && distance < wanted.size()) {

@@ -10,8 +10,7 @@ namespace {
 
 // A script may begin with "#!": its first line is emptied, so that the others keep their numbers.
 std::u16string_view withoutScriptLine(std::u16string& source) {
-    if (source.starts_with(u"#!"))
-        source.erase(0, std::min(source.find(u'\n'), source.size()));
+    if (source.starts_with(u"#!")) source.erase(0, std::min(source.find(u'\n'), source.size()));
     return source;
 }
 

@@ -12,6 +12,8 @@ namespace {
 
 using namespace vlisp::app;
 
+constexpr const char* programDescription = "LISP for CAD drawings.";
+
 struct Arguments {
     std::string file;
     std::vector<std::string> texts;
@@ -23,36 +25,51 @@ struct Arguments {
     bool markdown = false;
 };
 
-void describe(CLI::App& app, Arguments& arguments) {
-    app.set_version_flag("--version", "vlisp " VLISP_VERSION, "Print the version and exit");
-    app.set_help_flag("-h,--help", "Print this help and exit");
-    app.require_subcommand(0, 1);
-    app.footer("Without a command: a command line when standard input is a terminal, otherwise\n"
-               "as 'vlisp eval'.\n\n"
-               "Exit codes: 0 success, 1 LISP reported an error or the checker has something to say,\n"
-               "2 the command line is wrong, 3 a file cannot be read.");
-
+void describeCommands(CLI::App& app, Arguments& arguments) {
     CLI::App* run = app.add_subcommand("run", "Load a LISP file");
-    run->add_option("FILE", arguments.file, "The file; - reads standard input")->required();
+    run->add_option("FILE", arguments.file, "The file; - reads standard input")
+        ->required()
+        ->type_name("");
     run->add_flag("--json", arguments.runJson,
                   "Print one JSON object: the texts shown, and the final error text");
 
     CLI::App* eval = app.add_subcommand("eval", "Evaluate texts in one session");
     eval->add_option("TEXT", arguments.texts,
-                     "What to evaluate; without any, the lines of standard input");
+                     "What to evaluate; without any, the lines of standard input")
+        ->type_name("");
     eval->add_flag("--json", arguments.evalJson, "Print one JSON object a text");
 
-    CLI::App* check =
-        app.add_subcommand("check", "Tell what LISP would pass over in silence");
-    check->add_option("FILE", arguments.files, "The files; - reads standard input")->required();
+    CLI::App* check = app.add_subcommand("check", "Tell what LISP would pass over in silence");
+    check->add_option("FILE", arguments.files, "The files; - reads standard input")
+        ->required()
+        ->type_name("");
     check->add_flag("--json", arguments.checkJson, "Print the warnings as JSON");
 
     CLI::App* help = app.add_subcommand("help", "Explain a command or a LISP name");
-    help->add_option("NAME", arguments.topic, "A command of vlisp, or a name such as CAR");
+    help->add_option("NAME", arguments.topic, "A command of vlisp, or a name such as CAR")
+        ->type_name("");
     help->add_flag("--markdown", arguments.markdown, "Print the reference of all LISP names");
 }
 
-int help(const CLI::App& app, const Arguments& arguments) {
+void describe(CLI::App& app, Arguments& arguments) {
+    app.set_version_flag("--version", "vlisp " VLISP_VERSION, "Print the version and exit");
+    app.set_help_flag("-h,--help", "Print this help and exit");
+    app.require_subcommand(0, 1);
+    describeCommands(app, arguments);
+    // After the commands, or each would inherit it.
+    app.footer(
+        "Without a command: a command line when standard input is a terminal, otherwise\n"
+        "as 'vlisp eval'.\n\n"
+        "Exit codes: 0 success, 1 LISP reported an error or the checker has something to say,\n"
+        "2 the command line is wrong, 3 a file cannot be read.");
+}
+
+int help(const Arguments& arguments) {
+    // The program as it is described, not as it was called: that prints the called command's help.
+    CLI::App app(programDescription, "vlisp");
+    Arguments unused;
+    describe(app, unused);
+
     if (arguments.markdown) {
         std::cout << referenceAsMarkdown();
         return exitOk;
@@ -63,7 +80,7 @@ int help(const CLI::App& app, const Arguments& arguments) {
     }
     for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
         if (command->get_name() != arguments.topic) continue;
-        std::cout << command->help();
+        std::cout << command->help("vlisp");
         return exitOk;
     }
     if (const std::string text = helpForName(arguments.topic); !text.empty()) {
@@ -80,7 +97,7 @@ int help(const CLI::App& app, const Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("LISP for CAD drawings.", "vlisp");
+    CLI::App app(programDescription, "vlisp");
     Arguments arguments;
     describe(app, arguments);
     try {
@@ -91,6 +108,6 @@ int main(int argc, char** argv) {
     if (app.got_subcommand("run")) return runFile(arguments.file, arguments.runJson);
     if (app.got_subcommand("eval")) return evalTexts(arguments.texts, arguments.evalJson);
     if (app.got_subcommand("check")) return checkFiles(arguments.files, arguments.checkJson);
-    if (app.got_subcommand("help")) return help(app, arguments);
+    if (app.got_subcommand("help")) return help(arguments);
     return isatty(STDIN_FILENO) != 0 ? promptForTexts() : evalTexts({}, false);
 }

@@ -31,7 +31,8 @@ void RecordingHost::post(unsigned message, const void* record) {
     const HostRequest request = *static_cast<const HostRequest*>(record);
     log.push_back("Post " + std::to_string(request.kind));
     posted.push_back(request);
-    if (request.kind == static_cast<int>(RequestKind::Message)) shown.emplace_back(request.messageText);
+    if (request.kind == static_cast<int>(RequestKind::Message))
+        shown.emplace_back(request.messageText);
     taken = true;
     asks = 0;
     if (request.kind == static_cast<int>(RequestKind::CommandInput) ||

@@ -95,7 +95,8 @@ class Session : public ::testing::Test {
             std::ofstream(path_, std::ios::binary) << seen;
             return;
         }
-        EXPECT_EQ(linesOf(seen), linesOf(expected)) << "in " << path_ << ", what was seen:\n" << seen;
+        EXPECT_EQ(linesOf(seen), linesOf(expected)) << "in " << path_ << ", what was seen:\n"
+                                                    << seen;
     }
 
   private:
@@ -145,7 +146,7 @@ int main(int argc, char** argv) {
     for (const auto& file : files)
         ::testing::RegisterTest("Session", asName(file.stem().string()).c_str(), nullptr, nullptr,
                                 __FILE__, __LINE__, [file] { return new Session(file); });
-    ::testing::RegisterTest("Session", "README", nullptr, nullptr, __FILE__, __LINE__,
+    ::testing::RegisterTest("Readme", "Sessions", nullptr, nullptr, __FILE__, __LINE__,
                             [] { return new ReadmeSessions(); });
     return RUN_ALL_TESTS();
 }
