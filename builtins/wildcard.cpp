@@ -230,7 +230,7 @@ Answer matchesPlain(std::u16string_view text, std::u16string_view expression) {
 
     // Greedy from the left; on a mismatch the last star takes one unit more. An earlier star never
     // needs to be tried again: whatever it could reach, the last one can.
-    constexpr std::size_t none = static_cast<std::size_t>(-1);
+    constexpr auto none = static_cast<std::size_t>(-1);
     std::size_t at = 0;
     std::size_t next = 0;
     std::size_t afterStar = none;

@@ -165,8 +165,8 @@ class Cell {
     static Cell fromText(CellType type, TextSlice text) noexcept;
 
     [[nodiscard]] HeapObject* object() const noexcept {
-        return reinterpret_cast<HeapObject*>(head_ &
-                                             ~typeMask);  // NOLINT(performance-no-int-to-ptr)
+        const std::uintptr_t address = head_ & ~typeMask;
+        return reinterpret_cast<HeapObject*>(address);  // NOLINT(performance-no-int-to-ptr)
     }
     [[nodiscard]] std::uint32_t rangeBegin() const noexcept {
         return static_cast<std::uint32_t>(body_);

@@ -196,7 +196,7 @@ Cell applyLambda(const Cell& function, Arguments arguments, ErrorBuffer& error) 
 }
 
 Cell apply(const Form& form) {
-    const Cell head = form.value(0);
+    Cell head = form.value(0);
     if (!form.error.empty()) return NilCell;
     std::vector<Cell> arguments;
     arguments.reserve(form.size() - 1);

@@ -21,9 +21,9 @@ std::size_t physicalMemory() noexcept;
 /// work at hand, not to go deeper. Cheap enough to ask at every call.
 bool stackIsLow() noexcept;
 
-/// Bytes of stack that an evaluation thread asks for. Reserved as address space only; what is
-/// never reached costs nothing.
-inline constexpr std::size_t evaluationStack = std::size_t{1} << 30;
+/// Bytes of stack that an evaluation thread asks for, and the most that an evaluation uses.
+/// Reserved as address space only; what is never reached costs nothing.
+inline constexpr std::size_t evaluationStack = std::size_t{VLISP_EVALUATION_STACK_MB} << 20;
 
 /// A running thread; joined when destroyed.
 class Worker {

@@ -28,8 +28,9 @@ StackBounds boundsOfThisThread() noexcept {
     void* lowest = nullptr;
     std::size_t size = 0;
     if (pthread_attr_getstack(&attributes, &lowest, &size) == 0) {
-        bounds.lowest = reinterpret_cast<std::uintptr_t>(lowest);
-        bounds.reserve = std::min<std::size_t>(256 * 1024, size / 4);
+        const std::size_t used = std::min(size, evaluationStack);
+        bounds.lowest = reinterpret_cast<std::uintptr_t>(lowest) + (size - used);
+        bounds.reserve = std::min<std::size_t>(256 * 1024, used / 4);
     }
     pthread_attr_destroy(&attributes);
     return bounds;

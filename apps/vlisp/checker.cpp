@@ -1,8 +1,9 @@
 // Reading with places and walking the forms. See checker.h.
 #include "apps/vlisp/checker.h"
 
-#include "apps/vlisp/commands.h"
+#include "apps/vlisp/nearest.h"
 #include "builtins/registry.h"
+#include "core/evaluator.h"
 #include "core/reader.h"
 #include "platform/text.h"
 
@@ -119,9 +120,9 @@ struct Scope {
 
 std::string inUtf8(const Cell& symbol) { return platform::toUtf8(symbol.text()); }
 
-// What to write instead of names that people bring from other dialects.
-std::string adviceFor(const std::string& name) {
-    static const std::map<std::string, std::string> known = {
+// What to write instead of a name that nothing defines.
+std::string adviceFor(const std::string& name, const KnownNames& defined) {
+    static const std::map<std::string, std::string> otherDialects = {
         {"PROGN", "this dialect has BEGIN"},
         {">=", "write (not (< a b))"},
         {"1+", "write (+ n 1)"},
@@ -129,9 +130,14 @@ std::string adviceFor(const std::string& name) {
         {"NULL", "this dialect has NULLP"},
         {"FOREACH", "walk the list with WHILE, CAR and CDR"},
     };
-    if (const auto found = known.find(name); found != known.end()) return "; " + found->second;
-    const std::string nearest = nearestName(name);
-    return nearest.empty() ? "" : "; did you mean " + nearest + "?";
+    if (const auto found = otherDialects.find(name); found != otherDialects.end())
+        return "; " + found->second;
+    std::vector<std::string> candidates;
+    for (const Names* names : {&defined.bySources, &defined.atStart})
+        for (const std::u16string& each : *names) candidates.push_back(platform::toUtf8(each));
+    for (const SpecialFormHelp& form : specialForms()) candidates.emplace_back(form.name);
+    const std::string meant = nearest(name, candidates);
+    return meant.empty() ? "" : "; did you mean " + meant + "?";
 }
 
 std::string countOfArguments(int count) {
@@ -204,7 +210,8 @@ class FormWalker {
         const std::string shown = inUtf8(items[0]);
         if (isBoundAround(at.scope, name) || defined_.bySources.contains(name)) return;
         if (!defined_.atStart.contains(name)) {
-            report_.warn(place(at.form, 0), "nothing defines " + shown + adviceFor(shown));
+            report_.warn(place(at.form, 0),
+                         "nothing defines " + shown + adviceFor(shown, defined_));
             return;
         }
         const BuiltinRow* row = findBuiltin(shown);

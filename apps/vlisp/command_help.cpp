@@ -1,11 +1,11 @@
 // vlisp help NAME, and the reference pages: both from the tables of the evaluator and the registry.
 #include "apps/vlisp/commands.h"
+#include "apps/vlisp/nearest.h"
 #include "builtins/registry.h"
 #include "core/evaluator.h"
 
 #include <algorithm>
 #include <cctype>
-#include <numeric>
 
 namespace vlisp::app {
 namespace {
@@ -29,20 +29,6 @@ std::string upper(std::string text) {
     return text;
 }
 
-// Fewest single-character changes that turn one text into the other (Levenshtein's distance).
-std::size_t editDistance(const std::string& a, const std::string& b) {
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 1; i <= a.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i);
-        for (std::size_t j = 1; j <= b.size(); ++j) {
-            const std::size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, replaced}));
-        }
-    }
-    return row[b.size()];
-}
-
 std::string section(const Entry& entry) {
     return "### `" + entry.name + "`\n\n`" + entry.synopsis + "`\n\n" + entry.help +
            "\n\n```lisp\n" + entry.example + "  ; => " + entry.result + "\n```\n\n";
@@ -60,17 +46,9 @@ std::string helpForName(const std::string& name) {
 }
 
 std::string nearestName(const std::string& name) {
-    const std::string wanted = upper(name);
-    std::string nearest;
-    std::size_t best = std::max<std::size_t>(1, wanted.size() / 3) + 1;  // further is no help
-    for (const Entry& entry : entries()) {
-        const std::size_t distance = editDistance(wanted, entry.name);
-        if (distance < best && distance < wanted.size()) {
-            best = distance;
-            nearest = entry.name;
-        }
-    }
-    return nearest;
+    std::vector<std::string> names;
+    for (const Entry& entry : entries()) names.push_back(entry.name);
+    return nearest(upper(name), names);
 }
 
 std::string referenceAsMarkdown() {

@@ -1,0 +1,182 @@
+// Tests of platform/system.h.
+#include "platform/system.h"
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace vlisp::platform {
+namespace {
+
+TEST(TickCount, CountsMilliseconds) {
+    const std::uint32_t before = tickCount();
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    const std::uint32_t passed = tickCount() - before;
+    EXPECT_GE(passed, 29U);
+    EXPECT_LT(passed, 30'000U);
+}
+
+TEST(Memory, OfTheMachineIsPlausible) {
+    EXPECT_GE(physicalMemory(), std::size_t{64} << 20);
+    EXPECT_LE(physicalMemory(), std::size_t{1} << 50);
+}
+
+// Goes down until the stack is low; returns how many levels that took.
+int descend(int level) {
+    volatile char frame[1000];
+    frame[0] = static_cast<char>(level);
+    if (stackIsLow() || level > 100'000'000) return level;
+    const int deepest = descend(level + 1);
+    return frame[0] == static_cast<char>(level) ? deepest : -1;
+}
+
+TEST(Stack, IsLowOnlyNearItsEnd) {
+    EXPECT_FALSE(stackIsLow());
+    int levels = 0;
+    Worker worker(std::size_t{4} << 20, [&] { levels = descend(0); });
+    worker.join();
+    EXPECT_GT(levels, 1'000);
+    EXPECT_LT(levels, 5'000);
+}
+
+TEST(Stack, IsLowBeforeAnOrdinaryThreadFails) {
+    int levels = 0;
+    std::thread thread([&] { levels = descend(0); });
+    thread.join();
+    EXPECT_GT(levels, 100);
+    EXPECT_FALSE(stackIsLow());
+}
+
+TEST(Stack, OfAnEvaluationThreadIsLarge) {
+    int levels = 0;
+    Worker worker(evaluationStack, [&] { levels = descend(0); });
+    worker.join();
+    EXPECT_GT(levels, 100'000);
+}
+
+TEST(Worker, RunsOnAThreadOfItsOwn) {
+    std::thread::id other;
+    Worker worker(std::size_t{1} << 20, [&] { other = std::this_thread::get_id(); });
+    worker.join();
+    worker.join();
+    EXPECT_NE(other, std::this_thread::get_id());
+    EXPECT_NE(other, std::thread::id());
+}
+
+TEST(Worker, IsJoinedWhenDestroyed) {
+    bool done = false;
+    {
+        const Worker worker(std::size_t{1} << 20, [&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            done = true;
+        });
+    }
+    EXPECT_TRUE(done);
+}
+
+TEST(Worker, TakesLessStackWhereTheSystemRefuses) {
+    bool done = false;
+    {
+        const Worker worker(std::size_t{1} << 60, [&] { done = true; });
+    }
+    EXPECT_TRUE(done);
+}
+
+TEST(WithStack, StaysOnAThreadThatHasEnough) {
+    std::thread::id where;
+    withStack(16 * 1024, [&] { where = std::this_thread::get_id(); });
+    EXPECT_EQ(where, std::this_thread::get_id());
+}
+
+TEST(WithStack, GoesToAThreadThatHasEnough) {
+    std::thread::id where;
+    int levels = 0;
+    withStack(std::size_t{256} << 20, [&] {
+        where = std::this_thread::get_id();
+        levels = descend(0);
+        withStack(std::size_t{1} << 20, [&] { EXPECT_EQ(where, std::this_thread::get_id()); });
+    });
+    EXPECT_NE(where, std::this_thread::get_id());
+    EXPECT_GT(levels, 100'000);
+}
+
+TEST(WithStack, HandsAnExceptionToTheCaller) {
+    for (const std::size_t bytes : {std::size_t{1024}, std::size_t{256} << 20})
+        EXPECT_THROW(withStack(bytes, [] { throw std::runtime_error("seen"); }),
+                     std::runtime_error);
+}
+
+class Window final : public MessageWindow {
+  public:
+    void post(unsigned message, const void* record) override {
+        posted.emplace_back(message, record);
+    }
+    std::vector<std::pair<unsigned, const void*>> posted;
+};
+
+TEST(Window, TakesWhatIsPosted) {
+    Window window;
+    const int record = 0;
+    postToMainWindow(&window, 32771, &record);
+    postToMainWindow(nullptr, 32771, &record);
+    ASSERT_EQ(window.posted.size(), 1U);
+    EXPECT_EQ(window.posted[0].first, 32771U);
+    EXPECT_EQ(window.posted[0].second, &record);
+}
+
+TEST(SplitPath, FindsTheParts) {
+    const struct {
+        std::u16string_view path, directory, name, extension;
+    } rows[] = {
+        {u"/home/u/box.lsp", u"/home/u/", u"box", u".lsp"},
+        {u"box.lsp", u"", u"box", u".lsp"},
+        {u"box", u"", u"box", u""},
+        {u"a.b/box", u"a.b/", u"box", u""},
+        {u"/two.dots.lsp", u"/", u"two.dots", u".lsp"},
+        {u"/dir/", u"/dir/", u"", u""},
+        {u"end.", u"", u"end", u"."},
+        {u".lsp", u"", u"", u".lsp"},
+        {u"", u"", u"", u""},
+    };
+    for (const auto& row : rows) {
+        const PathParts parts = splitPath(row.path);
+        EXPECT_EQ(parts.drive, u"");
+        EXPECT_EQ(parts.directory, row.directory);
+        EXPECT_EQ(parts.name, row.name);
+        EXPECT_EQ(parts.extension, row.extension);
+        EXPECT_EQ(parts.drive + parts.directory + parts.name + parts.extension, row.path);
+    }
+}
+
+TEST(ReadFile, GivesTheBytesAsTheyAre) {
+    const std::string path = (std::filesystem::temp_directory_path() /
+                              ("system_test_" + std::to_string(tickCount()) + ".bin"))
+                                 .string();
+    std::string written("a\r\n\0\xff", 5);
+    written += std::string(200'000, 'x');
+    std::ofstream(path, std::ios::binary) << written;
+    std::string bytes = "before";
+    std::string reason;
+    EXPECT_TRUE(readFile(path, bytes, reason));
+    EXPECT_EQ(bytes, written);
+    EXPECT_EQ(reason, "");
+    std::filesystem::remove(path);
+}
+
+TEST(ReadFile, SaysWhyItCannot) {
+    for (const std::string& path :
+         {std::string("/none/such.lsp"), std::filesystem::temp_directory_path().string()}) {
+        std::string bytes;
+        std::string reason;
+        EXPECT_FALSE(readFile(path, bytes, reason)) << path;
+        EXPECT_NE(reason, "") << path;
+    }
+}
+
+}  // namespace
+}  // namespace vlisp::platform
