@@ -156,6 +156,21 @@ std::size_t nestingOf(std::u16string_view expression) {
     return deepest;
 }
 
+// Whether a back-reference or a count of repetitions has more digits than any that can be meant;
+// the library would overflow on reading it.
+bool hasHugeNumber(std::u16string_view expression) {
+    constexpr std::size_t mostDigits = 9;
+    bool counted = false;  // behind "\" or "{", where digits are a number
+    std::size_t digits = 0;
+    for (const char16_t unit : expression) {
+        const bool isDigit = unit >= u'0' && unit <= u'9';
+        digits = isDigit && counted ? digits + 1 : 0;
+        if (digits > mostDigits) return true;
+        if (!isDigit) counted = unit == u'\\' || unit == u'{' || (counted && unit == u',');
+    }
+    return false;
+}
+
 // std::regex for 16-bit units exists for wchar_t alone; each unit becomes one wchar_t.
 std::wstring widened(std::u16string_view text) { return std::wstring(text.begin(), text.end()); }
 
@@ -262,7 +277,7 @@ bool matchesExpression(std::u16string_view text, std::u16string_view expression)
     constexpr std::size_t longestWithBackReferences = 10'000;
     const bool backReferences = hasBackReference(expression);
     if (backReferences && text.size() > longestWithBackReferences) return false;
-    if (nestingOf(expression) > deepestNesting) return false;
+    if (nestingOf(expression) > deepestNesting || hasHugeNumber(expression)) return false;
     std::size_t units = std::min(expression.size(), mostStates);
     if (backReferences) units += text.size();
     bool matched = false;

@@ -28,8 +28,10 @@ if(VLISP_SANITIZE)
   set(sanitizers -fsanitize=${VLISP_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_compile_options(${sanitizers} -g1)
   add_link_options(${sanitizers})
-  # The instrumented standard library confuses this warning; the other builds keep it.
-  target_compile_options(vlisp_options INTERFACE -Wno-maybe-uninitialized)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # The instrumented standard library confuses this warning; the other builds keep it.
+    target_compile_options(vlisp_options INTERFACE -Wno-maybe-uninitialized)
+  endif()
 endif()
 
 # vlisp_library(NAME SOURCES source... [USES library...])

@@ -1,0 +1,11 @@
+local patterns = {"^LINE%-.*7$", "^%a.*%-%d%d%d$", "^[A-L].*E%-1.*$"}
+
+local found = 0
+for i = 1, 20000 do
+  local name = "LINE-" .. i
+  for _, pattern in ipairs(patterns) do
+    if name:find(pattern) then found = found + 1 end
+  end
+end
+
+print(found)

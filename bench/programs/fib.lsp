@@ -1,0 +1,7 @@
+; Calls of a function of one parameter.
+(defun fib (n)
+  (if (< n 2)
+    n
+    (+ (fib (- n 1)) (fib (- n 2)))))
+
+(princ (fib 24))

@@ -1,0 +1,2 @@
+; Nothing but starting up and saying so.
+(princ "ready")
