@@ -111,7 +111,9 @@ std::size_t collect() {
     for (const Ref<Environment>& scope : unreachable) scope->clear();
 
     // The next round looks at all the survivors again: it waits in proportion to their number.
-    nextRound = std::max(smallestRound, inside.size());
+    const auto survivors = static_cast<std::size_t>(std::count_if(
+        inside.begin(), inside.end(), [](const auto& entry) { return entry.second == reached; }));
+    nextRound = std::max(smallestRound, survivors);
     return unreachable.size();
 }
 

@@ -24,15 +24,17 @@ std::u16string_view pathComponent(const std::u16string& part) {
     return std::u16string_view(part).substr(0, lengthThatFits(part, 259));
 }
 
-// Calls `work`; what ends it from outside LISP becomes an error text.
-template <class Work> void guarded(ErrorBuffer& error, Work work) {
+// Calls `work`; what ends it from outside LISP becomes an error text. False when something did.
+template <class Work> bool guarded(ErrorBuffer& error, Work work) {
     try {
         work();
     } catch (const std::bad_alloc&) {
         interruption::request(interruption::Reason::outOfMemory);
     }
-    if (const auto why = interruption::take(); why != interruption::Reason::none)
-        error.report(interruption::message(why));
+    const interruption::Reason why = interruption::take();
+    if (why == interruption::Reason::none) return true;
+    error.report(interruption::message(why));
+    return false;
 }
 
 }  // namespace
@@ -57,9 +59,10 @@ void InterpreterSession::StartInterpreter(std::uint32_t ticks) {
     evaluate(parts_.prelude, dropped);
 }
 
-Cell InterpreterSession::evaluate(std::u16string_view text, ErrorBuffer& error) {
+Cell InterpreterSession::evaluate(std::u16string_view text, ErrorBuffer& error, bool* interrupted) {
     Cell value = NilCell;
-    guarded(error, [&] { value = Eval(Parse(text), *global_, error); });
+    const bool finished = guarded(error, [&] { value = Eval(Parse(text), *global_, error); });
+    if (interrupted != nullptr) *interrupted = !finished;
     return value;
 }
 
@@ -88,8 +91,10 @@ LoadReport InterpreterSession::loadExpressions(const std::u16string& path,
     // On purpose: one buffer for all expressions, not emptied between them.
     for (const SourceExpression& expression : expressions) {
         const std::uint64_t before = error.reports();
-        evaluate(expression.text, error);
+        bool interrupted = false;
+        evaluate(expression.text, error, &interrupted);
         if (error.reports() != before) report.line = expression.line;
+        if (interrupted) break;
     }
     report.errorText = error.text();
     if (error.empty()) report.line = 0;
@@ -98,8 +103,11 @@ LoadReport InterpreterSession::loadExpressions(const std::u16string& path,
 }
 
 void InterpreterSession::LoadLispFileQuietly(ErrorBuffer& error) {
-    for (const std::u16string& text : SplitSource(platform::toUtf8(LispPathBuffer)))
-        evaluate(text, error);
+    for (const std::u16string& text : SplitSource(platform::toUtf8(LispPathBuffer))) {
+        bool interrupted = false;
+        evaluate(text, error, &interrupted);
+        if (interrupted) break;
+    }
 }
 
 bool InterpreterSession::EvalString(std::u16string& buffer) {

@@ -48,7 +48,8 @@ class InterpreterSession {
 
     /// Loads the file at `path` as a worker does for the host: announces it, evaluates its
     /// expressions with one error buffer, sends the buffer's text as the end of the evaluation. A
-    /// missing file is announced all the same and gives no expressions.
+    /// missing file is announced all the same and gives no expressions. An interruption ends the
+    /// whole load.
     LoadReport LoadLispFile(const std::u16string& path);
 
     /// The same for a text that somebody else has read; `path` is what it is announced as.
@@ -73,7 +74,7 @@ class InterpreterSession {
     std::u16string LispPathBuffer;
 
   private:
-    Cell evaluate(std::u16string_view text, ErrorBuffer& error);
+    Cell evaluate(std::u16string_view text, ErrorBuffer& error, bool* interrupted = nullptr);
     LoadReport loadExpressions(const std::u16string& path,
                                const std::vector<SourceExpression>& expressions);
     void evaluateInto(std::u16string& first, std::u16string& second,

@@ -99,7 +99,10 @@ template <class T> class Slice {
             for (const T& element : more) buffer_->fillBack(element);
             return Slice(buffer_, begin_, length_ + static_cast<std::uint32_t>(more.size()));
         }
-        Slice grown = copyWithRoom(view(), 0, roomToGrow(length_, more.size()));
+        // Room in front that this slice may claim goes with it, for those who grow at both ends.
+        const std::size_t inFront = buffer_ && begin_ == buffer_->first ? buffer_->first : 0;
+        Slice grown = copyWithRoom(view(), std::min<std::size_t>(inFront, length_),
+                                   roomToGrow(length_, more.size()));
         for (const T& element : more) grown.buffer_->fillBack(element);
         grown.length_ += static_cast<std::uint32_t>(more.size());
         return grown;
@@ -112,7 +115,10 @@ template <class T> class Slice {
             for (std::size_t i = more.size(); i > 0; --i) buffer_->fillFront(more[i - 1]);
             return Slice(buffer_, begin_ - count, length_ + count);
         }
-        Slice grown = copyWithRoom(view(), roomToGrow(length_, more.size()), 0);
+        const bool reachesEnd = buffer_ && begin_ + length_ == buffer_->last;
+        const std::size_t behind = reachesEnd ? buffer_->capacity - buffer_->last : 0;
+        Slice grown = copyWithRoom(view(), roomToGrow(length_, more.size()),
+                                   std::min<std::size_t>(behind, length_));
         for (std::size_t i = more.size(); i > 0; --i) grown.buffer_->fillFront(more[i - 1]);
         grown.begin_ -= count;
         grown.length_ += count;
@@ -122,12 +128,13 @@ template <class T> class Slice {
   private:
     static constexpr std::size_t smallBuffer = 64;
 
-    /// Room for `added` more elements; whoever grows will probably grow again, so the total is
-    /// rounded up to a power of two. Large blocks cost address space only until they are filled.
+    /// Room for `added` more elements; whoever grows will probably grow again, so there is room for
+    /// half as many more at least, rounded up to a power of two. Large blocks cost address space
+    /// only until they are filled.
     static std::size_t roomToGrow(std::size_t present, std::size_t added) {
         if (added > heap::maximumLength - present) throw heap::OutOfMemory();
         const std::size_t total = present + added;
-        std::size_t capacity = std::bit_ceil(std::max<std::size_t>(total, 4));
+        std::size_t capacity = std::bit_ceil(std::max<std::size_t>(total + total / 2, 4));
         if (capacity > heap::maximumLength) capacity = heap::maximumLength;
         return capacity - present;
     }

@@ -181,6 +181,7 @@ void evaluateAndShow(Lisp& lisp, std::u16string text) {
     evaluating = 1;
     const bool succeeded = lisp.evalString(text);
     evaluating = 0;
+    interruption::take();  // a Ctrl-C that came too late is not for the next text
     while (!succeeded && text.ends_with(u'\n')) text.pop_back();
     writeLine(text);
 }

@@ -1,0 +1,130 @@
+// Tests of depth, memory and interruption with programs that use the built-ins.
+#include "core/heap.h"
+#include "core/interruption.h"
+#include "platform/system.h"
+#include "tests/support/bare_lisp.h"
+
+#include <gtest/gtest.h>
+
+namespace vlisp {
+namespace {
+
+struct LimitForTest {
+    explicit LimitForTest(std::size_t bytes) : before(heap::limit()) { heap::setLimit(bytes); }
+    ~LimitForTest() { heap::setLimit(before); }
+    LimitForTest(const LimitForTest&) = delete;
+    LimitForTest& operator=(const LimitForTest&) = delete;
+    std::size_t before;
+};
+
+constexpr std::size_t someMore = std::size_t{64} << 20;
+const std::string outOfMemory = ";error; out of memory";
+const std::string tooDeep = ";error; nested too deeply";
+
+std::string onEvaluationThread(test::BareLisp& lisp, const std::string& text) {
+    std::string answer;
+    platform::Worker worker(platform::evaluationStack, [&] { answer = lisp.eval(text); });
+    worker.join();
+    return answer;
+}
+
+TEST(LimitsWithBuiltins, AMillionNestedCallsEndInAnAnswerOrAnError) {
+    test::BareLisp lisp;
+    lisp.eval("(defun down (n) (if (< n 1) 0 (+ 1 (down (- n 1)))))");
+    EXPECT_EQ(lisp.eval("(down 100)"), "100");
+    const std::string answer = onEvaluationThread(lisp, "(down 1000000)");
+    EXPECT_TRUE(answer == "1000000" || answer.starts_with(";error; ")) << answer;
+    EXPECT_EQ(onEvaluationThread(lisp, "(down 10000)"), "10000");
+}
+
+TEST(LimitsWithBuiltins, RunawayRecursionEndsInAnError) {
+    test::BareLisp lisp;
+    lisp.eval("(defun up (n) (+ 1 (up (+ n 1))))");
+    EXPECT_EQ(lisp.eval("(setq a (up 1))"), tooDeep);
+    EXPECT_EQ(onEvaluationThread(lisp, "(setq a (up 1))"), tooDeep);
+    EXPECT_EQ(lisp.eval("a"), ";error; undefined symbol 'A'\n");
+}
+
+TEST(LimitsWithBuiltins, RecursionThroughABuiltinThatCallsBackEndsInAnError) {
+    test::BareLisp lisp;
+    lisp.eval("(defun f (x) (vl-remove-if f '(1 2)))");
+    EXPECT_EQ(lisp.eval("(f 1)"), tooDeep);
+    EXPECT_EQ(lisp.eval("(+ 1 2)"), "3");
+}
+
+TEST(LimitsWithBuiltins, ListsNestedAMillionDeepCompare) {
+    constexpr std::size_t depth = 1'000'000;
+    const std::string a = std::string(depth, '(') + "1" + std::string(depth, ')');
+    const std::string b = std::string(depth, '(') + "2" + std::string(depth, ')');
+    test::BareLisp lisp;
+    EXPECT_EQ(lisp.eval("(equal '" + a + " '" + a + ")"), "T");
+    EXPECT_EQ(lisp.eval("(equal '" + a + " '" + b + ")"), "nil");
+    EXPECT_EQ(lisp.eval("(/= '" + a + " '" + b + ")"), "T");
+    EXPECT_EQ(lisp.eval("(begin (setq a '" + a + ") (setq b (cdr (list a a))) (equal a (car b)))"),
+              "T");
+}
+
+TEST(LimitsWithBuiltins, AListBuiltAMillionDeepIsPrintedComparedAndReleased) {
+    test::BareLisp lisp;
+    const std::size_t before = heap::used();
+    EXPECT_EQ(lisp.eval("(begin (setq l 1 m 1) (repeat 1000000 (setq l (list l) m (list m))) "
+                        "(equal l m))"),
+              "T");
+    EXPECT_EQ(lisp.eval("l").size(), 2'000'001U);
+    lisp.eval("(setq l 1 m 1)");
+    EXPECT_LE(heap::used(), before + 1000);
+}
+
+TEST(LimitsWithBuiltins, DoublingEndsInAnErrorAndTheInterpreterGoesOn) {
+    const char* const programs[] = {
+        "(begin (setq l '(1)) (while 1 (setq l (append l l))))",
+        "(begin (setq l '(1)) (repeat 1000 (setq l (append l l))))",
+        "(begin (setq l \"ab\") (while 1 (setq l (strcat l l))))",
+        "(begin (setq l 1) (while 1 (setq l (list l l l l l l l l)) (setq k (cons l k))))",
+    };
+    for (const char* program : programs) {
+        test::BareLisp lisp;
+        const std::size_t before = heap::used();
+        const LimitForTest limit(before + someMore);
+        lisp.eval("(setq k '())");
+        EXPECT_EQ(lisp.eval(program), outOfMemory) << program;
+        EXPECT_LE(heap::used(), before + someMore);
+        EXPECT_EQ(lisp.eval("(+ 1 2)"), "3");
+        EXPECT_EQ(lisp.eval("(setq l 1 k 1)"), "1");
+        EXPECT_LE(heap::used(), before + 10'000) << program;
+        EXPECT_EQ(lisp.eval("(append '(1) '(2))"), "(1 2)");
+    }
+}
+
+TEST(LimitsWithBuiltins, ASharedListThatPrintsExponentiallyLongIsNotPrinted) {
+    test::BareLisp lisp;
+    const LimitForTest limit(heap::used() + someMore);
+    EXPECT_EQ(lisp.eval("(begin (setq l 1) (repeat 60 (setq l (list l l))))"), outOfMemory);
+    EXPECT_EQ(lisp.eval("(length l)"), "2");
+}
+
+TEST(LimitsWithBuiltins, ASharedListThatIsExponentiallyLargeCanBeCancelledWhileItIsCompared) {
+    test::BareLisp lisp;
+    EXPECT_EQ(lisp.eval("(begin (setq l 1 m 1) (repeat 60 (setq l (list l l) m (list m m))) 5)"),
+              "5");
+    platform::Worker user(std::size_t{1} << 20, [] {
+        const std::uint32_t start = platform::tickCount();
+        while (platform::tickCount() - start < 100) continue;
+        interruption::request(interruption::Reason::cancelled);
+    });
+    EXPECT_EQ(lisp.eval("(equal l m)"), ";error; cancelled");
+    user.join();
+}
+
+TEST(LimitsWithBuiltins, ALoadGoesOnAfterMemoryRanOut) {
+    test::BareLisp lisp;
+    const LimitForTest limit(heap::used() + someMore);
+    const LoadReport report =
+        lisp.session.loadLispText(u"a.lsp", u"(setq l '(1))\n(while 1 (setq l (append l l)))\n");
+    EXPECT_EQ(report.errorText, u";error; out of memory");
+    EXPECT_EQ(report.line, 2U);
+    EXPECT_EQ(lisp.port.log.back(), "done " + outOfMemory);
+}
+
+}  // namespace
+}  // namespace vlisp

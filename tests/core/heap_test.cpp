@@ -1,0 +1,71 @@
+// Tests of core/heap.h.
+#include "core/heap.h"
+
+#include "core/cell.h"
+
+#include <gtest/gtest.h>
+#include <string>
+
+namespace vlisp {
+namespace {
+
+struct LimitForTest {
+    explicit LimitForTest(std::size_t bytes) : before(heap::limit()) { heap::setLimit(bytes); }
+    ~LimitForTest() { heap::setLimit(before); }
+    LimitForTest(const LimitForTest&) = delete;
+    LimitForTest& operator=(const LimitForTest&) = delete;
+    std::size_t before;
+};
+
+TEST(Heap, EverythingReleasedIsNoLongerUsed) {
+    const std::size_t before = heap::used();
+    {
+        const Cell text = Cell::string(std::u16string(1000, u'x'));
+        EXPECT_GE(heap::used(), before + 2000);
+        const Cell nested = Cell::list({Cell::list({text, text}), text});
+        const Cell copy = nested;
+    }
+    EXPECT_EQ(heap::used(), before);
+}
+
+TEST(Heap, ACopyOfACellAllocatesNothing) {
+    const Cell list = Cell::list({Cell::string(u"a"), Cell::integer(1)});
+    const std::uint64_t before = heap::statistics().allocations;
+    const Cell copy = list;
+    EXPECT_EQ(heap::statistics().allocations, before);
+    EXPECT_EQ(copy.items().data(), list.items().data());
+}
+
+TEST(Heap, TheBudgetEndsAnAllocation) {
+    const std::size_t before = heap::used();
+    const LimitForTest limit(before + 1'000'000);
+    void* memory = heap::allocate(900'000);
+    EXPECT_EQ(heap::used(), before + 900'000);
+    EXPECT_THROW(heap::allocate(200'000), heap::OutOfMemory);
+    EXPECT_THROW(heap::allocate(SIZE_MAX), heap::OutOfMemory);
+    EXPECT_EQ(heap::used(), before + 900'000);
+    heap::release(memory, 900'000);
+    EXPECT_EQ(heap::used(), before);
+}
+
+TEST(Heap, ATextIsRequiredBeforeItIsMade) {
+    const LimitForTest limit(heap::used() + 1000);
+    EXPECT_NO_THROW(heap::requireText(500));
+    EXPECT_THROW(heap::requireText(501), heap::OutOfMemory);
+    EXPECT_THROW(heap::requireText(SIZE_MAX), heap::OutOfMemory);
+    heap::setLimit(heap::used() - 1);
+    EXPECT_THROW(heap::requireText(0), heap::OutOfMemory);
+}
+
+TEST(Heap, TheLimitBeginsWithinTheMachinesMemory) { EXPECT_GT(heap::limit(), 64U << 20); }
+
+TEST(Heap, BlocksAreAlignedForTheTypeBits) {
+    for (const std::size_t bytes : {1U, 17U, 40U, 1000U}) {
+        void* memory = heap::allocate(bytes);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % 16, 0U);
+        heap::release(memory, bytes);
+    }
+}
+
+}  // namespace
+}  // namespace vlisp
