@@ -25,7 +25,7 @@ class ElementEquality {
             const Cell pair[] = {element, sought_};
             return eq(pair);
         }
-        const Ref<Environment> scope = Environment::make(&GlobalEnvironment());
+        const CallScope scope(Environment::make(&GlobalEnvironment()));
         scope->Bind(p1_, element);
         scope->Bind(p2_, sought_);
         ErrorBuffer dropped;
@@ -100,8 +100,8 @@ Cell vlRemoveIf(Arguments arguments) {
     // On purpose: the body is evaluated directly, once an element, in a scope that sees the
     // parameter and the global names but not the locals of any caller.
     return kept(arguments[1].items(), [&](const Cell& element) {
-        const Ref<Environment> scope =
-            Environment::make(predicate[1].items(), Arguments(&element, 1), &GlobalEnvironment());
+        const CallScope scope(
+            Environment::make(predicate[1].items(), Arguments(&element, 1), &GlobalEnvironment()));
         ErrorBuffer dropped;
         return IsFalse(Eval(predicate[2], *scope, dropped));
     });

@@ -105,7 +105,7 @@ class StepIterator {
     StepIterator(const wchar_t* at, std::uint64_t* steps) : at_(at), steps_(steps) {}
 
     reference operator*() const {
-        constexpr std::uint64_t most = 20'000'000;
+        constexpr std::uint64_t most = 2'000'000;
         if (++*steps_ > most) throw TooManySteps();
         return *at_;
     }
@@ -269,21 +269,18 @@ Answer matchesPlain(std::u16string_view text, std::u16string_view expression) {
 }
 
 bool matchesExpression(std::u16string_view text, std::u16string_view expression) {
-    // The library parses nested groups, and follows chains of empty transitions, recursively; the
-    // default matcher recurses over the text as well.
-    constexpr std::size_t stackPerUnit = 2000;
-    constexpr std::size_t mostStates = 100'000;  // the library refuses expressions with more
+    // The library parses nested groups, and follows chains of empty transitions, recursively: up to
+    // the limit of states that the build sets. Its default matcher recurses over the text as well.
+    constexpr std::size_t stackNeeded = std::size_t{16} << 20;
     constexpr std::size_t deepestNesting = 1000;
-    constexpr std::size_t longestWithBackReferences = 10'000;
+    constexpr std::size_t longestWithBackReferences = 1000;
     const bool backReferences = hasBackReference(expression);
     if (backReferences && text.size() > longestWithBackReferences) return false;
     if (nestingOf(expression) > deepestNesting || hasHugeNumber(expression)) return false;
-    std::size_t units = std::min(expression.size(), mostStates);
-    if (backReferences) units += text.size();
     bool matched = false;
     const std::wstring wideText = widened(text);
     const std::wstring wideExpression = widened(expression);
-    platform::withStack(64 * 1024 + units * stackPerUnit,
+    platform::withStack(stackNeeded,
                         [&] { matched = matchCompiled(wideText, wideExpression, backReferences); });
     return matched;
 }

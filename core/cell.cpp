@@ -5,6 +5,7 @@
 #include "platform/text.h"
 
 #include <cstdio>
+#include <vector>
 
 namespace vlisp {
 
@@ -108,6 +109,27 @@ Cell Cell::withItems(CellSlice items) const {
     if (!is(CellType::Lambda)) return list(std::move(items));
     const auto* data = static_cast<const LambdaData*>(object());
     return lambda(std::move(items), data->scope.get(), data->name);
+}
+
+bool mayReach(const Cell& cell, const Buffer<Cell>* buffer) {
+    constexpr std::size_t mostCells = 1000;
+    std::size_t looked = 0;
+    std::vector<const Buffer<Cell>*> pending;
+    const auto enter = [&](const Cell& held) {
+        if (!held.is(CellType::List) && !held.is(CellType::Lambda)) return;
+        if (const Buffer<Cell>* inner = held.itemSlice().buffer()) pending.push_back(inner);
+    };
+    enter(cell);
+    while (!pending.empty()) {
+        const Buffer<Cell>* inner = pending.back();
+        pending.pop_back();
+        if (inner == buffer) return true;
+        if (!inner->holdsLists) continue;
+        looked += inner->last - inner->first;
+        if (looked > mostCells) return true;
+        for (std::uint32_t i = inner->first; i < inner->last; ++i) enter(inner->slots()[i]);
+    }
+    return false;
 }
 
 bool IsFalse(const Cell& cell) noexcept {

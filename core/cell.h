@@ -5,14 +5,16 @@
 //
 // A cell's type says which of its fields carries its value:
 //
-//   Symbol        text      the name, upper case when read from source
-//   Integer       intValue  32 bits, signed; text is empty but for the locals that DEFUN makes
-//   ("0") Real          realValue an IEEE double String        text      the contents, without
-//   quotes List          items     the elements; () is a List without any Proc          proc      a
-//   built-in function Lambda        items     the whole LAMBDA form; env: the scope it was made in;
-//                           text: the function's name when DEFUN made it
-//   EntityName    text      the host object's id in decimal
-//   SelectionSet  text      the host selection set's number in decimal
+//   Symbol        text       the name, upper case when read from source
+//   Integer       intValue   32 bits, signed; text is empty, but "0" in the locals of a DEFUN
+//   Real          realValue  an IEEE double
+//   String        text       the contents, without quotes
+//   List          items      the elements; () is a List without any
+//   Proc          proc       a built-in function
+//   Lambda        items      the whole LAMBDA form; env: the scope it was made in;
+//                            text: the function's name when DEFUN made it
+//   EntityName    text       the host object's id in decimal
+//   SelectionSet  text       the host selection set's number in decimal
 //
 // A field that the type does not carry is empty or zero, and may be read: built-ins rely on it
 // ((LENGTH 5) is 0, a string counts as 0 in a sum).
@@ -110,6 +112,11 @@ class Cell {
     }
     [[nodiscard]] Environment* env() const noexcept;
 
+    /// True for a list that is not empty and for a lambda: what can be part of a cycle.
+    [[nodiscard]] bool holdsCells() const noexcept {
+        return (is(CellType::List) || is(CellType::Lambda)) && object() != nullptr;
+    }
+
     /// A number's value: a Real's double, of any other cell its integer field as a double.
     [[nodiscard]] double numericValue() const noexcept {
         return is(CellType::Real) ? realValue() : static_cast<double>(intValue());
@@ -185,6 +192,10 @@ class Cell {
 };
 
 static_assert(sizeof(Cell) == 16, "lists of a million numbers depend on it");
+
+/// Whether growing `buffer` in place by this cell could make the buffer hold itself: the cell
+/// reaches the buffer through lists and lambda forms, or holds too much to find out.
+[[nodiscard]] bool mayReach(const Cell& cell, const Buffer<Cell>* buffer);
 
 /// What a Lambda cell points to.
 struct LambdaData final : HeapObject {

@@ -3,6 +3,7 @@
 
 #include "core/scope_collector.h"
 
+#include <algorithm>
 #include <cassert>
 
 namespace vlisp {
@@ -15,7 +16,14 @@ Environment::Environment(Environment* outer) noexcept
     scope_collector::enlist(*this);
 }
 
-Environment::~Environment() { scope_collector::strike(*this); }
+Environment::~Environment() {
+    scope_collector::strike(*this);
+    heap::discharge(charged_);
+}
+
+CallScope::~CallScope() {
+    if (scope_->references > 1) scope_collector::scopeOutlivedCall();
+}
 
 Ref<Environment> Environment::make(Environment* outer) {
     return Ref(new (heap::allocate(sizeof(Environment))) Environment(outer));
@@ -23,7 +31,6 @@ Ref<Environment> Environment::make(Environment* outer) {
 
 Ref<Environment> Environment::make(Items parameters, Arguments arguments, Environment* outer) {
     Ref<Environment> scope = make(outer);
-    scope->bindings_.reserve(parameters.size());
     for (std::size_t i = 0; i < parameters.size(); ++i)
         scope->Bind(parameters[i].textAsSymbol(), i < arguments.size() ? arguments[i] : NilCell);
     return scope;
@@ -45,20 +52,35 @@ void Environment::Bind(SymbolRef name, Cell value) {
         present->swap(value);
         return;
     }
-    const SymbolData* key = name.get();
-    bindings_.push_back({std::move(name), std::move(value)});
-    if (!index_.empty()) {
-        index_.emplace(key, static_cast<std::uint32_t>(bindings_.size() - 1));
-    } else if (bindings_.size() > scanned) {
-        for (std::uint32_t i = 0; i < bindings_.size(); ++i)
-            index_.emplace(bindings_[i].name.get(), i);
+    insert(std::move(name), std::move(value));
+}
+
+// Everything that can fail comes before anything that is seen.
+void Environment::insert(SymbolRef name, Cell value) {
+    if (bindings_.size() == bindings_.capacity()) {
+        const std::size_t capacity = std::max<std::size_t>(2, bindings_.size() * 2);
+        const std::size_t more = capacity * sizeof(Binding) - charged_;
+        heap::charge(more);
+        charged_ += more;
+        bindings_.reserve(capacity);
     }
+    const auto at = static_cast<std::uint32_t>(bindings_.size());
+    if (!index_.empty()) {
+        index_.emplace(name.get(), at);
+    } else if (at >= mostWithoutIndex) {
+        std::unordered_map<const SymbolData*, std::uint32_t> index;
+        for (std::uint32_t i = 0; i < at; ++i) index.emplace(bindings_[i].name.get(), i);
+        index.emplace(name.get(), at);
+        index_.swap(index);
+    }
+    bindings_.push_back({std::move(name), std::move(value)});
 }
 
 void Environment::clear() noexcept {
     std::vector<Binding> taken;
     taken.swap(bindings_);
     index_.clear();
+    heap::discharge(std::exchange(charged_, 0));
 }
 
 Environment& FindScope(Environment& scope, const SymbolData* name, ErrorBuffer& error,

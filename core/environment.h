@@ -54,11 +54,30 @@ class Environment final : public HeapObject {
     Environment* nextLiving = nullptr;
 
   private:
-    static constexpr std::size_t scanned = 12;  // above this many names, an index is kept
+    static constexpr std::size_t mostWithoutIndex = 12;
+
+    void insert(SymbolRef name, Cell value);
 
     Ref<Environment> outer_;
     std::vector<Binding> bindings_;
     std::unordered_map<const SymbolData*, std::uint32_t> index_;
+    std::size_t charged_ = 0;  // bytes of the bindings, as counted in the heap's budget
+};
+
+/// The scope of one call, let go of at its end. Tells the collector when something else still
+/// holds it.
+class CallScope {
+  public:
+    explicit CallScope(Ref<Environment> scope) noexcept : scope_(std::move(scope)) {}
+    CallScope(const CallScope&) = delete;
+    CallScope& operator=(const CallScope&) = delete;
+    ~CallScope();
+
+    Environment& operator*() const noexcept { return *scope_; }
+    Environment* operator->() const noexcept { return scope_.get(); }
+
+  private:
+    Ref<Environment> scope_;
 };
 
 /// The first scope from `scope` outward that binds `name`. When there is none, reports

@@ -39,7 +39,7 @@ class ErrorBuffer {
     std::uint64_t reports_ = 0;
 };
 
-/// How many units of `text` fit into `room`, a surrogate pair counting as one.
+/// How many units of `text` fit into `room` without splitting a surrogate pair.
 [[nodiscard]] std::size_t lengthThatFits(std::u16string_view text, std::size_t room) noexcept;
 
 namespace messages {

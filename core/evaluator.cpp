@@ -4,7 +4,6 @@
 #include "core/interruption.h"
 #include "core/printer.h"
 #include "core/reader.h"
-#include "core/scope_collector.h"
 #include "platform/system.h"
 
 #include <array>
@@ -117,6 +116,7 @@ Cell setq(const Form& form) {
 
 Cell define(const Form& form) {
     Cell value = form.value(2);
+    if (interruption::pending()) return NilCell;
     form.scope.Bind(form.element(1).textAsSymbol(), value);
     return value;
 }
@@ -187,12 +187,10 @@ Cell defun(const Form& form) {
 Cell applyLambda(const Cell& function, Arguments arguments, ErrorBuffer& error) {
     const Items form = function.items();
     const Items parameters = form.size() > 1 ? form[1].items() : Items();
-    Ref<Environment> scope = Environment::make(parameters, arguments, function.env());
+    const CallScope scope(Environment::make(parameters, arguments, function.env()));
     // On purpose: only the third element is evaluated; a LAMBDA with several body forms runs the
     // first alone.
-    Cell result = form.size() > 2 ? Eval(form[2], *scope, error) : NilCell;
-    if (scope->references > 1) scope_collector::scopeOutlivedCall();
-    return result;
+    return form.size() > 2 ? Eval(form[2], *scope, error) : NilCell;
 }
 
 Cell apply(const Form& form) {
@@ -275,6 +273,12 @@ constexpr std::array<SpecialFormRow, 13> rows{{
       "(begin 1 2 3)", "3"}},
 }};
 // clang-format on
+
+static_assert([] {
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        if (static_cast<std::size_t>(rows[i].id) != i + 1) return false;
+    return true;
+}());
 
 constexpr std::array<SpecialFormHelp, 13> helpRows = [] {
     std::array<SpecialFormHelp, 13> help{};

@@ -3,6 +3,7 @@
 
 #include "core/cell.h"
 #include "core/environment.h"
+#include "core/scope_collector.h"
 #include "platform/system.h"
 
 namespace vlisp::heap {
@@ -45,19 +46,28 @@ void destroy(HeapObject* object) noexcept {
 
 }  // namespace
 
-void* allocate(std::size_t bytes) {
-    const std::size_t most = bytesLimit();
-    if (bytes > most || bytesUsed > most - bytes) throw OutOfMemory();
-    void* memory = ::operator new(bytes, std::nothrow);
-    if (memory == nullptr) throw OutOfMemory();
-    static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= alignof(HeapObject));
+void charge(std::size_t bytes) {
+    const auto fits = [&] { return bytes <= bytesLimit() && bytesUsed <= bytesLimit() - bytes; };
+    if (!fits() && (scope_collector::collectForMemory() == 0 || !fits())) throw OutOfMemory();
     bytesUsed += bytes;
+}
+
+void discharge(std::size_t bytes) noexcept { bytesUsed -= bytes; }
+
+void* allocate(std::size_t bytes) {
+    charge(bytes);
+    void* memory = ::operator new(bytes, std::nothrow);
+    static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= alignof(HeapObject));
+    if (memory == nullptr) {
+        discharge(bytes);
+        throw OutOfMemory();
+    }
     ++statistics().allocations;
     return memory;
 }
 
 void release(void* memory, std::size_t bytes) noexcept {
-    bytesUsed -= bytes;
+    discharge(bytes);
     ::operator delete(memory);
 }
 

@@ -1,6 +1,6 @@
 // Counted objects on the interpreter's heap: the base of everything that a Cell can point to.
 // One idea: a count per object, a queue for the dead, and a budget, so that destroying deep
-// structures never recurses and no program can take all of the machine's memory.
+// structures never recurses and a program's data cannot take all of the machine's memory.
 // Tests: tests/core/heap_test.cpp, tests/core/slice_test.cpp.
 #pragma once
 
@@ -40,9 +40,14 @@ struct OutOfMemory : std::bad_alloc {
 /// Most elements that one list or one text may hold.
 inline constexpr std::size_t maximumLength = 0x7fffffff;
 
-/// Returns `bytes` bytes aligned to 16. Throws OutOfMemory beyond the limit.
+/// Returns `bytes` bytes aligned to 16. Beyond the limit scopes that nobody holds any more are
+/// collected; when that does not help, throws OutOfMemory.
 void* allocate(std::size_t bytes);
 void release(void* memory, std::size_t bytes) noexcept;
+
+/// Counts memory that an object has from elsewhere. Throws OutOfMemory beyond the limit.
+void charge(std::size_t bytes);
+void discharge(std::size_t bytes) noexcept;
 
 /// Bytes in use by counted objects, and the most that they may use. The limit starts at half of
 /// the machine's memory.
@@ -94,13 +99,6 @@ template <class T> class Ref {
 
     /// Gives the pointer away together with its count.
     T* detach() noexcept { return std::exchange(object_, nullptr); }
-
-    /// Takes over a pointer together with its count.
-    static Ref adopt(T* object) noexcept {
-        Ref ref;
-        ref.object_ = object;
-        return ref;
-    }
 
   private:
     T* object_ = nullptr;

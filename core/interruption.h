@@ -1,6 +1,7 @@
 // Interruption: what ends an evaluation from outside LISP.
-// One idea: one flag that the evaluator looks at; while it is up, everything evaluates to nil, no
-// SETQ can take it back, and whoever started the evaluation reports the reason.
+// One idea: one flag that the evaluator looks at; while it is up, every form evaluates to nil and
+// nothing is called or bound, no SETQ can take it back, and whoever started the evaluation reports
+// the reason.
 // Tests: tests/core/limits_test.cpp.
 //
 // Ours: the dialect knows neither a limit of depth nor a way to stop a program. A machine and its

@@ -17,6 +17,9 @@ std::size_t outlived = 0;
 constexpr std::size_t smallestRound = 10'000;
 std::size_t nextRound = smallestRound;
 
+// Objects and cells looked at, one by one, in the running collection.
+std::size_t looks = 0;
+
 // Calls `visit` with every object (list buffer, closure or scope) that `object` counts a
 // reference to, once per reference.
 template <class Visit> void forEachReference(HeapObject* object, Visit visit) {
@@ -24,10 +27,12 @@ template <class Visit> void forEachReference(HeapObject* object, Visit visit) {
         if (!cell.is(CellType::List) && !cell.is(CellType::Lambda)) return;
         if (HeapObject* held = CellInspector::object(cell)) visit(held);
     };
+    ++looks;
     switch (object->kind) {
     case ObjectKind::environment: {
         auto* scope = static_cast<Environment*>(object);
         if (scope->outer() != nullptr) visit(scope->outer());
+        looks += scope->bindings().size();
         for (const Environment::Binding& binding : scope->bindings()) visitCell(binding.value);
         return;
     }
@@ -39,6 +44,8 @@ template <class Visit> void forEachReference(HeapObject* object, Visit visit) {
     }
     case ObjectKind::list: {
         auto* buffer = static_cast<Buffer<Cell>*>(object);
+        if (!buffer->holdsLists) return;
+        looks += buffer->last - buffer->first;
         for (std::uint32_t i = buffer->first; i < buffer->last; ++i) visitCell(buffer->slots()[i]);
         return;
     }
@@ -47,29 +54,7 @@ template <class Visit> void forEachReference(HeapObject* object, Visit visit) {
     }
 }
 
-}  // namespace
-
-void enlist(Environment& scope) noexcept {
-    scope.nextLiving = newest;
-    if (newest != nullptr) newest->previousLiving = &scope;
-    newest = &scope;
-    ++living;
-}
-
-void strike(Environment& scope) noexcept {
-    (scope.previousLiving != nullptr ? scope.previousLiving->nextLiving : newest) =
-        scope.nextLiving;
-    if (scope.nextLiving != nullptr) scope.nextLiving->previousLiving = scope.previousLiving;
-    --living;
-}
-
-void scopeOutlivedCall() {
-    if (++outlived < nextRound) return;
-    collect();
-    outlived = 0;
-}
-
-std::size_t collect() {
+std::size_t freeUnreachable() {
     // 1. How many of each object's references come from inside what the scopes reach.
     std::unordered_map<HeapObject*, std::uint32_t> inside;
     std::vector<HeapObject*> pending;
@@ -110,11 +95,55 @@ std::size_t collect() {
             unreachable.emplace_back(static_cast<Environment*>(object));
     for (const Ref<Environment>& scope : unreachable) scope->clear();
 
-    // The next round looks at all the survivors again: it waits in proportion to their number.
-    const auto survivors = static_cast<std::size_t>(std::count_if(
-        inside.begin(), inside.end(), [](const auto& entry) { return entry.second == reached; }));
-    nextRound = std::max(smallestRound, survivors);
     return unreachable.size();
+}
+
+}  // namespace
+
+void enlist(Environment& scope) noexcept {
+    scope.nextLiving = newest;
+    if (newest != nullptr) newest->previousLiving = &scope;
+    newest = &scope;
+    ++living;
+}
+
+void strike(Environment& scope) noexcept {
+    (scope.previousLiving != nullptr ? scope.previousLiving->nextLiving : newest) =
+        scope.nextLiving;
+    if (scope.nextLiving != nullptr) scope.nextLiving->previousLiving = scope.previousLiving;
+    --living;
+}
+
+void scopeOutlivedCall() noexcept {
+    if (++outlived >= nextRound) collect();
+}
+
+std::size_t collectForMemory() noexcept {
+    constexpr std::size_t worthwhile = 100;
+    return outlived >= worthwhile ? collect() : 0;
+}
+
+std::size_t collect() noexcept {
+    outlived = 0;
+    looks = 0;
+    std::size_t freed = 0;
+    try {
+        freed = freeUnreachable();
+    } catch (const std::bad_alloc&) {
+        // Nothing was freed; there will be another time.
+    }
+    // The next round looks at as much again: it waits in proportion.
+    constexpr std::size_t looksACall = 16;
+    nextRound = std::max(smallestRound, looks / looksACall);
+    return freed;
+}
+
+void clearAll() noexcept {
+    for (Environment* scope = newest; scope != nullptr;) {
+        const Ref<Environment> held(scope);
+        scope->clear();
+        scope = scope->nextLiving;
+    }
 }
 
 std::size_t livingScopes() noexcept { return living; }

@@ -1,6 +1,7 @@
 // The scope collector: frees scopes that only their own closures keep alive.
-// One idea: counts free everything but cycles, and every cycle goes through a scope; so now and
-// then, look at the scopes alone and see which of them nothing outside them holds.
+// One idea: counts free everything but cycles, and every cycle goes through a scope (lists that
+// would hold themselves are never made, slice.h); so now and then, look at the scopes alone and
+// see which of them nothing outside them holds.
 // Tests: tests/core/scope_collector_test.cpp.
 #pragma once
 
@@ -18,12 +19,19 @@ void strike(Environment& scope) noexcept;
 
 /// Tells that a call returned while something else held its scope. When enough scopes have
 /// outlived their calls since the last collection, collects.
-void scopeOutlivedCall();
+void scopeOutlivedCall() noexcept;
 
-/// Frees every scope that cannot be reached from outside. Returns how many. Linear in what the
-/// living scopes (the global one included) hold; safe at any point of an evaluation, since
-/// whatever the evaluator holds counts as outside.
-std::size_t collect();
+/// Frees every scope that cannot be reached from outside. Returns how many; 0 also when the machine
+/// has no memory for the work. Linear in what the living scopes (the global one included) hold;
+/// safe at any point of an evaluation, since whatever the evaluator holds counts as outside.
+std::size_t collect() noexcept;
+
+/// Collects when the heap's budget is used up, if scopes have outlived their calls at all since
+/// the last time. Returns how many were freed.
+std::size_t collectForMemory() noexcept;
+
+/// Empties every scope: the end of a session.
+void clearAll() noexcept;
 
 [[nodiscard]] std::size_t livingScopes() noexcept;
 

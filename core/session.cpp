@@ -10,6 +10,8 @@
 
 #include <cassert>
 #include <random>
+#include <stdexcept>
+#include <system_error>
 
 namespace vlisp {
 namespace {
@@ -30,6 +32,10 @@ template <class Work> bool guarded(ErrorBuffer& error, Work work) {
         work();
     } catch (const std::bad_alloc&) {
         interruption::request(interruption::Reason::outOfMemory);
+    } catch (const std::length_error&) {  // a container's own limit
+        interruption::request(interruption::Reason::outOfMemory);
+    } catch (const std::system_error&) {  // no thread to be had
+        interruption::request(interruption::Reason::outOfMemory);
     }
     const interruption::Reason why = interruption::take();
     if (why == interruption::Reason::none) return true;
@@ -46,8 +52,7 @@ InterpreterSession::InterpreterSession(SessionParts parts)
 }
 
 InterpreterSession::~InterpreterSession() {
-    global_->clear();
-    scope_collector::collect();
+    scope_collector::clearAll();
     setCommandPort(nullptr);
     setGlobalEnvironment(nullptr);
 }
@@ -67,27 +72,30 @@ Cell InterpreterSession::evaluate(std::u16string_view text, ErrorBuffer& error, 
 }
 
 LoadReport InterpreterSession::LoadLispFile(const std::u16string& path) {
-    std::string bytes;
-    std::string reason;
-    if (!platform::readFile(platform::toUtf8(path), bytes, reason)) bytes.clear();
-    return loadLispText(path, platform::fromUtf8(bytes));
+    std::u16string source;
+    ErrorBuffer unread;
+    guarded(unread, [&] {
+        std::string bytes;
+        std::string reason;
+        if (platform::readFile(platform::toUtf8(path), bytes, reason))
+            source = platform::fromUtf8(bytes);
+    });
+    return loadLispText(path, source);
 }
 
 LoadReport InterpreterSession::loadLispText(const std::u16string& path,
                                             std::u16string_view source) {
-    return loadExpressions(path, splitText(source));
-}
+    LoadReport report;
+    ErrorBuffer error;
+    std::vector<SourceExpression> expressions;
+    guarded(error, [&] { expressions = splitText(source); });
 
-LoadReport InterpreterSession::loadExpressions(const std::u16string& path,
-                                               const std::vector<SourceExpression>& expressions) {
     const platform::PathParts parts = platform::splitPath(path);
     std::u16string announcement(pathComponent(parts.name));
     announcement += pathComponent(parts.extension);
     announcement += u" successfully loaded.";
     parts_.host.sendMessage(announcement);
 
-    LoadReport report;
-    ErrorBuffer error;
     // On purpose: one buffer for all expressions, not emptied between them.
     for (const SourceExpression& expression : expressions) {
         const std::uint64_t before = error.reports();

@@ -42,8 +42,8 @@ class InterpreterSession {
     InterpreterSession& operator=(const InterpreterSession&) = delete;
     ~InterpreterSession();
 
-    /// Seeds the random generator with `ticks` (milliseconds since the system started), sets
-    /// EntityNameBase, registers the built-ins and evaluates the prelude. Called once.
+    /// Sets EntityNameBase from the first random number of a generator seeded with `ticks`
+    /// (milliseconds since the system started), registers the built-ins and evaluates the prelude. Called once.
     void StartInterpreter(std::uint32_t ticks);
 
     /// Loads the file at `path` as a worker does for the host: announces it, evaluates its
@@ -75,8 +75,6 @@ class InterpreterSession {
 
   private:
     Cell evaluate(std::u16string_view text, ErrorBuffer& error, bool* interrupted = nullptr);
-    LoadReport loadExpressions(const std::u16string& path,
-                               const std::vector<SourceExpression>& expressions);
     void evaluateInto(std::u16string& first, std::u16string& second,
                       std::u16string (*convert)(const Cell&));
 

@@ -28,6 +28,7 @@ template <class T> struct Buffer final : HeapObject {
         : HeapObject(objectKind), capacity(slotCount) {}
 
     T* slots() noexcept { return reinterpret_cast<T*>(this + 1); }
+    const T* slots() const noexcept { return reinterpret_cast<const T*>(this + 1); }
 
     static std::size_t bytesFor(std::size_t slotCount) noexcept {
         return sizeof(Buffer) + slotCount * sizeof(T);
@@ -42,12 +43,23 @@ template <class T> struct Buffer final : HeapObject {
         return buffer;
     }
 
-    void fillBack(const T& value) noexcept { std::construct_at(slots() + last++, value); }
-    void fillFront(const T& value) noexcept { std::construct_at(slots() + --first, value); }
+    void fillBack(const T& value) noexcept {
+        std::construct_at(slots() + last++, value);
+        note(value);
+    }
+    void fillFront(const T& value) noexcept {
+        std::construct_at(slots() + --first, value);
+        note(value);
+    }
+    void note(const T& value) noexcept {
+        if constexpr (!std::is_same_v<T, char16_t>)
+            if (value.holdsCells()) holdsLists = true;
+    }
 
     std::uint32_t capacity;
     std::uint32_t first = 0;
     std::uint32_t last = 0;
+    bool holdsLists = false;  // some element holds cells of its own
 };
 
 template <class T> class Slice {
@@ -95,7 +107,7 @@ template <class T> class Slice {
     [[nodiscard]] Slice withBack(View more) const {
         if (more.empty()) return *this;
         if (buffer_ && begin_ + length_ == buffer_->last &&
-            buffer_->capacity - buffer_->last >= more.size()) {
+            buffer_->capacity - buffer_->last >= more.size() && mayTake(more)) {
             for (const T& element : more) buffer_->fillBack(element);
             return Slice(buffer_, begin_, length_ + static_cast<std::uint32_t>(more.size()));
         }
@@ -111,7 +123,7 @@ template <class T> class Slice {
     [[nodiscard]] Slice withFront(View more) const {
         if (more.empty()) return *this;
         const auto count = static_cast<std::uint32_t>(more.size());
-        if (buffer_ && begin_ == buffer_->first && buffer_->first >= more.size()) {
+        if (buffer_ && begin_ == buffer_->first && buffer_->first >= more.size() && mayTake(more)) {
             for (std::size_t i = more.size(); i > 0; --i) buffer_->fillFront(more[i - 1]);
             return Slice(buffer_, begin_ - count, length_ + count);
         }
@@ -128,9 +140,17 @@ template <class T> class Slice {
   private:
     static constexpr std::size_t smallBuffer = 64;
 
+    // A buffer that grew by a list which holds it would hold itself, and live for ever.
+    [[nodiscard]] bool mayTake(View more) const {
+        if constexpr (!std::is_same_v<T, char16_t>)
+            for (const T& element : more)
+                if (element.holdsCells() && mayReach(element, buffer_.get())) return false;
+        return true;
+    }
+
     /// Room for `added` more elements; whoever grows will probably grow again, so there is room for
-    /// half as many more at least, rounded up to a power of two. Large blocks cost address space
-    /// only until they are filled.
+    /// half as many more at least, rounded up to a power of two. It counts in the heap's budget, but
+    /// takes no memory of the machine before it is filled.
     static std::size_t roomToGrow(std::size_t present, std::size_t added) {
         if (added > heap::maximumLength - present) throw heap::OutOfMemory();
         const std::size_t total = present + added;

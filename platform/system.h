@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <thread>
 
 namespace vlisp::platform {
 
@@ -45,7 +44,7 @@ class Worker {
 };
 
 /// Calls `work` on this thread if at least `stackBytes` of its stack are left, otherwise on
-/// another thread with that much, and waits. An exception of `work` reaches the caller.
+/// another thread with that much (or what the system grants), and waits. An exception of `work` reaches the caller.
 void withStack(std::size_t stackBytes, const std::function<void()>& work);
 
 /// A window of the host that takes posted messages. On systems without such windows the host
@@ -75,7 +74,8 @@ struct PathParts {
 };
 PathParts splitPath(std::u16string_view path);
 
-/// The whole of a file as bytes. Returns false, and says why in `reason`, when it cannot be read.
+/// The whole of a file as bytes. Returns false, and says why in `reason`, when it cannot be read or
+/// is larger than 1 GiB.
 bool readFile(const std::string& path, std::string& bytes, std::string& reason);
 
 }  // namespace vlisp::platform

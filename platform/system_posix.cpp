@@ -140,8 +140,15 @@ bool readFile(const std::string& path, std::string& bytes, std::string& reason) 
     }
     bytes.clear();
     char block[65536];
-    while (const std::size_t count = std::fread(block, 1, sizeof block, file.get()))
+    constexpr std::size_t largest = std::size_t{1} << 30;
+    while (const std::size_t count = std::fread(block, 1, sizeof block, file.get())) {
         bytes.append(block, count);
+        if (bytes.size() > largest) {
+            bytes.clear();
+            reason = "larger than 1 GiB";
+            return false;
+        }
+    }
     if (std::ferror(file.get()) != 0) {
         reason = std::strerror(errno);
         return false;

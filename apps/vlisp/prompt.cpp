@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <filesystem>
 #include <histedit.h>
 #include <iostream>
@@ -72,7 +73,7 @@ std::string commonBeginning(const std::vector<std::string>& names) {
 
 // The Tab key: completes the name before the cursor as far as it is certain, in the case in which
 // it is being typed; lists the names when nothing is certain any more.
-unsigned char completeName(EditLine* editor, int /*key*/) {
+unsigned char completeName(EditLine* editor, wint_t /*key*/) {
     const LineInfo* line = el_line(editor);
     const std::string_view before(line->buffer,
                                   static_cast<std::size_t>(line->cursor - line->buffer));
@@ -123,7 +124,8 @@ class LineEditor {
         el_set(editor_.get(), EL_EDITOR, "emacs");
         el_set(editor_.get(), EL_SIGNAL, 0);
         el_set(editor_.get(), EL_HIST, history, history_.get());
-        el_set(editor_.get(), EL_ADDFN, "complete-name", "Complete a name", &completeName);
+        // The wide call: the other one never frees its copies of the texts.
+        el_wset(editor_.get(), EL_ADDFN, L"complete-name", L"Complete a name", &completeName);
         el_set(editor_.get(), EL_BIND, "\t", "complete-name", nullptr);
         el_set(editor_.get(), EL_BIND, "^R", "em-inc-search-prev", nullptr);
         el_set(editor_.get(), EL_BIND, "\033[3~", "ed-delete-next-char", nullptr);

@@ -1,7 +1,7 @@
 // The headless host: the smallest host that can serve the extension, without a screen or a user.
 // One idea: the thread that made it is the user-interface thread; it hands work to an evaluation
 // thread and serves that thread's messages until the work is done.
-// Tests: tests/host/headless_host_test.cpp, tests/cli/.
+// Tests: tests/cli/, through the program.
 #pragma once
 
 #include "host/handshake.h"

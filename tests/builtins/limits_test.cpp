@@ -1,6 +1,7 @@
 // Tests of depth, memory and interruption with programs that use the built-ins.
 #include "core/heap.h"
 #include "core/interruption.h"
+#include "core/scope_collector.h"
 #include "platform/system.h"
 #include "tests/support/bare_lisp.h"
 
@@ -124,6 +125,34 @@ TEST(LimitsWithBuiltins, ALoadGoesOnAfterMemoryRanOut) {
     EXPECT_EQ(report.errorText, u";error; out of memory");
     EXPECT_EQ(report.line, 2U);
     EXPECT_EQ(lisp.port.log.back(), "done " + outOfMemory);
+}
+
+// Scopes that nobody holds are freed before memory is said to be out.
+TEST(Memory, RunsOutOnlyWhenScopesThatNobodyHoldsAreGone) {
+    test::BareLisp lisp;
+    const std::size_t limit = heap::limit();
+    lisp.eval("(setq s (strcat \"a\"))");
+    lisp.eval("(repeat 16 (setq s (strcat s s)))");
+    lisp.eval("(defun f (x) (define self (lambda () x)) 1)");
+    heap::setLimit(heap::used() + (std::size_t{64} << 20));
+    EXPECT_EQ(lisp.eval("(repeat 5000 (f (strcat s \"b\")))"), "1");
+    heap::setLimit(limit);
+}
+
+// The predicates of VL-REMOVE-IF make scopes as well.
+TEST(Memory, PredicatesThatKeepThemselvesDoNotPileUp) {
+    test::BareLisp lisp;
+    lisp.eval("(setq p '(lambda (x) (define self (lambda () x))))");
+    lisp.eval("(repeat 100000 (vl-remove-if p '(1)))");
+    EXPECT_LT(scope_collector::livingScopes(), 50'000U);
+}
+
+TEST(Memory, ADefineCannotTakeAnInterruptionEither) {
+    test::BareLisp lisp;
+    lisp.eval("(defun deep (n) (+ 1 (deep n)))");
+    lisp.eval("(define b 6)");
+    EXPECT_EQ(lisp.eval("(define b (deep 1))"), ";error; nested too deeply");
+    EXPECT_EQ(lisp.eval("b"), "6");
 }
 
 }  // namespace

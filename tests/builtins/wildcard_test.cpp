@@ -3,7 +3,6 @@
 
 #include "platform/text.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <random>
@@ -31,12 +30,10 @@ bool matches(std::string_view text, std::string_view pattern) {
     return matchesWildcard(fromUtf8(text), fromUtf8(pattern));
 }
 
-// Runs `work` and fails when it takes longer than a user would wait.
+// Runs `work`. What explodes does not come back before the test's limit of time ends it.
 template <class Work> void quickly(std::string_view what, Work work) {
-    const auto begin = std::chrono::steady_clock::now();
+    SCOPED_TRACE(what);
     work();
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
-    EXPECT_LT(taken.count(), 20.0) << what;
 }
 
 // A seed that is printed: what fails with it is repeated by --gtest_random_seed.
@@ -317,7 +314,7 @@ TEST(Wildcard, LongTextsAreMatched) {
 }
 
 TEST(Wildcard, ExplosivePatternsEndQuickly) {
-    for (const std::size_t count : {30u, 300u, 5000u}) {
+    for (const std::size_t count : {30u, 300u, 1000u, 5000u}) {
         const std::u16string text(count, u'a');
         for (const char16_t* pattern : {u"(a+)+b", u"(a|aa)+b", u"(a|a)+b", u"((a+)+)+b",
                                         u"([a-c]+)+b", u"(*)(*)(*)(*)b", u"(a+)+(a+)+(a+)+b"})
@@ -329,7 +326,7 @@ TEST(Wildcard, ExplosivePatternsEndQuickly) {
 }
 
 TEST(Wildcard, ExplosivePatternsWithBackReferencesEndQuickly) {
-    for (const std::size_t count : {30u, 300u, 5000u}) {
+    for (const std::size_t count : {30u, 300u, 1000u, 5000u}) {
         const std::u16string text(count, u'a');
         for (const char16_t* pattern : {u"(a+)+\\1b", u"(a|aa)+\\1b", u"((a+)+)\\1+b",
                                         u"(a+)(a+)(a+)\\1\\2\\3b", u"(a+)+`1b"})
@@ -340,7 +337,7 @@ TEST(Wildcard, ExplosivePatternsWithBackReferencesEndQuickly) {
 
 // The star of a pattern is any sequence, so these are spelled with the star's translation.
 TEST(Wildcard, ExplosiveExpressionsEndQuickly) {
-    for (const std::size_t count : {30u, 300u, 5000u}) {
+    for (const std::size_t count : {30u, 300u, 1000u, 5000u}) {
         const std::u16string text(count, u'a');
         for (const char16_t* expression : {u"(a*)*b", u"(a|aa)*b", u"(a*)*\\1b", u"(a|aa)*\\1b",
                                            u"(a?){40}a{40}b", u"(.*)*(.*)*b"})
@@ -375,6 +372,8 @@ TEST(Wildcard, HostilePatternsReturn) {
         {"900 groups in groups", repeated(u"(", 900) + u"x" + repeated(u")", 900)},
         {"100,000 alternatives in one", repeated(u"a|", 100'000) + u"b("},
         {"100,000 brackets", repeated(u"[~a]", 100'000)},
+        {"14,000 empty choices", u"(|a){14000}c"},
+        {"30,000 empty groups", repeated(u"()", 30'000) + u"c"},
         {"an open class", u"[[:"},
         {"100,000 back references", u"(a)" + repeated(u"\\1", 100'000)},
         {"back references to nothing", u"\\9"},

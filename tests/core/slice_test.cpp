@@ -230,6 +230,32 @@ TEST(Slice, AQueueOfAnyLengthMovesOnInLinearTime) {
     }
 }
 
+TEST(Slice, AListThatIsGivenToItselfIsNotHeldByItself) {
+    const std::size_t before = heap::used();
+    for (int i = 0; i < 100; ++i) {
+        CellSlice list = sliceOf(upTo(5)).withBack(cellsOf({6}));
+        const Cell itself = Cell::list(list);
+        const Cell deeper = Cell::list({Cell::integer(1), Cell::list({itself})});
+        list = list.withBack(std::span(&itself, 1));
+        list = list.withBack(std::span(&deeper, 1));
+        list = list.withFront(std::span(&deeper, 1));
+        ASSERT_EQ(list.size(), 9U);
+        EXPECT_EQ(list[7].items().size(), 6U);
+        EXPECT_EQ(list[8].items().size(), 2U);
+    }
+    EXPECT_EQ(heap::used(), before);
+}
+
+TEST(Slice, AListOfListsGrowsInLinearTime) {
+    CellSlice list;
+    const auto copied = copiesOf(20'000, [&] {
+        const Cell point = Cell::list({Cell::integer(1), Cell::integer(2)});
+        list = list.withBack(std::span(&point, 1));
+    });
+    EXPECT_EQ(list.size(), 20'000U);
+    EXPECT_LT(copied, 20'000U * 5);
+}
+
 TEST(Slice, ABufferBeyondTheLongestLengthIsRefused) {
     EXPECT_THROW(Buffer<Cell>::make(heap::maximumLength + 1, 0), heap::OutOfMemory);
 }

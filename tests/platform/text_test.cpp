@@ -24,7 +24,8 @@ TEST(Text, ReadsInvalidBytesAsLatin1OneByOne) {
 }
 
 TEST(Text, ReplacesALoneSurrogateOnTheWayOut) {
-    EXPECT_EQ(toUtf8(std::u16string{u'a', char16_t{0xd83d}, u'b'}), "a\xEF\xBF\xBD" "b");
+    EXPECT_EQ(toUtf8(std::u16string{u'a', char16_t{0xd83d}, u'b'}), "a\xEF\xBF\xBD"
+                                                                    "b");
     EXPECT_EQ(toUtf8(std::u16string{char16_t{0xde00}}), "\xEF\xBF\xBD");
 }
 

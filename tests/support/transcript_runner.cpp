@@ -7,6 +7,8 @@
 // Each line is evaluated as the host evaluates a text, all lines of a file in one session. A line
 // beginning with ";" is a comment. An expression without an expectation fails, and so does a file
 // without expressions.
+#include "builtins/registry.h"
+#include "core/evaluator.h"
 #include "host/module.h"
 #include "platform/text.h"
 #include "tests/support/recording_host.h"
@@ -111,6 +113,34 @@ class Transcript : public ::testing::Test {
     std::string path_;
 };
 
+// Every function and special form is called somewhere in the transcripts.
+class EveryName : public ::testing::Test {
+  public:
+    explicit EveryName(std::vector<std::filesystem::path> files) : files_(std::move(files)) {}
+
+    void TestBody() override {
+        std::string all;
+        for (const auto& path : files_) {
+            std::ifstream file(path);
+            for (std::string line; std::getline(file, line);) {
+                if (line.empty() || line.front() == ';') continue;
+                for (char& c : line)
+                    c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+                all += line + "\n";
+            }
+        }
+        const auto isCalled = [&](const std::string& name) {
+            return all.find("(" + name + " ") != std::string::npos;
+        };
+        for (const BuiltinRow& row : builtinRows()) EXPECT_TRUE(isCalled(row.name)) << row.name;
+        for (const SpecialFormHelp& row : specialForms())
+            EXPECT_TRUE(isCalled(row.name)) << row.name;
+    }
+
+  private:
+    std::vector<std::filesystem::path> files_;
+};
+
 // A test name is letters, digits and underscores.
 std::string asName(std::string text) {
     for (char& c : text)
@@ -126,6 +156,8 @@ int main(int argc, char** argv) {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(TRANSCRIPTS))
         if (entry.path().extension() == ".lsp") files.push_back(entry.path());
     std::sort(files.begin(), files.end());
+    ::testing::RegisterTest("Transcripts", "CallEveryName", nullptr, nullptr, __FILE__, __LINE__,
+                            [files] { return new EveryName(files); });
     for (const auto& file : files) {
         const std::string folder = file.parent_path().filename().string();
         ::testing::RegisterTest(("Lisp_" + asName(folder)).c_str(),
