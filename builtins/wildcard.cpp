@@ -1,6 +1,7 @@
 // Translation and matching of wildcard patterns. See wildcard.h.
 #include "builtins/wildcard.h"
 
+#include "core/interruption.h"
 #include "platform/system.h"
 
 #include <algorithm>
@@ -89,10 +90,23 @@ bool readPlain(std::u16string_view expression, std::vector<PlainElement>& elemen
     return true;
 }
 
-// Thrown by StepIterator when a back-tracking match has taken too many steps.
+// Thrown by StepIterator when a match has taken too many steps, or the user has had enough.
 struct TooManySteps {};
 
-// Walks a text and counts the looks at it, so that a match that explodes can be given up.
+// How many steps a match may take, and has taken.
+struct Steps {
+    std::uint64_t most;
+    std::uint64_t taken = 0;
+
+    void count() {
+        constexpr std::uint64_t asksEvery = 4096;
+        if (++taken > most || (taken % asksEvery == 0 && interruption::pending()))
+            throw TooManySteps();
+    }
+};
+
+// Walks a text and counts what the matcher does with it, so that a match that explodes can be given
+// up. Where a matcher looks at nothing it still compares its place with the end.
 class StepIterator {
   public:
     using iterator_category = std::bidirectional_iterator_tag;
@@ -102,11 +116,10 @@ class StepIterator {
     using reference = const wchar_t&;
 
     StepIterator() = default;
-    StepIterator(const wchar_t* at, std::uint64_t* steps) : at_(at), steps_(steps) {}
+    StepIterator(const wchar_t* at, Steps* steps) : at_(at), steps_(steps) {}
 
     reference operator*() const {
-        constexpr std::uint64_t most = 2'000'000;
-        if (++*steps_ > most) throw TooManySteps();
+        steps_->count();
         return *at_;
     }
     StepIterator& operator++() {
@@ -127,12 +140,15 @@ class StepIterator {
         --at_;
         return before;
     }
-    friend bool operator==(const StepIterator& a, const StepIterator& b) { return a.at_ == b.at_; }
-    friend bool operator!=(const StepIterator& a, const StepIterator& b) { return a.at_ != b.at_; }
+    friend bool operator==(const StepIterator& a, const StepIterator& b) {
+        a.steps_->count();
+        return a.at_ == b.at_;
+    }
+    friend bool operator!=(const StepIterator& a, const StepIterator& b) { return !(a == b); }
 
   private:
     const wchar_t* at_ = nullptr;
-    std::uint64_t* steps_ = nullptr;
+    Steps* steps_ = nullptr;
 };
 
 bool hasBackReference(std::u16string_view expression) {
@@ -175,18 +191,17 @@ bool hasHugeNumber(std::u16string_view expression) {
 std::wstring widened(std::u16string_view text) { return std::wstring(text.begin(), text.end()); }
 
 bool matchCompiled(const std::wstring& text, const std::wstring& expression, bool backReferences) {
+    using namespace std::regex_constants;
+    // The library's default matcher recurses once a character and explodes on nested repetition.
+    // The polynomial mode does neither, but knows no back-references; without groups to remember it
+    // takes no memory in proportion to them.
+    const syntax_option_type mode =
+        backReferences ? ECMAScript : ECMAScript | nosubs | __polynomial;
     try {
         std::wregex compiled;
         compiled.imbue(std::locale::classic());
-        if (!backReferences) {
-            // The library's default matcher recurses once a character and explodes on nested
-            // repetition; this mode does neither, but knows no back-references.
-            compiled.assign(expression,
-                            std::regex_constants::ECMAScript | std::regex_constants::__polynomial);
-            return std::regex_match(text, compiled);
-        }
-        compiled.assign(expression, std::regex_constants::ECMAScript);
-        std::uint64_t steps = 0;
+        compiled.assign(expression, mode);
+        Steps steps{backReferences ? 2'000'000u : 200'000'000u};
         return std::regex_match(StepIterator(text.data(), &steps),
                                 StepIterator(text.data() + text.size(), &steps), compiled);
     } catch (const std::regex_error&) {
@@ -194,6 +209,26 @@ bool matchCompiled(const std::wstring& text, const std::wstring& expression, boo
     } catch (const TooManySteps&) {
         return false;
     }
+}
+
+// Size of an expression when its counts of repetitions are written out, nested or not; never less
+// than it really is.
+std::size_t expandedSize(std::u16string_view expression) {
+    constexpr std::size_t enough = 1'000'000;
+    std::size_t size = expression.size();
+    for (std::size_t at = 0; at < expression.size(); ++at) {
+        if (expression[at] != u'{') continue;
+        std::size_t largest = 1;
+        for (++at; at < expression.size() && expression[at] != u'}'; ++at) {
+            std::size_t number = 0;
+            for (; at < expression.size() && expression[at] >= u'0' && expression[at] <= u'9'; ++at)
+                number = std::min(enough, number * 10 + (expression[at] - u'0'));
+            largest = std::max(largest, number);
+            if (at < expression.size() && expression[at] == u'}') break;
+        }
+        size = std::min(enough, size * largest);
+    }
+    return size;
 }
 
 }  // namespace
@@ -238,7 +273,8 @@ namespace wildcard {
 
 Answer matchesPlain(std::u16string_view text, std::u16string_view expression) {
     // A star stops at a line end, and then an earlier star may have to be tried again.
-    if (text.find_first_of(u"\r\n") != std::u16string_view::npos) return Answer::notPlain;
+    if (text.find_first_of(u"\r\n\u2028\u2029") != std::u16string_view::npos)
+        return Answer::notPlain;
     std::vector<PlainElement> elements;
     if (expression.starts_with(u'^')) expression.remove_prefix(1);
     if (!readPlain(expression, elements)) return Answer::notPlain;
@@ -250,7 +286,8 @@ Answer matchesPlain(std::u16string_view text, std::u16string_view expression) {
     std::size_t next = 0;
     std::size_t afterStar = none;
     std::size_t starEnd = 0;
-    for (;;) {
+    for (std::uint32_t steps = 1;; ++steps) {
+        if (steps % 65536 == 0 && interruption::pending()) return Answer::no;
         if (next < elements.size() && elements[next].kind == PlainElement::Kind::star) {
             afterStar = ++next;
             starEnd = at;
@@ -273,9 +310,10 @@ bool matchesExpression(std::u16string_view text, std::u16string_view expression)
     // the limit of states that the build sets. Its default matcher recurses over the text as well.
     constexpr std::size_t stackNeeded = std::size_t{16} << 20;
     constexpr std::size_t deepestNesting = 1000;
-    constexpr std::size_t longestWithBackReferences = 1000;
+    constexpr std::size_t mostWithBackReferences = 20'000;
     const bool backReferences = hasBackReference(expression);
-    if (backReferences && text.size() > longestWithBackReferences) return false;
+    if (backReferences && expandedSize(expression) * text.size() > mostWithBackReferences)
+        return false;
     if (nestingOf(expression) > deepestNesting || hasHugeNumber(expression)) return false;
     bool matched = false;
     const std::wstring wideText = widened(text);

@@ -21,10 +21,10 @@ std::vector<WildcardTranslation> translateWildcard(std::u16string_view pattern);
 /// True when one of the pattern's alternatives matches the whole of `text`. An alternative whose
 /// translation is not a valid regular expression matches nothing. Never throws for a pattern,
 /// never overflows the stack; linear in the text for all patterns without back-references.
-/// Ours: so that no pattern can take the machine, these match nothing either: an expression of
-/// more than 10,000 states, groups nested more than 1000 deep, a count or back-reference of more
-/// than 9 digits, and with a back-reference a text of more than 1000 units or a match of more than
-/// two million steps.
+/// Ours: so that no pattern can take the machine, these match nothing either: an expression of more
+/// than 10,000 states, groups nested more than 1000 deep, a count or back-reference of more than 9
+/// digits, a match of more than 200 million steps; and with a back-reference, expression (its counts
+/// written out) times text of more than 20,000 units, or a match of more than two million steps.
 bool matchesWildcard(std::u16string_view text, std::u16string_view pattern);
 
 namespace wildcard {

@@ -111,7 +111,7 @@ Cell Cell::withItems(CellSlice items) const {
     return lambda(std::move(items), data->scope.get(), data->name);
 }
 
-bool mayReach(const Cell& cell, const Buffer<Cell>* buffer) {
+bool reaches(const Cell& cell, const Buffer<Cell>* buffer) {
     constexpr std::size_t mostCells = 1000;
     std::size_t looked = 0;
     std::vector<const Buffer<Cell>*> pending;
@@ -126,7 +126,7 @@ bool mayReach(const Cell& cell, const Buffer<Cell>* buffer) {
         if (inner == buffer) return true;
         if (!inner->holdsLists) continue;
         looked += inner->last - inner->first;
-        if (looked > mostCells) return true;
+        if (looked > mostCells) return false;
         for (std::uint32_t i = inner->first; i < inner->last; ++i) enter(inner->slots()[i]);
     }
     return false;

@@ -193,9 +193,10 @@ class Cell {
 
 static_assert(sizeof(Cell) == 16, "lists of a million numbers depend on it");
 
-/// Whether growing `buffer` in place by this cell could make the buffer hold itself: the cell
-/// reaches the buffer through lists and lambda forms, or holds too much to find out.
-[[nodiscard]] bool mayReach(const Cell& cell, const Buffer<Cell>* buffer);
+/// Whether growing `buffer` in place by this cell would make the buffer hold itself: the cell
+/// reaches the buffer through lists and lambda forms. Looks at a thousand cells at most, so that
+/// growing stays cheap; a list that holds itself further in than that is not freed.
+[[nodiscard]] bool reaches(const Cell& cell, const Buffer<Cell>* buffer);
 
 /// What a Lambda cell points to.
 struct LambdaData final : HeapObject {

@@ -1,6 +1,6 @@
 // The scope collector: frees scopes that only their own closures keep alive.
-// One idea: counts free everything but cycles, and every cycle goes through a scope (lists that
-// would hold themselves are never made, slice.h); so now and then, look at the scopes alone and
+// One idea: counts free everything but cycles, and every cycle goes through a scope (a
+// list is not grown in place by what holds it, slice.h); so now and then, look at the scopes alone and
 // see which of them nothing outside them holds.
 // Tests: tests/core/scope_collector_test.cpp.
 #pragma once

@@ -144,7 +144,7 @@ template <class T> class Slice {
     [[nodiscard]] bool mayTake(View more) const {
         if constexpr (!std::is_same_v<T, char16_t>)
             for (const T& element : more)
-                if (element.holdsCells() && mayReach(element, buffer_.get())) return false;
+                if (element.holdsCells() && reaches(element, buffer_.get())) return false;
         return true;
     }
 

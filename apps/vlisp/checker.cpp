@@ -92,18 +92,29 @@ class SplitWarnings final : public SplitListener {
     Report& report_;
 };
 
-// ";" inside a string. A line that begins with "(" begins a new expression, so that one forgotten
-// quote does not condemn the rest of the file.
+// ";" inside a string. Strings are what the tokenizer takes for them: a quote begins one only where
+// a token begins. What is left open at the end of a top-level expression is not carried into the
+// next.
 void checkSemicolons(std::u16string_view source, Report& report) {
     bool inString = false;
     bool inComment = false;
+    std::int64_t depth = 0;
+    char16_t before = u' ';
     for (std::size_t at = 0; at < source.size(); ++at) {
-        const bool lineBegins = at == 0 || source[at - 1] == u'\n';
-        if (lineBegins) inComment = false;
-        if (lineBegins && source[at] == u'(') inString = false;
+        const char16_t unit = source[at];
+        if (unit == u'\n') {
+            inComment = false;
+            if (depth <= 0) inString = false;
+            before = u' ';
+            continue;
+        }
         if (inComment) continue;
-        if (source[at] == u'"') inString = !inString;
-        if (source[at] != u';') continue;
+        const bool tokenBegins = std::u16string_view(u" \t()'").find(before) != npos;
+        if (unit == u'"' && (inString || tokenBegins)) inString = !inString;
+        if (unit == u'(') ++depth;
+        if (unit == u')') --depth;
+        before = unit;
+        if (unit != u';') continue;
         if (inString)
             report.warn(at,
                         "a \";\" inside a string begins a comment: the rest of the line is cut");
@@ -133,8 +144,10 @@ std::string adviceFor(const std::string& name, const KnownNames& defined) {
     if (const auto found = otherDialects.find(name); found != otherDialects.end())
         return "; " + found->second;
     std::vector<std::string> candidates;
+    constexpr std::size_t mostCompared = 2000;  // generated sources define more than anybody reads
     for (const Names* names : {&defined.bySources, &defined.atStart})
-        for (const std::u16string& each : *names) candidates.push_back(platform::toUtf8(each));
+        if (names->size() <= mostCompared)
+            for (const std::u16string& each : *names) candidates.push_back(platform::toUtf8(each));
     for (const SpecialFormHelp& form : specialForms()) candidates.emplace_back(form.name);
     const std::string meant = nearest(name, candidates);
     return meant.empty() ? "" : "; did you mean " + meant + "?";
@@ -197,8 +210,13 @@ class FormWalker {
     void visitCall(const Pending& at) {
         const Items items = at.form.items();
         if (items[0].is(CellType::Symbol)) checkCall(at);
+        const std::u16string nil = u"NIL";
+        if (defined_.bySources.contains(nil) || isBoundAround(at.scope, nil)) {
+            later(items, 0, 1, at.scope);
+            return;
+        }
         for (std::size_t i = 1; i < items.size(); ++i)
-            if (items[i].is(CellType::Symbol) && items[i].text() == u"NIL")
+            if (items[i].is(CellType::Symbol) && items[i].text() == nil)
                 report_.warn(place(at.form, i), "nil is not bound: as an argument it leaves an "
                                                 "undefined-symbol error behind");
         later(items, 0, 1, at.scope);
@@ -217,11 +235,12 @@ class FormWalker {
         const BuiltinRow* row = findBuiltin(shown);
         const int given = static_cast<int>(items.size()) - 1;
         if (row == nullptr) return;
-        if (given < row->fewest)
+        const bool exact = row->fewest == row->most;
+        if (given < row->fewest && !exact)
             report_.warn(place(at.form), shown + " wants at least " +
                                              countOfArguments(row->fewest) + ", " +
                                              std::to_string(given) + " given");
-        else if (row->most != any && given > row->most)
+        else if (given < row->fewest || (row->most != any && given > row->most))
             report_.warn(place(at.form), shown + " wants exactly " + countOfArguments(row->most) +
                                              ", " + std::to_string(given) + " given");
     }
@@ -247,7 +266,8 @@ class FormWalker {
         const Items items = at.form.items();
         Scope& scope = scopes_.emplace_back(Scope{{}, at.scope});
         if (items.size() > parameters)
-            for (const Cell& name : items[parameters].items()) scope.names.emplace(name.text());
+            for (const Cell& name : items[parameters].items())
+                for (std::u16string& each : SplitText(name.text(), u"/")) scope.names.insert(each);
         later(items, body, 1, &scope);
     }
 
@@ -291,8 +311,11 @@ class FormWalker {
 void checkTabs(const SourceExpression& expression, Report& report) {
     for (TokenQueue tokens = Tokenize(expression.text); !tokens.empty();) {
         const std::u16string_view token = tokens.take();
-        const std::size_t tab = token.find(u'\t');
-        if (tab == npos || token.front() == u'"') continue;
+        // Inside a string a tab is a tab; behind its closing quote it belongs to the token.
+        const bool isString = token.starts_with(u'"');
+        const std::size_t close = isString ? token.find(u'"', 1) : 0;
+        const std::size_t tab = close == npos ? npos : token.find(u'\t', close);
+        if (tab == npos) continue;
         const auto at = static_cast<std::size_t>(token.data() - expression.text.data()) + tab;
         const bool isAlone = token.find_first_not_of(u'\t') == npos;
         report.warn(FormWalker::sourceOffset(expression, at),

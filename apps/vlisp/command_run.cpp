@@ -8,12 +8,6 @@
 namespace vlisp::app {
 namespace {
 
-// A script may begin with "#!": its first line is emptied, so that the others keep their numbers.
-std::u16string_view withoutScriptLine(std::u16string& source) {
-    if (source.starts_with(u"#!")) source.erase(0, std::min(source.find(u'\n'), source.size()));
-    return source;
-}
-
 // The final error text, and below it where it arose.
 void writeFinalError(const LoadReport& report, const std::string& path,
                      std::u16string_view source) {
@@ -55,8 +49,7 @@ int runForPrograms(const std::string& path, std::u16string_view source) {
 int runFile(const std::string& path, bool json) {
     std::u16string source;
     if (!readSource(path, source)) return exitUnreadable;
-    const std::u16string_view text = withoutScriptLine(source);
-    return exitCodeOfOutput(json ? runForPrograms(path, text) : runForPeople(path, text));
+    return exitCodeOfOutput(json ? runForPrograms(path, source) : runForPeople(path, source));
 }
 
 }  // namespace vlisp::app

@@ -3,6 +3,7 @@
 
 #include "platform/text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -23,12 +24,14 @@ bool readStandardInput(std::string& bytes) {
 
 }  // namespace
 
-void writeLine(const std::string& text) {
-    // One write a line: what was shown is out, whatever happens next.
-    const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&
-                         std::fputc('\n', stdout) != EOF && std::fflush(stdout) == 0;
+void writeText(const std::string& text) {
+    // Out at once: what was shown is seen, whatever happens next.
+    const bool written =
+        std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
     if (!written && outputFailure == 0) outputFailure = errno;
 }
+
+void writeLine(const std::string& text) { writeText(text + "\n"); }
 
 void writeLine(std::u16string_view text) { writeLine(platform::toUtf8(text)); }
 
@@ -52,6 +55,7 @@ bool readSource(const std::string& path, std::u16string& source) {
         return false;
     }
     source = platform::fromUtf8(bytes);
+    if (source.starts_with(u"#!")) source.erase(0, std::min(source.find(u'\n'), source.size()));
     return true;
 }
 
@@ -66,18 +70,18 @@ std::u16string_view lineOf(std::u16string_view source, std::size_t number) {
     return source;
 }
 
-Lisp::Lisp(HeadlessHost::Sink shown) : host_(std::move(shown), [](std::u16string_view) {}) {
-    Module::fetchMainWindow();
-}
+Lisp::Lisp(HeadlessHost::Sink shown) : host_(std::move(shown), [](std::u16string_view) {}) {}
 
 LoadReport Lisp::load(const std::string& path, std::u16string_view source) {
     LoadReport report;
+    Module::fetchMainWindow();
     host_.evaluate([&] { report = session().loadLispText(platform::fromUtf8(path), source); });
     return report;
 }
 
 bool Lisp::evalString(std::u16string& text) {
     bool succeeded = false;
+    Module::fetchMainWindow();
     host_.evaluate([&] { succeeded = session().EvalString(text); });
     return succeeded;
 }

@@ -19,8 +19,9 @@ enum ExitCode : int {
     exitUnreadable = 3  ///< a file cannot be read
 };
 
-/// Writes `text` and a line end to standard output at once. A failure is remembered for
+/// Writes `text`, or a line, to standard output at once. A failure is remembered for
 /// exitCodeOfOutput.
+void writeText(const std::string& text);
 void writeLine(std::u16string_view text);
 void writeLine(const std::string& text);
 
@@ -30,8 +31,9 @@ void writeError(const std::string& line);
 /// `code`, or exitError with a message when something could not be written to standard output.
 int exitCodeOfOutput(int code);
 
-/// Reads a file, or standard input for "-". Returns false, with a message on standard error, when
-/// it cannot be read.
+/// Reads a file, or standard input for "-". A script may begin with "#!": its first line is emptied,
+/// so that the others keep their numbers. Returns false, with a message on standard error, when it
+/// cannot be read.
 bool readSource(const std::string& path, std::u16string& source);
 
 /// Line `number`, counted from 1, of `source`, without its line end; empty beyond the last.

@@ -5,7 +5,7 @@
 #include "apps/vlisp/console.h"
 
 #include <CLI/CLI.hpp>
-#include <iostream>
+#include <algorithm>
 #include <unistd.h>
 
 namespace {
@@ -71,27 +71,48 @@ int help(const Arguments& arguments) {
     describe(app, unused);
 
     if (arguments.markdown) {
-        std::cout << referenceAsMarkdown();
-        return exitOk;
+        writeText(referenceAsMarkdown());
+        return exitCodeOfOutput(exitOk);
     }
     if (arguments.topic.empty()) {
-        std::cout << app.help();
-        return exitOk;
+        writeText(app.help());
+        return exitCodeOfOutput(exitOk);
     }
     for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
         if (command->get_name() != arguments.topic) continue;
-        std::cout << command->help("vlisp");
-        return exitOk;
+        writeText(command->help("vlisp"));
+        return exitCodeOfOutput(exitOk);
     }
     if (const std::string text = helpForName(arguments.topic); !text.empty()) {
-        std::cout << text << '\n';
-        return exitOk;
+        writeLine(text);
+        return exitCodeOfOutput(exitOk);
     }
     std::string message = "vlisp: nothing is known as '" + arguments.topic + "'";
     if (const std::string nearest = nearestName(arguments.topic); !nearest.empty())
         message += "; did you mean " + nearest + "?";
     writeError(message);
     return exitUsage;
+}
+
+// The option parser would take texts such as [a] or ++ for syntax of its own. Behind "eval" and
+// "check" every word that is no option is marked, and the mark taken off when it has come through.
+constexpr char literalMark = '\x01';
+
+std::vector<std::string> marked(int argc, char** argv) {
+    std::vector<std::string> words(argv + 1, argv + argc);
+    if (words.empty() || (words[0] != "eval" && words[0] != "check")) return words;
+    bool onlyTexts = false;
+    for (auto word = words.begin() + 1; word != words.end(); ++word) {
+        if (!onlyTexts && *word == "--") onlyTexts = true;
+        else if (onlyTexts || !word->starts_with('-') || *word == "-")
+            word->insert(0, 1, literalMark);
+    }
+    return words;
+}
+
+void unmark(std::vector<std::string>& texts) {
+    for (std::string& text : texts)
+        if (text.starts_with(literalMark)) text.erase(0, 1);
 }
 
 }  // namespace
@@ -101,10 +122,14 @@ int main(int argc, char** argv) {
     Arguments arguments;
     describe(app, arguments);
     try {
-        app.parse(argc, argv);
+        std::vector<std::string> words = marked(argc, argv);
+        std::reverse(words.begin(), words.end());  // the order in which the parser takes them
+        app.parse(std::move(words));
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? exitOk : exitUsage;
     }
+    unmark(arguments.texts);
+    unmark(arguments.files);
     if (app.got_subcommand("run")) return runFile(arguments.file, arguments.runJson);
     if (app.got_subcommand("eval")) return evalTexts(arguments.texts, arguments.evalJson);
     if (app.got_subcommand("check")) return checkFiles(arguments.files, arguments.checkJson);

@@ -27,8 +27,12 @@ std::size_t editDistance(const std::string& a, const std::string& b) {
 
 std::string nearest(const std::string& name, std::span<const std::string> candidates) {
     const std::string* found = nullptr;
+    constexpr std::size_t longestMeant = 60;
+    if (name.size() > longestMeant) return {};
     std::size_t best = std::max<std::size_t>(1, name.size() / 3) + 1;  // further is no help
     for (const std::string& candidate : candidates) {
+        const auto [shorter, longer] = std::minmax(name.size(), candidate.size());
+        if (longer - shorter >= best) continue;
         const std::size_t distance = editDistance(name, candidate);
         if (distance < best && distance < name.size()) {
             best = distance;

@@ -349,6 +349,31 @@ TEST(Wildcard, ExplosiveExpressionsEndQuickly) {
     }
 }
 
+// Empty choices, counts and groups: what takes steps, stack or memory without looking at the text.
+TEST(Wildcard, EmptyTransitionsAreBoundedAsWell) {
+    const std::u16string text(900, u'a');
+    const auto times = [](std::u16string_view piece, int count) {
+        std::u16string out;
+        for (int i = 0; i < count; ++i) out += piece;
+        return out;
+    };
+    EXPECT_FALSE(matchesWildcard(text, u"(((b|){3000}a)+)\\1"));
+    EXPECT_FALSE(matchesWildcard(u"", u"(|){40}z\\1"));
+    EXPECT_FALSE(
+        matchesWildcard(text.substr(0, 200), times(u"(", 12) + u"a" + times(u"|)+", 12) + u"z\\1"));
+    EXPECT_FALSE(matchesWildcard(text, times(u"()", 8000) + u"(a|){6000}"));
+    EXPECT_TRUE(matchesWildcard(text, times(u"()", 500) + u"(a|){900}"));
+    EXPECT_TRUE(matchesWildcard(u"abab", u"(ab)\\1"));
+}
+
+TEST(Wildcard, LineAndParagraphSeparatorsAreLineEndsOnBothWays) {
+    for (const char16_t* text : {u"\u2028", u"\u2029", u"\r", u"\n"}) {
+        EXPECT_FALSE(matchesWildcard(text, u"?"));
+        EXPECT_FALSE(matchesWildcard(text, u"?()"));
+        EXPECT_FALSE(matchesWildcard(u"a" + std::u16string(text) + u"b", u"a*b"));
+    }
+}
+
 std::u16string repeated(std::u16string_view piece, std::size_t count) {
     std::u16string out;
     out.reserve(piece.size() * count);
