@@ -31,8 +31,8 @@ std::string nearest(const std::string& name, std::span<const std::string> candid
     if (name.size() > longestMeant) return {};
     std::size_t best = std::max<std::size_t>(1, name.size() / 3) + 1;  // further is no help
     for (const std::string& candidate : candidates) {
-        const auto [shorter, longer] = std::minmax(name.size(), candidate.size());
-        if (longer - shorter >= best) continue;
+        const std::size_t shorter = std::min(name.size(), candidate.size());
+        if (std::max(name.size(), candidate.size()) - shorter >= best) continue;
         const std::size_t distance = editDistance(name, candidate);
         if (distance < best && distance < name.size()) {
             best = distance;

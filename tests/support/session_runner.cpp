@@ -1,4 +1,4 @@
-// Runs console sessions: tests/cli/*.session and the console blocks of README.md, each a test.
+// Runs console sessions: tests/cli/*.session and the console blocks of the documents, each a test.
 //
 // A session is what a person sees: a line "$ COMMAND", then what it prints (standard output and
 // standard error as they come), then "[exit N]" when the exit code is not 0. Commands run in one
@@ -18,6 +18,9 @@
 namespace {
 
 namespace fs = std::filesystem;
+
+// Blocks marked "limits" show how far the program goes; a build with sanitizers goes less far.
+constexpr bool sanitized = VLISP_SANITIZED;
 
 std::string contentsOf(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
@@ -103,27 +106,37 @@ class Session : public ::testing::Test {
     fs::path path_;
 };
 
-// The README shows real sessions: its ```console blocks.
-class ReadmeSessions : public ::testing::Test {
+// The documents show real sessions: their ```console blocks, each in a folder of its own. A block
+// without a command line shows something that only a terminal can.
+class DocumentSessions : public ::testing::Test {
   public:
+    explicit DocumentSessions(fs::path path) : path_(std::move(path)) {}
+
     void TestBody() override {
         std::string block;
         bool inside = false;
         int blocks = 0;
-        for (const std::string& line : linesOf(contentsOf(fs::path(PROJECT_ROOT) / "README.md"))) {
-            if (line == "```console") {
+        int number = 0;
+        for (const std::string& line : linesOf(contentsOf(path_))) {
+            ++number;
+            if (line == "```console" || (line == "```console limits" && !sanitized)) {
                 inside = true;
-                block = "# README\n";
+                block.clear();
             } else if (inside && line == "```") {
                 inside = false;
+                if (!block.starts_with("$ ")) continue;
                 ++blocks;
-                EXPECT_EQ(linesOf(replay(block)), linesOf(block));
+                EXPECT_EQ(linesOf(replay(block)), linesOf(block))
+                    << "the block that ends at " << path_ << ":" << number;
             } else if (inside) {
                 block += line + "\n";
             }
         }
         EXPECT_GT(blocks, 0);
     }
+
+  private:
+    fs::path path_;
 };
 
 std::string asName(std::string text) {
@@ -146,7 +159,9 @@ int main(int argc, char** argv) {
     for (const auto& file : files)
         ::testing::RegisterTest("Session", asName(file.stem().string()).c_str(), nullptr, nullptr,
                                 __FILE__, __LINE__, [file] { return new Session(file); });
-    ::testing::RegisterTest("Readme", "Sessions", nullptr, nullptr, __FILE__, __LINE__,
-                            [] { return new ReadmeSessions(); });
+    for (const char* document : {"README.md", "docs/language.md", "docs/surprises.md"})
+        ::testing::RegisterTest(
+            "DocumentSession", asName(document).c_str(), nullptr, nullptr, __FILE__, __LINE__,
+            [document] { return new DocumentSessions(fs::path(PROJECT_ROOT) / document); });
     return RUN_ALL_TESTS();
 }
