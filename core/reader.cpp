@@ -251,7 +251,7 @@ TokenQueue Tokenize(std::u16string_view text) {
             ++at;
             skipBlanks();
         }
-        std::size_t end = at;
+        std::size_t end;
         if (at < text.size() && isParenthesis(text[at])) {
             end = at + 1;
         } else if (at < text.size() && text[at] == u'"') {
