@@ -141,7 +141,7 @@ class StepIterator {
         return before;
     }
     friend bool operator==(const StepIterator& a, const StepIterator& b) {
-        a.steps_->count();
+        if (a.steps_ != nullptr) a.steps_->count();  // null in places that stand nowhere
         return a.at_ == b.at_;
     }
     friend bool operator!=(const StepIterator& a, const StepIterator& b) { return !(a == b); }

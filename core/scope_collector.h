@@ -1,7 +1,7 @@
 // The scope collector: frees scopes that only their own closures keep alive.
-// One idea: counts free everything but cycles, and every cycle goes through a scope (a
-// list is not grown in place by what holds it, slice.h); so now and then, look at the scopes alone and
-// see which of them nothing outside them holds.
+// One idea: counts free everything but cycles, and every cycle goes through a scope (a list is not
+// grown in place by what holds it, slice.h); so now and then, look at the scopes alone and see which
+// of them nothing outside them holds.
 // Tests: tests/core/scope_collector_test.cpp.
 #pragma once
 
@@ -26,8 +26,8 @@ void scopeOutlivedCall() noexcept;
 /// safe at any point of an evaluation, since whatever the evaluator holds counts as outside.
 std::size_t collect() noexcept;
 
-/// Collects when the heap's budget is used up, if scopes have outlived their calls at all since
-/// the last time. Returns how many were freed.
+/// Collects when the heap's budget is used up, if a hundred scopes or more have outlived their calls
+/// since the last time. Returns how many were freed.
 std::size_t collectForMemory() noexcept;
 
 /// Empties every scope: the end of a session.

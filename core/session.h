@@ -43,7 +43,8 @@ class InterpreterSession {
     ~InterpreterSession();
 
     /// Sets EntityNameBase from the first random number of a generator seeded with `ticks`
-    /// (milliseconds since the system started), registers the built-ins and evaluates the prelude. Called once.
+    /// (milliseconds since the system started), registers the built-ins and evaluates the prelude.
+    /// Called once.
     void StartInterpreter(std::uint32_t ticks);
 
     /// Loads the file at `path` as a worker does for the host: announces it, evaluates its
