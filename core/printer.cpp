@@ -58,7 +58,7 @@ void printInteger(std::u16string& out, std::int64_t value) {
     out.append(digits, end);
 }
 
-void printReal(std::u16string& out, double value) {
+void printReal(std::u16string& out, double value, int decimals) {
     if (std::isnan(value)) {
         out += u"nan";
         return;
@@ -69,7 +69,8 @@ void printReal(std::u16string& out, double value) {
     }
     char digits[340];  // the largest double has 309 digits before its point
     const auto end =
-        std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed, 3).ptr;
+        std::to_chars(digits, digits + sizeof digits, value, std::chars_format::fixed, decimals)
+            .ptr;
     out.append(digits, end);
 }
 

@@ -28,8 +28,9 @@ std::u16string CellText(const Cell& cell);
 /// "%ld": signed decimal.
 void printInteger(std::u16string& out, std::int64_t value);
 
-/// "%.3f": three decimals, correctly rounded, with a decimal point under every locale. Infinity
-/// prints as inf or -inf, not-a-number as nan, whatever its sign, on every system.
-void printReal(std::u16string& out, double value);
+/// "%.3f", or as many decimals as are asked for, at most 15: correctly rounded, with a decimal point
+/// under every locale. Infinity prints as inf or -inf, not-a-number as nan, whatever its sign, on
+/// every system.
+void printReal(std::u16string& out, double value, int decimals = 3);
 
 }  // namespace vlisp

@@ -119,6 +119,22 @@ double realOf(std::u16string_view token) {
     return negative ? -value : value;
 }
 
+// Passes white space and a sign; true for a minus.
+bool passSign(std::u16string_view text, std::size_t& at) noexcept {
+    while (at < text.size() && (text[at] == u' ' || (text[at] >= u'\t' && text[at] <= u'\r'))) ++at;
+    if (at >= text.size() || (text[at] != u'-' && text[at] != u'+')) return false;
+    return text[at++] == u'-';
+}
+
+// What a number without sign that no double holds counts as: infinity or zero.
+double beyondRange(const std::string& number) noexcept {
+    const std::size_t exponent = number.find('e');
+    const bool small = exponent != std::string::npos
+                           ? number[exponent + 1] == '-'
+                           : number.find_first_of("123456789") > number.find('.');
+    return small ? 0.0 : std::numeric_limits<double>::infinity();
+}
+
 // One list that is being read.
 struct OpenList {
     SliceBuilder<Cell> items;
@@ -325,15 +341,43 @@ std::u16string_view TrimBlanks(std::u16string_view text) {
 
 std::int32_t integerAtFront(std::u16string_view text) noexcept {
     std::size_t at = 0;
-    while (at < text.size() && (text[at] == u' ' || (text[at] >= u'\t' && text[at] <= u'\r'))) ++at;
-    bool negative = false;
-    if (at < text.size() && (text[at] == u'-' || text[at] == u'+')) negative = text[at++] == u'-';
+    const bool negative = passSign(text, at);
     constexpr std::int64_t beyond = std::int64_t{1} << 31;
     std::int64_t value = 0;
     for (; at < text.size() && isDigit(text[at]); ++at)
         value = std::min(beyond, value * 10 + (text[at] - u'0'));
     if (negative) return static_cast<std::int32_t>(-value);
     return static_cast<std::int32_t>(std::min(value, beyond - 1));
+}
+
+double realAtFront(std::u16string_view text) {
+    std::size_t at = 0;
+    const bool negative = passSign(text, at);
+    // Collected first, so that what follows the number cannot be taken for a part of it.
+    std::string number;
+    bool digits = false;
+    for (bool point = false; at < text.size(); ++at) {
+        if (isDigit(text[at])) digits = true;
+        else if (text[at] == u'.' && !point) point = true;
+        else break;
+        number += static_cast<char>(text[at]);
+    }
+    if (!digits) return 0.0;
+    if (at < text.size() && (text[at] == u'e' || text[at] == u'E')) {
+        std::size_t exponent = at + 1;
+        const bool small = exponent < text.size() && text[exponent] == u'-';
+        if (small || (exponent < text.size() && text[exponent] == u'+')) ++exponent;
+        if (exponent < text.size() && isDigit(text[exponent])) {
+            number += small ? "e-" : "e";
+            for (; exponent < text.size() && isDigit(text[exponent]); ++exponent)
+                number += static_cast<char>(text[exponent]);
+        }
+    }
+    double value = 0;
+    const char* end = number.data() + number.size();
+    const auto result = std::from_chars(number.data(), end, value);
+    if (result.ec == std::errc::result_out_of_range) value = beyondRange(number);
+    return negative ? -value : value;
 }
 
 }  // namespace vlisp

@@ -128,4 +128,9 @@ std::u16string_view TrimBlanks(std::u16string_view text);
 /// one sign, decimal digits; 0 without digits; saturated at the limits of 32 bits.
 [[nodiscard]] std::int32_t integerAtFront(std::u16string_view text) noexcept;
 
+/// The number at the front of `text` as the C library's conversion reads it: leading white space,
+/// one sign, decimal digits with at most one point, an exponent; 0.0 without digits. Free of the
+/// process's locale.
+[[nodiscard]] double realAtFront(std::u16string_view text);
+
 }  // namespace vlisp

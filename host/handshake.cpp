@@ -2,6 +2,7 @@
 #include "host/handshake.h"
 
 #include "core/error_buffer.h"
+#include "core/interruption.h"
 #include "host/bridge.h"
 
 #include <algorithm>
@@ -23,12 +24,14 @@ void PostToHost(const HostRequest& request) {
     ClearThreadMsgPosted();
     platform::postToMainWindow(state.mainWindow, hostRequestMessage, &request);
     bool taken = false;
-    while (!taken) IsThreadMsgPosted(taken);
+    while (!taken && !state.closing.load(std::memory_order_relaxed)) IsThreadMsgPosted(taken);
 }
 
 void AwaitReply() {
-    const std::atomic<bool>& waiting = handshake().waitingForReply;
-    while (waiting.load(std::memory_order_acquire)) {
+    const Handshake& state = handshake();
+    while (state.waitingForReply.load(std::memory_order_acquire)) {
+        if (state.closing.load(std::memory_order_relaxed)) return;
+        if (interruption::pending() && state.directMode.load(std::memory_order_relaxed)) return;
     }
 }
 

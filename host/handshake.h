@@ -4,7 +4,8 @@
 // Tests: tests/host/handshake_test.cpp.
 //
 // On purpose: the waits are busy, without sleep and without a limit of time; a request that wants
-// an answer is awaited even in direct mode, where it is not posted.
+// an answer is awaited even in direct mode, where it is not posted, and so for ever. (Ours: there the
+// user can end the wait as any evaluation, interruption.h.)
 #pragma once
 
 #include "platform/system.h"
@@ -70,6 +71,8 @@ struct Handshake {
     std::atomic<bool> waitingForReply{false};
     /// True while LISP is evaluated on the user-interface thread itself.
     std::atomic<bool> directMode{false};
+    /// Ours: true while the module goes away. Nobody will take or answer any more, so nothing waits.
+    std::atomic<bool> closing{false};
     HostReply reply;
 
     // The static records: for the end of a command-line evaluation, for all requests of input, and

@@ -47,6 +47,13 @@ class Worker {
 /// another thread with that much (or what the system grants), and waits. An exception of `work` reaches the caller.
 void withStack(std::size_t stackBytes, const std::function<void()>& work);
 
+/// What a file dialog offers.
+struct FileDialog {
+    const char16_t* defaultExtension;
+    /// Pairs of a description and a pattern, each ended by "|"; one more "|" ends the whole.
+    const char16_t* filter;
+};
+
 /// A window of the host that takes posted messages. On systems without such windows the host
 /// implements this and hands out its address as the window handle.
 class MessageWindow {
@@ -59,6 +66,13 @@ class MessageWindow {
     /// Puts a message on the queue of the window's thread; any thread may call. The record must
     /// stay as it is until the host says that it has taken the message.
     virtual void post(unsigned message, const void* record) = 0;
+
+    /// Shows a message box with a warning and returns when it has been seen. Thread: the window's.
+    virtual void warn(const char16_t* text) = 0;
+
+    /// Lets the user choose an existing file. Writes its path, terminated and at most `capacity`
+    /// units with the zero; false when the user cancels. Thread: the window's.
+    virtual bool chooseFile(const FileDialog& dialog, char16_t* path, std::size_t capacity) = 0;
 };
 
 /// Handle of a window of the host.
@@ -67,6 +81,28 @@ using WindowHandle = MessageWindow*;
 /// Posts `message` with `record` to `window` and returns at once; null is ignored.
 void postToMainWindow(WindowHandle window, unsigned message, const void* record);
 
+/// Shows a message box with a warning in front of `window`; without a window the text goes to the
+/// standard error stream.
+void warn(WindowHandle window, const char16_t* text);
+
+/// The file that the user chooses in a dialog of `window`; empty when the user cancels or there is
+/// no window.
+std::u16string chooseFile(WindowHandle window, const FileDialog& dialog);
+
+/// Starts the user's text editor with the file at `path`, or without a file when it is empty, and
+/// does not look what becomes of it. The editor is $VISUAL, $EDITOR or the desktop's opener. It is
+/// waited for only when the program's standard input is a terminal, which two cannot share.
+void openInEditor(const std::u16string& path);
+
+/// Path of the program that runs; empty when it cannot be found.
+std::u16string programPath();
+
+/// Identifies the image that this code was loaded from.
+void* moduleInstance() noexcept;
+
+/// `path` with the separators of this system: a path written with backslashes is found too.
+std::u16string nativePath(std::u16string_view path);
+
 /// The parts of a path: drive (with its colon), directory (with its last separator), file name and
 /// extension (with its dot). Each part may be empty.
 struct PathParts {
@@ -74,8 +110,15 @@ struct PathParts {
 };
 PathParts splitPath(std::u16string_view path);
 
-/// The whole of a file as bytes. Returns false, and says why in `reason`, when it cannot be read or
-/// is larger than 1 GiB.
-bool readFile(const std::string& path, std::string& bytes, std::string& reason);
+enum class FileRead { done, notOpened, notFound, failed };
+
+/// The whole of a file as bytes. What is not done left `bytes` empty and says why in `reason`:
+/// it could not be opened, was gone when it was read, or could not be read or is larger than 1 GiB.
+FileRead readWholeFile(const std::string& path, std::string& bytes, std::string& reason);
+
+/// The same where only success counts.
+inline bool readFile(const std::string& path, std::string& bytes, std::string& reason) {
+    return readWholeFile(path, bytes, reason) == FileRead::done;
+}
 
 }  // namespace vlisp::platform

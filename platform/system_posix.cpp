@@ -1,15 +1,22 @@
 // The operating system on Linux and its relatives. See system.h.
 #include "platform/system.h"
 
+#include "platform/text.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <dlfcn.h>
 #include <exception>
+#include <filesystem>
+#include <iostream>
 #include <memory>
 #include <pthread.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -131,14 +138,76 @@ PathParts splitPath(std::u16string_view path) {
     return parts;
 }
 
-bool readFile(const std::string& path, std::string& bytes, std::string& reason) {
+void warn(WindowHandle window, const char16_t* text) {
+    if (window != nullptr) return window->warn(text);
+    std::cerr << toUtf8(text) << '\n';
+}
+
+std::u16string chooseFile(WindowHandle window, const FileDialog& dialog) {
+    constexpr std::size_t longestPath = 100'000;
+    std::u16string path(longestPath, u'\0');
+    if (window == nullptr || !window->chooseFile(dialog, path.data(), longestPath)) return {};
+    path.resize(path.find(u'\0'));
+    return path;
+}
+
+namespace {
+
+// The user's editor as a command of the shell, which may have arguments of its own.
+std::string editorCommand() {
+    for (const char* variable : {"VISUAL", "EDITOR"})
+        if (const char* value = std::getenv(variable); value != nullptr && *value != '\0')
+            return value;
+    return "xdg-open";
+}
+
+}  // namespace
+
+void openInEditor(const std::u16string& path) {
+    const std::string command = editorCommand() + (path.empty() ? "" : " \"$1\"");
+    const std::string file = toUtf8(path);
+    const bool sharesTerminal = ::isatty(STDIN_FILENO) != 0;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        // Unless it is waited for, the editor is nobody's child but the system's, and leaves none.
+        if (!sharesTerminal && ::fork() != 0) ::_exit(0);
+        ::execl("/bin/sh", "sh", "-c", command.c_str(), "sh", file.c_str(),
+                static_cast<char*>(nullptr));
+        ::_exit(127);
+    }
+    if (child > 0) {
+        int status = 0;
+        while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+        }
+    }
+}
+
+std::u16string programPath() {
+    std::error_code failure;
+    const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", failure);
+    return failure ? std::u16string() : fromUtf8(path.string());
+}
+
+void* moduleInstance() noexcept {
+    static const char inThisImage = 0;
+    Dl_info image{};
+    return ::dladdr(&inThisImage, &image) != 0 ? image.dli_fbase : nullptr;
+}
+
+std::u16string nativePath(std::u16string_view path) {
+    std::u16string native(path);
+    std::ranges::replace(native, u'\\', u'/');
+    return native;
+}
+
+FileRead readWholeFile(const std::string& path, std::string& bytes, std::string& reason) {
+    bytes.clear();
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
                                                                &std::fclose);
     if (!file) {
         reason = std::strerror(errno);
-        return false;
+        return FileRead::notOpened;
     }
-    bytes.clear();
     char block[65536];
     constexpr std::size_t largest = std::size_t{1} << 30;
     while (const std::size_t count = std::fread(block, 1, sizeof block, file.get())) {
@@ -146,14 +215,14 @@ bool readFile(const std::string& path, std::string& bytes, std::string& reason) 
         if (bytes.size() > largest) {
             bytes.clear();
             reason = "larger than 1 GiB";
-            return false;
+            return FileRead::failed;
         }
     }
-    if (std::ferror(file.get()) != 0) {
-        reason = std::strerror(errno);
-        return false;
-    }
-    return true;
+    if (std::ferror(file.get()) == 0) return FileRead::done;
+    const int failure = errno;
+    bytes.clear();
+    reason = std::strerror(failure);
+    return failure == ENOENT ? FileRead::notFound : FileRead::failed;
 }
 
 }  // namespace vlisp::platform

@@ -322,6 +322,8 @@ class QueueWindow final : public platform::MessageWindow {
         HostRequest record;  // as it was when it was taken
     };
 
+    void warn(const char16_t*) override {}
+    bool chooseFile(const platform::FileDialog&, char16_t*, std::size_t) override { return false; }
     void post(unsigned message, const void* record) override {
         std::unique_lock lock(mutex_);
         waiting_ = Waiting{message, static_cast<const HostRequest*>(record)};

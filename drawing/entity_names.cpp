@@ -1,0 +1,69 @@
+// Entity names and traversal. See entity_names.h.
+#include "drawing/entity_names.h"
+
+#include "builtins/arguments.h"
+#include "core/printer.h"
+#include "core/reader.h"
+
+#include <cstdint>
+
+namespace vlisp {
+namespace {
+
+int slotCount() {
+    int count = 0;
+    GetNumObjects(count);
+    return count;
+}
+
+// The name of the object in this slot; nil when the slot is empty or its object erased.
+Cell liveNameAt(int slot) {
+    const OpenObject object = OpenObject::bySlot(slot);
+    if (!object || object->erased != 0) return NilCell;
+    return entityName(object->id);
+}
+
+}  // namespace
+
+Cell entityName(HostLong id) {
+    std::u16string text;
+    printInteger(text, id);
+    return Cell::make(CellType::EntityName, text);
+}
+
+HostLong idOf(const Cell& cell) noexcept { return integerAtFront(cell.text()); }
+
+OpenObject OpenObject::byId(HostLong id, OpenMode mode) {
+    VmDbObject* object = nullptr;
+    vmdbOpenObject(object, id, static_cast<int>(mode));
+    return OpenObject(object);
+}
+
+OpenObject OpenObject::bySlot(int slot) {
+    VmDbObject* object = nullptr;
+    vmdbOpenObjectByIndex(object, slot, static_cast<int>(OpenMode::read));
+    return OpenObject(object);
+}
+
+Cell entnext(Arguments arguments) {
+    const int count = slotCount();
+    // On purpose: whatever is not an entity name starts the walk anew.
+    std::int64_t slot = 0;
+    if (has(arguments, 0, CellType::EntityName)) {
+        int index = 0;
+        GetObjectIndex(idOf(arguments[0]), index);
+        slot = std::int64_t{index} + 1;
+    }
+    for (; slot < count; ++slot)
+        if (Cell name = liveNameAt(static_cast<int>(slot)); name.is(CellType::EntityName))
+            return name;
+    return NilCell;
+}
+
+Cell entlast(Arguments /*arguments*/) {
+    for (int slot = slotCount() - 1; slot >= 0; --slot)
+        if (Cell name = liveNameAt(slot); name.is(CellType::EntityName)) return name;
+    return NilCell;
+}
+
+}  // namespace vlisp

@@ -1,0 +1,121 @@
+// SSGET, SSADD, SSDEL, SSNAME and SSLENGTH. See selection_sets.h.
+#include "drawing/selection_sets.h"
+
+#include "builtins/arguments.h"
+#include "core/environment.h"
+#include "core/evaluator.h"
+#include "core/printer.h"
+#include "drawing/entity_names.h"
+#include "host/handshake.h"
+
+namespace vlisp {
+namespace {
+
+Cell selectionSet(int number) {
+    std::u16string text;
+    printInteger(text, number);
+    return Cell::make(CellType::SelectionSet, text);
+}
+
+int newSet() {
+    int number = 0;
+    addSelectionSet(number);
+    return number;
+}
+
+// Applies what SSFILTER is bound to. A program may have bound something else to the name; what is
+// no function gives nothing.
+Cell applyFilter(const Cell& filter) {
+    static const SymbolRef name = intern(u"SSFILTER");
+    Environment& global = GlobalEnvironment();
+    ErrorBuffer error;
+    Cell* bound = nullptr;
+    FindScope(global, name.get(), error, &bound);
+    if (bound == nullptr) {
+        DisplayMsg(error.terminated());
+        return NilCell;
+    }
+    const Cell function = *bound;  // the call may bind the name anew
+    const Arguments arguments(&filter, 1);
+    if (function.is(CellType::Proc)) return function.proc()(arguments);
+    if (!function.is(CellType::Lambda) || function.items().size() < 3) return NilCell;
+    const CallScope scope(Environment::make(function.items()[1].items(), arguments, &global));
+    return Eval(function.items()[2], *scope, error);
+}
+
+// The entity name in a data list: the value of its first entry.
+const Cell* nameOf(const Cell& dataList) noexcept {
+    if (!dataList.is(CellType::List) || dataList.items().empty()) return nullptr;
+    const Items first = dataList.items()[0].items();
+    return first.size() < 3 || !first[2].is(CellType::EntityName) ? nullptr : &first[2];
+}
+
+Cell selectFiltered(const Cell& filter) {
+    const int set = newSet();
+    const Cell kept = applyFilter(filter);
+    if (kept.is(CellType::List))
+        for (const Cell& dataList : kept.items())
+            if (const Cell* name = nameOf(dataList)) addObjToSelectionSet(idOf(*name), set);
+    return selectionSet(set);
+}
+
+Cell selectPicked(std::u16string_view prompt) {
+    constexpr std::int32_t selection = 3;
+    constexpr std::size_t longestPrompt = 299;
+    HostRequest& request = handshake().userInput;
+    request.mode = selection;
+    request.kind = static_cast<std::int32_t>(RequestKind::UserInput);
+    setField(request.messageText, prompt.substr(0, lengthThatFits(prompt, longestPrompt)));
+    RequestAndWait(request);
+    const HostReply& reply = handshake().reply;
+    if (reply.mode != selection || reply.count <= 0) return NilCell;
+    const int set = newSet();
+    addSelectedToSelectionSet(set);
+    return selectionSet(set);
+}
+
+}  // namespace
+
+Cell ssget(Arguments arguments) {
+    if (arguments.empty()) return selectPicked(u"Select objects: ");
+    if (arguments[0].text() != u"X") return selectPicked(arguments[0].text());
+    if (arguments.size() > 1) return selectFiltered(arguments[1]);
+    const int set = newSet();
+    addAllToSelectionSet(set);
+    return selectionSet(set);
+}
+
+Cell ssadd(Arguments arguments) {
+    if (!has(arguments, 0, CellType::EntityName)) return NilCell;
+    if (arguments.size() > 1 && !arguments[1].is(CellType::SelectionSet)) return NilCell;
+    const int set = arguments.size() > 1 ? idOf(arguments[1]) : newSet();
+    addObjToSelectionSet(idOf(arguments[0]), set);
+    return selectionSet(set);
+}
+
+Cell ssdel(Arguments arguments) {
+    if (arguments.size() != 2 || !has(arguments, 0, CellType::EntityName) ||
+        !has(arguments, 1, CellType::SelectionSet))
+        return NilCell;
+    const int set = idOf(arguments[1]);
+    removeObjFromSelectionSet(idOf(arguments[0]), set);
+    return selectionSet(set);
+}
+
+Cell ssname(Arguments arguments) {
+    if (arguments.size() != 2 || !has(arguments, 0, CellType::SelectionSet) ||
+        !has(arguments, 1, CellType::Integer))
+        return NilCell;
+    HostLong id = -1;
+    getObjFromSelectionSet(id, arguments[1].intValue(), idOf(arguments[0]));
+    return id < 0 ? NilCell : entityName(id);
+}
+
+Cell sslength(Arguments arguments) {
+    if (arguments.size() != 1 || !has(arguments, 0, CellType::SelectionSet)) return NilCell;
+    int length = 0;
+    getSelectionSetLength(length, idOf(arguments[0]));
+    return Cell::integer(length);
+}
+
+}  // namespace vlisp

@@ -1,0 +1,53 @@
+// AppLoad and LispEdit. See files.h.
+#include "host/files.h"
+
+#include "host/bridge.h"
+#include "host/module.h"
+#include "host/typed_text.h"
+
+namespace vlisp {
+namespace {
+
+void promptForPath(int& step) {
+    DisplayPromptMsg(u"Enter lisp file (.lsp) full path or <Browse...>: ");
+    ++step;
+}
+
+// The typed path, or the one chosen in the dialog; empty when that is cancelled.
+std::u16string pathFromUser(std::size_t capacity) {
+    std::u16string path = textFromHost(capacity, GetInputString);
+    if (!path.empty()) return path;
+    AllowTopMost(true);
+    path = platform::chooseFile(handshake().mainWindow, {u".lsp", u"Lisp files (*.lsp)|*lsp||"});
+    AllowTopMost(false);
+    return fitted(path, capacity);
+}
+
+}  // namespace
+
+int loadFile(int& step) {
+    if (step == 1) {
+        promptForPath(step);
+        return 1;
+    }
+    Module* module = currentModule();
+    if (module == nullptr) return 1;
+    module->session().LispPathBuffer = pathFromUser(lispPathCapacity);
+    module->startEvaluation(
+        [&session = module->session()] { session.LoadLispFile(session.LispPathBuffer); });
+    return 1;
+}
+
+int editFile(int& step) {
+    if (step == 1) {
+        promptForPath(step);
+        return 1;
+    }
+    constexpr std::size_t editPathCapacity = 255;
+    // On purpose: told whatever becomes of the editor.
+    platform::openInEditor(pathFromUser(editPathCapacity));
+    DisplayMsg(u"Lisp file edited successfully.");
+    return 1;
+}
+
+}  // namespace vlisp
