@@ -126,14 +126,24 @@ bool passSign(std::u16string_view text, std::size_t& at) noexcept {
     return text[at++] == u'-';
 }
 
-// What a number without sign that no double holds counts as: infinity or zero.
+// What a number without sign that no double holds counts as: infinity or zero. The place of its
+// first digit that counts, moved by the exponent, tells which.
 double beyondRange(const std::string& number) noexcept {
-    const std::size_t exponent = number.find('e');
-    const bool small = exponent != std::string::npos
-                           ? number[exponent + 1] == '-'
-                           : number.find_first_of("123456789") > number.find('.');
-    return small ? 0.0 : std::numeric_limits<double>::infinity();
+    const std::size_t mantissaEnd = std::min(number.find('e'), number.size());
+    const std::size_t point = std::min(number.find('.'), mantissaEnd);
+    const std::size_t digit = number.find_first_of("123456789");
+    if (digit >= mantissaEnd) return 0.0;
+    double exponent = 0;  // as a double: it may have more digits than any integer
+    for (std::size_t i = mantissaEnd + 1; i < number.size(); ++i)
+        if (number[i] != '-') exponent = exponent * 10 + (number[i] - '0');
+    if (number.find('-') != std::string::npos) exponent = -exponent;
+    const double magnitude = static_cast<double>(point) - static_cast<double>(digit) + exponent;
+    return magnitude < 0 ? 0.0 : std::numeric_limits<double>::infinity();
 }
+
+// Made when the program is loaded and not by the first who needs it, or it would be gone before the
+// threads that use it.
+const SymbolRef quoteName = intern(u"QUOTE");
 
 // One list that is being read.
 struct OpenList {
@@ -205,8 +215,7 @@ class ListReader {
     }
 
     Element quoteOf(const Cell& quoted, std::size_t quotePlace, std::size_t quotedPlace) {
-        static const SymbolRef quote = intern(u"QUOTE");
-        Cell form = Cell::list({Cell::symbol(quote), quoted});
+        Cell form = Cell::list({Cell::symbol(quoteName), quoted});
         if (notes_ != nullptr) notes_->note(form, {quotePlace, {quotePlace, quotedPlace}});
         return {std::move(form), quotePlace};
     }

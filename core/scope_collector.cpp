@@ -139,10 +139,11 @@ std::size_t collect() noexcept {
 }
 
 void clearAll() noexcept {
-    for (Environment* scope = newest; scope != nullptr;) {
-        const Ref<Environment> held(scope);
+    // The next one is held before this one goes: it may be held by nothing else.
+    for (Ref<Environment> scope(newest); scope.get() != nullptr;) {
         scope->clear();
-        scope = scope->nextLiving;
+        Ref<Environment> next(scope->nextLiving);
+        scope = std::move(next);
     }
 }
 

@@ -72,23 +72,32 @@ Cell InterpreterSession::evaluate(std::u16string_view text, ErrorBuffer& error, 
 }
 
 LoadReport InterpreterSession::LoadLispFile(const std::u16string& path) {
-    std::u16string source;
-    ErrorBuffer unread;
-    guarded(unread, [&] {
+    return load(path, [&](std::u16string& source) {
         std::string bytes;
         std::string reason;
         if (platform::readFile(platform::toUtf8(path), bytes, reason))
             source = platform::fromUtf8(bytes);
+        return std::u16string_view(source);
     });
-    return loadLispText(path, source);
 }
 
 LoadReport InterpreterSession::loadLispText(const std::u16string& path,
                                             std::u16string_view source) {
+    return load(path, [&](std::u16string&) { return source; });
+}
+
+LoadReport InterpreterSession::load(
+    const std::u16string& path,
+    const std::function<std::u16string_view(std::u16string&)>& read) {
     LoadReport report;
     ErrorBuffer error;
     std::vector<SourceExpression> expressions;
-    guarded(error, [&] { expressions = splitText(source); });
+    // What ends the reading ends the load: nothing is evaluated then.
+    if (!guarded(error, [&] {
+            std::u16string source;
+            expressions = splitText(read(source));
+        }))
+        expressions.clear();
 
     const platform::PathParts parts = platform::splitPath(path);
     std::u16string announcement(pathComponent(parts.name));

@@ -71,10 +71,13 @@ class InterpreterSession {
     void EvalStringToText(std::u16string& first, std::u16string& second);
     void EvalStringToFlatList(std::u16string& first, std::u16string& second);
 
-    /// Path of the file that LoadLispFileQuietly loads.
+    /// Path of the file to load, set by the host's commands.
     std::u16string LispPathBuffer;
 
   private:
+    /// Loads the text that `read` gives, which may keep it in the string it is handed.
+    LoadReport load(const std::u16string& path,
+                    const std::function<std::u16string_view(std::u16string&)>& read);
     Cell evaluate(std::u16string_view text, ErrorBuffer& error, bool* interrupted = nullptr);
     void evaluateInto(std::u16string& first, std::u16string& second,
                       std::u16string (*convert)(const Cell&));

@@ -46,6 +46,7 @@ void applyCommonRule(VmDbObject& object, std::int32_t code, const Cell& entry) {
     if (code == 370) object.lineweight = value->intValue();
 }
 
+// A polyline is read on its type code alone, but written only when it is of the class.
 void write(VmDbObject& object, const EntityField& field, const Cell& value) {
     switch (field.kind) {
     case FieldKind::text: return assign(field.string(object), value);

@@ -2,10 +2,13 @@
 #include "drawing/entity_names.h"
 
 #include "builtins/arguments.h"
+#include "core/interruption.h"
 #include "core/printer.h"
 #include "core/reader.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <optional>
 
 namespace vlisp {
 namespace {
@@ -13,13 +16,13 @@ namespace {
 int slotCount() {
     int count = 0;
     GetNumObjects(count);
-    return count;
+    return std::max(count, 0);
 }
 
-// The name of the object in this slot; nil when the slot is empty or its object erased.
-Cell liveNameAt(int slot) {
+// The name of the object in this slot; nothing when the slot is empty or its object erased.
+std::optional<Cell> liveNameAt(int slot) {
     const OpenObject object = OpenObject::bySlot(slot);
-    if (!object || object->erased != 0) return NilCell;
+    if (!object || object->erased != 0) return std::nullopt;
     return entityName(object->id);
 }
 
@@ -54,15 +57,14 @@ Cell entnext(Arguments arguments) {
         GetObjectIndex(idOf(arguments[0]), index);
         slot = std::int64_t{index} + 1;
     }
-    for (; slot < count; ++slot)
-        if (Cell name = liveNameAt(static_cast<int>(slot)); name.is(CellType::EntityName))
-            return name;
+    for (; slot < count && !interruption::pending(); ++slot)
+        if (auto name = liveNameAt(static_cast<int>(slot))) return *std::move(name);
     return NilCell;
 }
 
 Cell entlast(Arguments /*arguments*/) {
-    for (int slot = slotCount() - 1; slot >= 0; --slot)
-        if (Cell name = liveNameAt(slot); name.is(CellType::EntityName)) return name;
+    for (int slot = slotCount() - 1; slot >= 0 && !interruption::pending(); --slot)
+        if (auto name = liveNameAt(slot)) return *std::move(name);
     return NilCell;
 }
 

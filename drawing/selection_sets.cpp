@@ -23,14 +23,18 @@ int newSet() {
     return number;
 }
 
+// Made when the module is loaded and not by the first who needs it, or it would be gone before the
+// threads that use it.
+const SymbolRef filterName = intern(u"SSFILTER");
+
 // Applies what SSFILTER is bound to. A program may have bound something else to the name; what is
-// no function gives nothing.
+// no function gives nothing. On purpose: the body sees global names only, whatever scope the
+// function was made in.
 Cell applyFilter(const Cell& filter) {
-    static const SymbolRef name = intern(u"SSFILTER");
     Environment& global = GlobalEnvironment();
     ErrorBuffer error;
     Cell* bound = nullptr;
-    FindScope(global, name.get(), error, &bound);
+    FindScope(global, filterName.get(), error, &bound);
     if (bound == nullptr) {
         DisplayMsg(error.terminated());
         return NilCell;
@@ -60,15 +64,8 @@ Cell selectFiltered(const Cell& filter) {
 }
 
 Cell selectPicked(std::u16string_view prompt) {
-    constexpr std::int32_t selection = 3;
-    constexpr std::size_t longestPrompt = 299;
-    HostRequest& request = handshake().userInput;
-    request.mode = selection;
-    request.kind = static_cast<std::int32_t>(RequestKind::UserInput);
-    setField(request.messageText, prompt.substr(0, lengthThatFits(prompt, longestPrompt)));
-    RequestAndWait(request);
-    const HostReply& reply = handshake().reply;
-    if (reply.mode != selection || reply.count <= 0) return NilCell;
+    const HostReply* reply = askUser(InputMode::selection, prompt);
+    if (reply == nullptr || !reply->is(InputMode::selection) || reply->count <= 0) return NilCell;
     const int set = newSet();
     addSelectedToSelectionSet(set);
     return selectionSet(set);

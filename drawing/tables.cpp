@@ -47,7 +47,7 @@ Cell tblnext(Arguments arguments) {
 
     int count = 0;
     GetNumBlocks(count);
-    if (blockCursor > count - 1) {
+    if (blockCursor >= count) {
         rewindBlockTable();
         return NilCell;
     }

@@ -295,9 +295,9 @@ void AllowTopMost(bool allow);
 
 // --- Handshake -----------------------------------------------------------------------------------
 
-/// Writes the handle of the main frame window. Called on the user-interface thread once at start-up
-/// and then each time before a thread that evaluates is started: a host may take it as the
-/// announcement of an evaluation, whose end is a request of kind 2.
+/// Writes the handle of the main frame window. Called on the user-interface thread: once during
+/// start-up, and then each time before a thread that evaluates is started. So each call after
+/// start-up announces an evaluation, whose end is a request of kind 2.
 void GetMainFrameWindow(vlisp::platform::WindowHandle& out);
 
 /// Forgets that a message has been taken. Thread: the one that is about to post.

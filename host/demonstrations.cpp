@@ -10,7 +10,7 @@
 namespace vlisp {
 namespace {
 
-// The polyline that is being drawn.
+// The polyline that is being drawn. On purpose: its vertices are kept and nobody reads them.
 struct DrawnPolyline {
     HostLong id = -1;
     std::vector<double> vertices;  // X and Y in turn

@@ -1,32 +1,59 @@
 // The exports. See exports.h.
 #include "host/exports.h"
 
+#include "host/bridge.h"
 #include "host/demonstrations.h"
 #include "host/files.h"
 #include "host/menus.h"
 #include "host/module.h"
 
+#include <exception>
+
+namespace {
+
+// Calls `work`. The host knows no exceptions: what memory cannot hold is told and given up.
+template <class Work> int guarded(int given, Work work) noexcept {
+    try {
+        return work();
+    } catch (const std::exception&) {
+        DisplayMsg(u";error; out of memory");
+        return given;
+    }
+}
+
+}  // namespace
+
 int VelmoraExtEntryPoint(std::uint16_t* first, std::uint16_t* second) {
-    if (!vlisp::startModule()) return 0;
-    *first = 40;
-    *second = 33;
-    return 1;
+    return guarded(0, [&] { return vlisp::startModule(*first, *second) ? 1 : 0; });
 }
 
 int VelmoraExtUIEntry(vlisp::HostRequest* reply) { return vlisp::OnHostReply(*reply); }
 
-int VelmoraExtDynamicCmdEntry(int* step) { return vlisp::runDynamicCommand(*step); }
-
-int VelmoraExtGetVarEntry(const char16_t* expression, char16_t* result, int mode) {
-    return vlisp::evaluateForHost(expression, result, mode);
+int VelmoraExtDynamicCmdEntry(int* step) {
+    return guarded(1, [&] { return vlisp::runDynamicCommand(*step); });
 }
 
-int AppLoad(int* step) { return vlisp::loadFile(*step); }
+int VelmoraExtGetVarEntry(const char16_t* expression, char16_t* result, int mode) {
+    *result = 0;
+    return guarded(1, [&] { return vlisp::evaluateForHost(expression, result, mode); });
+}
 
-int LispEdit(int* step) { return vlisp::editFile(*step); }
+int AppLoad(int* step) {
+    return guarded(1, [&] { return vlisp::loadFile(*step); });
+}
 
-int LispPoly(int* step) { return vlisp::drawPolyline(*step); }
+int LispEdit(int* step) {
+    return guarded(1, [&] { return vlisp::editFile(*step); });
+}
 
-int MnuLoad() { return vlisp::loadMenus(); }
+int LispPoly(int* step) {
+    return guarded(1, [&] { return vlisp::drawPolyline(*step); });
+}
 
-int TestLine() { return vlisp::addTestLine(); }
+int MnuLoad() {
+    return guarded(1, [] { return vlisp::loadMenus(); });
+}
+
+int TestLine() {
+    return guarded(1, [] { return vlisp::addTestLine(); });
+}

@@ -24,12 +24,14 @@ VLISP_EXPORT int VelmoraExtEntryPoint(std::uint16_t* first, std::uint16_t* secon
 VLISP_EXPORT int VelmoraExtUIEntry(vlisp::HostRequest* reply);
 
 /// Runs the LISP text that the host holds as its input (GetInputString) on a thread of its own; at a
-/// step greater than 1 nothing but counting. Returns 1 at once; the end is a request of kind 2.
+/// step greater than 1 nothing but counting. Returns 1 at once; the end is a request of kind 2. A
+/// second evaluation starts when the first has ended.
 VLISP_EXPORT int VelmoraExtDynamicCmdEntry(int* step);
 
 /// Evaluates `expression` (299 units are looked at) and writes its value as text into `result`, which
 /// has room for 300 units. `mode`: 0 point text, 4 flat list, 5 the value's own text, any other the
-/// printed value. Shows the printed value as a line. Returns 1. The expression must not ask the user.
+/// printed value. Shows the printed value as a line. Returns 1. The expression must not wait for this
+/// very thread: no PRINC, PRIN1, PRINT, COMMAND, GET functions, ENTSEL, nor SSGET that asks.
 VLISP_EXPORT int VelmoraExtGetVarEntry(const char16_t* expression, char16_t* result, int mode);
 
 // Commands that take a step: called with 1 first, then again with each line that the user types;

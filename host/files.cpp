@@ -13,14 +13,22 @@ void promptForPath(int& step) {
     ++step;
 }
 
+// A dialog may come above the host's windows while this lives.
+class DialogOnTop {
+  public:
+    DialogOnTop() { AllowTopMost(true); }
+    DialogOnTop(const DialogOnTop&) = delete;
+    DialogOnTop& operator=(const DialogOnTop&) = delete;
+    ~DialogOnTop() { AllowTopMost(false); }
+};
+
 // The typed path, or the one chosen in the dialog; empty when that is cancelled.
 std::u16string pathFromUser(std::size_t capacity) {
-    std::u16string path = textFromHost(capacity, GetInputString);
-    if (!path.empty()) return path;
-    AllowTopMost(true);
-    path = platform::chooseFile(handshake().mainWindow, {u".lsp", u"Lisp files (*.lsp)|*lsp||"});
-    AllowTopMost(false);
-    return fitted(path, capacity);
+    if (std::u16string path = textFromHost(capacity, GetInputString); !path.empty()) return path;
+    const DialogOnTop onTop;
+    return fitted(platform::chooseFile(handshake().mainWindow,
+                                       {u".lsp", u"Lisp files (*.lsp)|*lsp||"}),
+                  capacity);
 }
 
 }  // namespace
@@ -33,8 +41,9 @@ int loadFile(int& step) {
     Module* module = currentModule();
     if (module == nullptr) return 1;
     module->session().LispPathBuffer = pathFromUser(lispPathCapacity);
-    module->startEvaluation(
-        [&session = module->session()] { session.LoadLispFile(session.LispPathBuffer); });
+    module->startEvaluation([&session = module->session(), path = module->session().LispPathBuffer] {
+        session.LoadLispFile(path);
+    });
     return 1;
 }
 
@@ -45,7 +54,7 @@ int editFile(int& step) {
     }
     constexpr std::size_t editPathCapacity = 255;
     // On purpose: told whatever becomes of the editor.
-    platform::openInEditor(pathFromUser(editPathCapacity));
+    platform::openInEditor(handshake().mainWindow, pathFromUser(editPathCapacity));
     DisplayMsg(u"Lisp file edited successfully.");
     return 1;
 }

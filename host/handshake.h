@@ -52,15 +52,36 @@ static_assert(offsetof(HostRequest, entityId) == 36 && offsetof(HostRequest, cou
 static_assert(offsetof(HostRequest, context) == 44 && offsetof(HostRequest, inputText) == 48);
 static_assert(offsetof(HostRequest, messageText) == 648 && sizeof(HostRequest) == 6648);
 
+/// What an input is to be, in a request; what was obtained, in a reply.
+enum class InputMode : std::int32_t { text = 0, point = 1, selection = 3, object = 4 };
+
+/// A text of at most 299 units in place: a second answer that comes too early cannot take it away
+/// from who reads it.
+class ReplyText {
+  public:
+    void assign(std::u16string_view text);
+    operator std::u16string_view() const noexcept { return units_; }  // NOLINT: as a text
+    friend bool operator==(const ReplyText& a, std::u16string_view b) noexcept {
+        return std::u16string_view(a) == b;
+    }
+
+  private:
+    char16_t units_[300] = {};
+};
+
 /// The module's copy of the host's last answer.
 struct HostReply {
+    [[nodiscard]] bool is(InputMode wanted) const noexcept {
+        return mode == static_cast<std::int32_t>(wanted);
+    }
+
     std::int32_t mode = 0;
     double x = 0;
     double y = 0;
     std::int32_t entityId = 0;
     std::int32_t count = 0;
     std::int32_t context = 0;
-    std::u16string inputText;
+    ReplyText inputText;
 };
 
 /// The module-wide state of the handshake.
@@ -96,8 +117,12 @@ void PostToHost(const HostRequest& request);
 /// Spins until the host has answered.
 void AwaitReply();
 
-/// Sends a request that wants an answer, and waits for it.
-void RequestAndWait(const HostRequest& request);
+/// Sends a request that wants an answer, and waits for it. False when the wait was given up.
+bool RequestAndWait(const HostRequest& request);
+
+/// Asks the user through the shared record: `prompt`, cut to 299 units, and the kind of input that is
+/// wanted; base point as it stands in the record. Null when the wait was given up.
+const HostReply* askUser(InputMode mode, std::u16string_view prompt);
 
 /// Takes the host's answer over into the reply and lets the waiting thread go on. Called on the
 /// user-interface thread. Returns 1.

@@ -2,7 +2,6 @@
 #include "host/input.h"
 
 #include "builtins/arguments.h"
-#include "core/error_buffer.h"
 #include "core/reader.h"
 #include "drawing/entity_names.h"
 #include "host/handshake.h"
@@ -12,22 +11,7 @@
 namespace vlisp {
 namespace {
 
-enum InputMode : std::int32_t { typedText = 0, pickedPoint = 1, pickedObject = 4 };
-
-constexpr std::size_t promptCapacity = 300;
-
 HostRequest& shared() noexcept { return handshake().userInput; }
-
-// Sends the shared record with this mode and prompt; the answer is in the returned reply.
-const HostReply& ask(InputMode mode, std::u16string_view prompt) {
-    HostRequest& request = shared();
-    prompt = prompt.substr(0, lengthThatFits(prompt, promptCapacity - 1));
-    setField(request.messageText, prompt);
-    request.mode = mode;
-    request.kind = static_cast<std::int32_t>(RequestKind::UserInput);
-    RequestAndWait(request);
-    return handshake().reply;
-}
 
 // The first argument's text, whatever its type, or the default.
 std::u16string_view promptOf(Arguments arguments, std::u16string_view preset = u" ") {
@@ -51,8 +35,8 @@ void setBasePoint(Items point) {
 
 // What GETSTRING, GETREAL and GETINT share: a typed text, converted.
 template <class Convert> Cell askForText(Arguments arguments, Convert convert) {
-    const HostReply& reply = ask(typedText, promptOf(arguments));
-    return reply.mode == typedText ? convert(reply.inputText) : NilCell;
+    const HostReply* reply = askUser(InputMode::text, promptOf(arguments));
+    return reply != nullptr && reply->is(InputMode::text) ? convert(reply->inputText) : NilCell;
 }
 
 }  // namespace
@@ -65,49 +49,51 @@ Cell getpoint(Arguments arguments) {
         if (argument.is(CellType::List) && argument.items().size() > 1)
             setBasePoint(argument.items());
     }
-    const HostReply& reply = ask(pickedPoint, prompt);
-    if (reply.mode == typedText) return NilCell;
-    return Cell::list({Cell::real(reply.x), Cell::real(reply.y)});
+    const HostReply* reply = askUser(InputMode::point, prompt);
+    if (reply == nullptr || reply->is(InputMode::text)) return NilCell;
+    return Cell::list({Cell::real(reply->x), Cell::real(reply->y)});
 }
 
 Cell getdist(Arguments arguments) {
     HostRequest& request = shared();
     request.hasBasePoint = false;
-    const HostReply& reply = ask(pickedPoint, promptOf(arguments));
-    if (reply.mode == typedText) return Cell::real(realAtFront(reply.inputText));
-    const double x = reply.x;
-    const double y = reply.y;
+    const HostReply* reply = askUser(InputMode::point, promptOf(arguments));
+    if (reply == nullptr) return NilCell;
+    if (reply->is(InputMode::text)) return Cell::real(realAtFront(reply->inputText));
+    const double x = reply->x;
+    const double y = reply->y;
     request.hasBasePoint = true;
     request.x = x;
     request.y = y;
     // On purpose: whatever answers this one counts as a point.
-    ask(pickedPoint, u"Specify second point:");
-    const double dx = reply.x - x;
-    const double dy = reply.y - y;
+    reply = askUser(InputMode::point, u"Specify second point:");
+    if (reply == nullptr) return NilCell;
+    const double dx = reply->x - x;
+    const double dy = reply->y - y;
     return Cell::real(std::sqrt(dx * dx + dy * dy));
 }
 
 Cell getstring(Arguments arguments) {
-    return askForText(arguments, [](const std::u16string& text) {
-        return Cell::string(std::u16string_view(text));
+    return askForText(arguments, [](std::u16string_view text) {
+        return Cell::string(text);
     });
 }
 
 Cell getreal(Arguments arguments) {
     return askForText(arguments,
-                      [](const std::u16string& text) { return Cell::real(realAtFront(text)); });
+                      [](std::u16string_view text) { return Cell::real(realAtFront(text)); });
 }
 
 Cell getint(Arguments arguments) {
     return askForText(
-        arguments, [](const std::u16string& text) { return Cell::integer(integerAtFront(text)); });
+        arguments, [](std::u16string_view text) { return Cell::integer(integerAtFront(text)); });
 }
 
 Cell entsel(Arguments arguments) {
-    const HostReply& reply = ask(pickedObject, promptOf(arguments, u"Select object: "));
-    if (reply.mode != pickedObject || reply.count < 1) return NilCell;
-    return Cell::list({entityName(reply.entityId),
-                       Cell::list({Cell::real(reply.x), Cell::real(reply.y), Cell::real(0.0)})});
+    const HostReply* reply = askUser(InputMode::object, promptOf(arguments, u"Select object: "));
+    if (reply == nullptr || !reply->is(InputMode::object) || reply->count < 1) return NilCell;
+    return Cell::list({entityName(reply->entityId),
+                       Cell::list({Cell::real(reply->x), Cell::real(reply->y), Cell::real(0.0)})});
 }
 
 std::span<const ProvidedBuiltin> inputBuiltins() noexcept {

@@ -12,7 +12,7 @@
 namespace vlisp {
 namespace {
 
-// A line without the blanks at its front.
+// A line without the blanks and tabs at its front.
 std::u16string_view withoutLeadingBlanks(std::u16string_view line) {
     line.remove_prefix(std::min(line.find_first_not_of(u" \t"), line.size()));
     return line;
@@ -91,6 +91,7 @@ class MenuReader {
         constexpr std::size_t nameCapacity = 256;
         std::u16string name;
         std::u16string bitmap;
+        // With one comma the rest is the name.
         if (const std::size_t first = header.find(u','); first != npos) {
             const std::size_t second = header.find(u',', first + 1);
             name = fitted(header.substr(first + 1, second - first - 1), nameCapacity);

@@ -13,7 +13,8 @@
 #include "host/typed_text.h"
 #include "resources/prelude.h"
 
-#include <system_error>
+#include <exception>
+#include <thread>
 
 namespace vlisp {
 namespace {
@@ -21,6 +22,7 @@ namespace {
 constexpr std::size_t lispTextCapacity = 300;
 
 std::unique_ptr<Module>& theModule() {
+    handshake();  // made first, so that it outlives the module
     static std::unique_ptr<Module> module;
     return module;
 }
@@ -87,6 +89,7 @@ void HandshakePort::sendEvalDone(std::u16string_view text) {
 
 Module::Module() : session_({port_, registerAll, preludeText()}) {
     handshake().closing = false;
+    handshake().waitingForReply = false;
     handshake().reply.count = 0;
     rewindBlockTable();
     session_.StartInterpreter(platform::tickCount());
@@ -95,9 +98,14 @@ Module::Module() : session_({port_, registerAll, preludeText()}) {
 Module::~Module() {
     if (evaluations_.empty()) return;
     handshake().closing = true;
+    // An evaluation takes the request when it ends; the next one needs its own.
     for (const Evaluation& evaluation : evaluations_)
-        if (!evaluation.ended) interruption::request(interruption::Reason::cancelled);
+        while (!evaluation.ended) {
+            interruption::request(interruption::Reason::cancelled);
+            std::this_thread::yield();
+        }
     evaluations_.clear();
+    interruption::take();
 }
 
 void Module::fetchMainWindow() { GetMainFrameWindow(handshake().mainWindow); }
@@ -108,11 +116,14 @@ void Module::startEvaluation(std::function<void()> evaluation) {
     Evaluation& started = evaluations_.emplace_back();
     try {
         started.worker = std::make_unique<platform::Worker>(
-            platform::evaluationStack, [&started, work = std::move(evaluation)] {
-                work();
+            platform::evaluationStack, [this, &started, work = std::move(evaluation)] {
+                {
+                    const std::lock_guard one(evaluating_);
+                    work();
+                }
                 started.ended = true;
             });
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         // No thread is to be had: told as the end of an evaluation, without waiting on this thread
         // for itself.
         evaluations_.pop_back();
@@ -122,14 +133,16 @@ void Module::startEvaluation(std::function<void()> evaluation) {
     }
 }
 
-bool startModule() {
-    Module::fetchMainWindow();
+bool startModule(std::uint16_t& first, std::uint16_t& second) {
+    Module::fetchMainWindow();  // for the message box and the dialog
     const std::u16string version = textFromHost(hostTextRoom, GetVersion);
     if (!isAccepted(version)) {
         platform::warn(handshake().mainWindow,
                        u"Warning: VelmoraLispExtension requires Velmora 2017 (v2.0) or later!");
         return false;
     }
+    first = 40;
+    second = 33;
     for (const CommandRow& row : commandRows)
         AddCommand(row.name, u"", row.description, moduleFileName, platform::moduleInstance(),
                    row.number);

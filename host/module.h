@@ -13,6 +13,7 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <mutex>
 
 namespace vlisp {
 
@@ -56,6 +57,7 @@ class Module {
     HandshakePort port_;
     InterpreterSession session_;
     std::list<Evaluation> evaluations_;
+    std::mutex evaluating_;  // a second evaluation waits for the first
 };
 
 /// Units of LispPathBuffer, the terminating zero included.
@@ -64,8 +66,8 @@ inline constexpr std::size_t lispPathCapacity = 256;
 // --- What the exports do (exports.h says more) ---
 
 /// Checks the host's version, registers the module's commands and starts the one Module. Returns
-/// whether the host was accepted.
-bool startModule();
+/// whether the host was accepted; if so `first` and `second` tell it what the module is.
+bool startModule(std::uint16_t& first, std::uint16_t& second);
 
 /// The Module that startModule made, or null.
 Module* currentModule() noexcept;

@@ -70,6 +70,10 @@ class MessageWindow {
     /// Shows a message box with a warning and returns when it has been seen. Thread: the window's.
     virtual void warn(const char16_t* text) = 0;
 
+    /// True when the program lives in a terminal, so that an editor started there must be waited
+    /// for: two cannot share it.
+    [[nodiscard]] virtual bool usesTerminal() const { return false; }
+
     /// Lets the user choose an existing file. Writes its path, terminated and at most `capacity`
     /// units with the zero; false when the user cancels. Thread: the window's.
     virtual bool chooseFile(const FileDialog& dialog, char16_t* path, std::size_t capacity) = 0;
@@ -91,8 +95,8 @@ std::u16string chooseFile(WindowHandle window, const FileDialog& dialog);
 
 /// Starts the user's text editor with the file at `path`, or without a file when it is empty, and
 /// does not look what becomes of it. The editor is $VISUAL, $EDITOR or the desktop's opener. It is
-/// waited for only when the program's standard input is a terminal, which two cannot share.
-void openInEditor(const std::u16string& path);
+/// waited for only when `window` uses a terminal.
+void openInEditor(WindowHandle window, const std::u16string& path);
 
 /// Path of the program that runs; empty when it cannot be found.
 std::u16string programPath();

@@ -147,6 +147,7 @@ std::u16string chooseFile(WindowHandle window, const FileDialog& dialog) {
     constexpr std::size_t longestPath = 100'000;
     std::u16string path(longestPath, u'\0');
     if (window == nullptr || !window->chooseFile(dialog, path.data(), longestPath)) return {};
+    path.back() = 0;
     path.resize(path.find(u'\0'));
     return path;
 }
@@ -163,10 +164,11 @@ std::string editorCommand() {
 
 }  // namespace
 
-void openInEditor(const std::u16string& path) {
+void openInEditor(WindowHandle window, const std::u16string& path) {
     const std::string command = editorCommand() + (path.empty() ? "" : " \"$1\"");
-    const std::string file = toUtf8(path);
-    const bool sharesTerminal = ::isatty(STDIN_FILENO) != 0;
+    std::string file = toUtf8(path);
+    if (file.starts_with('-')) file.insert(0, "./");  // or the editor would take it for an option
+    const bool sharesTerminal = window != nullptr && window->usesTerminal();
     const pid_t child = ::fork();
     if (child == 0) {
         // Unless it is waited for, the editor is nobody's child but the system's, and leaves none.
@@ -190,8 +192,12 @@ std::u16string programPath() {
 
 void* moduleInstance() noexcept {
     static const char inThisImage = 0;
-    Dl_info image{};
-    return ::dladdr(&inThisImage, &image) != 0 ? image.dli_fbase : nullptr;
+    // Asked once: the loader must not be called while it unloads this image.
+    static void* const base = [] {
+        Dl_info image{};
+        return ::dladdr(&inThisImage, &image) != 0 ? image.dli_fbase : nullptr;
+    }();
+    return base;
 }
 
 std::u16string nativePath(std::u16string_view path) {

@@ -2,6 +2,7 @@
 #include "apps/vlisp/checker.h"
 #include "apps/vlisp/commands.h"
 #include "apps/vlisp/console.h"
+#include "apps/vlisp/script_answers.h"
 
 #include <nlohmann/json.hpp>
 
@@ -10,7 +11,10 @@ namespace {
 
 // What is bound before any source is loaded.
 Names namesAtStart() {
-    Lisp lisp([](std::u16string_view) {});
+    // Nothing is evaluated here, so nothing asks.
+    LineSource none;
+    QueuedAnswers answers(&none, [](std::u16string_view) {});
+    const Lisp lisp([](std::u16string_view) {}, answers);
     Names names;
     for (const Environment::Binding& binding : GlobalEnvironment().bindings())
         names.emplace(textOf(binding.name.get()));

@@ -1,67 +1,189 @@
 // vlisp eval: texts, one session. See commands.h.
 #include "apps/vlisp/commands.h"
 #include "apps/vlisp/console.h"
+#include "apps/vlisp/script_answers.h"
+#include "apps/vlisp/signals.h"
 #include "platform/text.h"
 
-#include <iostream>
+#include <algorithm>
+#include <cmath>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 namespace vlisp::app {
 namespace {
 
-// Evaluates one text and writes what came of it; true when it succeeded.
+using Json = nlohmann::ordered_json;
+
+// A number as JSON writes it shortest: 2, not 2.0.
+Json plainNumber(double value) {
+    constexpr double exact = 9007199254740992.0;
+    if (std::abs(value) < exact && value == std::trunc(value))
+        return static_cast<std::int64_t>(value);
+    return value;
+}
+
+Json describe(const HostRequest& request) {
+    return {{"kind", request.kind},
+            {"mode", request.mode},
+            {"x", plainNumber(request.x)},
+            {"y", plainNumber(request.y)},
+            {"hasBasePoint", request.hasBasePoint},
+            {"context", request.context},
+            {"inputText", platform::toUtf8(request.inputText)},
+            {"messageText", platform::toUtf8(request.messageText)}};
+}
+
+// A reply record of the members that are there. Throws what the library throws for wrong types.
+HostRequest replyOf(const Json& members) {
+    HostRequest reply;
+    reply.mode = members.value("mode", 0);
+    reply.x = members.value("x", 0.0);
+    reply.y = members.value("y", 0.0);
+    reply.count = members.value("count", 0);
+    reply.entityId = members.value("entityId", 0);
+    reply.context = members.value("context", 0);
+    setField(reply.inputText, platform::fromUtf8(members.value("inputText", std::string())));
+    return reply;
+}
+
+// What the two ways of writing have in common: one session, and the worst exit code.
 class Evaluation {
   public:
-    explicit Evaluation(bool json)
-        : json_(json), lisp_([this](std::u16string_view text) { take(text); }) {}
+    explicit Evaluation(refhost::Answers& answers)
+        : lisp_([this](std::u16string_view text) { show(text); }, answers) {}
+    Evaluation(const Evaluation&) = delete;
+    Evaluation& operator=(const Evaluation&) = delete;
+    virtual ~Evaluation() = default;
 
-    bool evaluate(const std::string& bytes) {
-        std::u16string text = platform::fromUtf8(bytes);
+    virtual void take(const std::string& line) = 0;
+    virtual void show(std::u16string_view text) = 0;
+
+    int finish() {
+        if (!lisp_.allAnswered()) fail(exitError);
+        return code_;
+    }
+
+  protected:
+    void fail(int code) { code_ = std::max(code_, code); }
+
+    // Evaluates; remembers what went wrong.
+    bool evaluate(std::u16string& text) {
         const bool succeeded = lisp_.evalString(text);
-        if (json_) {
-            writeJson(succeeded, text);
-        } else if (succeeded) {
-            writeLine(text);
-        } else {
-            while (text.ends_with(u'\n')) text.pop_back();
-            writeError(platform::toUtf8(text));
-        }
+        if (!succeeded) fail(exitCodeOfError(text));
         return succeeded;
     }
 
+    Lisp lisp_;
+
   private:
-    void take(std::u16string_view text) {
-        if (json_) shown_.push_back(platform::toUtf8(text));
-        else writeLine(text);
+    int code_ = exitOk;
+};
+
+class PlainEvaluation final : public Evaluation {
+  public:
+    using Evaluation::Evaluation;
+
+    void take(const std::string& line) override {
+        std::u16string text = platform::fromUtf8(line);
+        if (evaluate(text)) return writeLine(text);
+        while (text.ends_with(u'\n')) text.pop_back();
+        writeError(platform::toUtf8(text));
     }
 
-    void writeJson(bool succeeded, std::u16string_view text) {
-        nlohmann::ordered_json line;
+    void show(std::u16string_view text) override { writeLine(text); }
+};
+
+class JsonEvaluation final : public Evaluation {
+  public:
+    explicit JsonEvaluation(QueuedAnswers& answers) : Evaluation(answers), answers_(answers) {
+        lisp_.host().onRequest = [this](const HostRequest& request) {
+            requests_.push_back(describe(request));
+        };
+    }
+
+    void take(const std::string& line) override {
+        if (line.starts_with('{') && takeControl(line)) return;
+        std::u16string text = platform::fromUtf8(line);
+        const bool succeeded = evaluate(text);
+        writeResult(succeeded, platform::toUtf8(text));
+    }
+
+    void show(std::u16string_view text) override { shown_.push_back(platform::toUtf8(text)); }
+
+  private:
+    // A line that is a JSON object with one of three members is not evaluated. False: it is none.
+    bool takeControl(const std::string& line) {
+        const Json object = Json::parse(line, nullptr, false);
+        if (!object.is_object()) return false;
+        try {
+            if (object.contains("input")) {
+                answers_.push(platform::fromUtf8(object.at("input").get<std::string>()));
+            } else if (object.contains("reply")) {
+                answers_.push(replyOf(object.at("reply")));
+            } else if (object.contains("requests")) {
+                writeLine(Json{{"requests", std::exchange(requests_, Json::array())}}.dump());
+            } else {
+                return false;
+            }
+        } catch (const Json::exception&) {
+            fail(exitUnreadable);
+            writeResult(false, "vlisp: not an answer: " + line);
+        }
+        return true;
+    }
+
+    void writeResult(bool succeeded, const std::string& text) {
+        Json line;
         line["ok"] = succeeded;
-        line["text"] = platform::toUtf8(text);
-        line["shown"] = std::exchange(shown_, nlohmann::ordered_json::array());
+        line["text"] = text;
+        line["shown"] = std::exchange(shown_, Json::array());
         writeLine(line.dump());
     }
 
-    bool json_;
-    nlohmann::ordered_json shown_ = nlohmann::ordered_json::array();
-    Lisp lisp_;
+    QueuedAnswers& answers_;
+    Json shown_ = Json::array();
+    Json requests_ = Json::array();
 };
+
+void takeAll(Evaluation& evaluation, const std::vector<std::string>& texts, LineSource& input) {
+    for (const std::string& text : texts) evaluation.take(text);
+    if (!texts.empty()) return;
+    for (std::string line; input.next(line) == LineSource::Outcome::line;) evaluation.take(line);
+}
 
 }  // namespace
 
-int evalTexts(const std::vector<std::string>& texts, bool json) {
-    Evaluation evaluation(json);
-    bool allSucceeded = true;
-    for (const std::string& text : texts)
-        if (!evaluation.evaluate(text)) allSucceeded = false;
-    if (texts.empty()) {
-        for (std::string line; std::getline(std::cin, line);) {
-            if (line.ends_with('\r')) line.pop_back();
-            if (!evaluation.evaluate(line)) allSucceeded = false;
+int evalTexts(const EvalOptions& options) {
+    LineSource standardInput;
+    std::optional<LineSource> file;
+    if (!options.input.empty()) {
+        file.emplace(options.input);
+        if (!file->isOpen()) {
+            writeError("vlisp: cannot read '" + options.input + "'");
+            return exitUnreadable;
         }
     }
-    return exitCodeOfOutput(allSucceeded ? exitOk : exitError);
+    cancelOnSignals();
+    LineSource& lines = file ? *file : standardInput;
+    int code = exitOk;
+    if (options.json) {
+        // Lines of standard input that are evaluated answer nothing: answers are queued.
+        const bool hasLines = file || !options.texts.empty();
+        JsonEvaluation* evaluation = nullptr;
+        QueuedAnswers answers(hasLines ? &lines : nullptr,
+                              [&](std::u16string_view text) { evaluation->show(text); });
+        JsonEvaluation all(answers);
+        evaluation = &all;
+        takeAll(all, options.texts, standardInput);
+        code = all.finish();
+    } else {
+        ScriptAnswers answers(lines, [](std::u16string_view text) { writeLine(text); });
+        PlainEvaluation all(answers);
+        takeAll(all, options.texts, standardInput);
+        code = all.finish();
+    }
+    return exitCodeOfSignals(exitCodeOfOutput(code));
 }
 
 }  // namespace vlisp::app

@@ -3,6 +3,10 @@
 #include "apps/vlisp/nearest.h"
 #include "builtins/registry.h"
 #include "core/evaluator.h"
+#include "core/reader.h"
+#include "platform/text.h"
+#include "refhost/commands/command.h"
+#include "refhost/model/variables.h"
 
 #include <algorithm>
 #include <cctype>
@@ -42,12 +46,46 @@ std::string helpForName(const std::string& name) {
         if (entry.name == wanted)
             return entry.synopsis + "\n  " + entry.help + "\n  Example: " + entry.example +
                    "  =>  " + entry.result;
-    return {};
+    const refhost::CommandRow* command = refhost::findCommand(platform::fromUtf8(name));
+    if (command == nullptr) return {};
+    std::string text = std::string("Command ") + command->name;
+    if (*command->alias != 0) text += std::string(", or ") + command->alias;
+    text += std::string("\n  ") + command->help;
+    for (const refhost::Step& step : command->steps)
+        text += "\n  " + platform::toUtf8(TrimBlanks(step.prompt));
+    return text;
+}
+
+std::string commandsAsMarkdown() { return refhost::commandsAsMarkdown(); }
+
+std::string variablesAsMarkdown() {
+    const auto typeName = [](refhost::VariableType type) {
+        switch (type) {
+        case refhost::VariableType::Integer: return "integer";
+        case refhost::VariableType::Real: return "real";
+        case refhost::VariableType::Text: return "text";
+        case refhost::VariableType::Point: return "point";
+        case refhost::VariableType::PlanePoint: break;
+        }
+        return "plane point";
+    };
+    const refhost::Variables defaults;
+    std::string page = "| Name | Type | Default | Set by programs | What it is |\n"
+                       "|---|---|---|---|---|\n";
+    for (const refhost::VariableRow& row : refhost::Variables::rows()) {
+        const std::string name(row.name);
+        const auto value = defaults.asText(platform::fromUtf8(name));
+        const bool settable = row.access == refhost::VariableAccess::Settable;
+        page += "| `" + name + "` | " + typeName(row.type) + " | `" + platform::toUtf8(*value) +
+                "` | " + (settable ? "yes" : "no") + " | " + std::string(row.help) + " |\n";
+    }
+    return page;
 }
 
 std::string nearestName(const std::string& name) {
     std::vector<std::string> names;
     for (const Entry& entry : entries()) names.push_back(entry.name);
+    for (const refhost::CommandRow& row : refhost::commandRows()) names.emplace_back(row.name);
     return nearest(upper(name), names);
 }
 

@@ -1,8 +1,11 @@
 // vlisp run: a file, as the host loads it. See commands.h.
 #include "apps/vlisp/commands.h"
 #include "apps/vlisp/console.h"
+#include "apps/vlisp/script_answers.h"
+#include "apps/vlisp/signals.h"
 #include "platform/text.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 namespace vlisp::app {
@@ -18,38 +21,54 @@ void writeFinalError(const LoadReport& report, const std::string& path,
                platform::toUtf8(TrimBlanks(lineOf(source, report.line))));
 }
 
-int runForPeople(const std::string& path, std::u16string_view source) {
+int runForPeople(const std::string& path, std::u16string_view source, LineSource& lines) {
     bool announced = false;
-    Lisp lisp([&](std::u16string_view text) {
-        if (announced) {
-            writeLine(text);
-        } else {
-            announced = true;
-            writeError(platform::toUtf8(text));
-        }
-    });
+    ScriptAnswers answers(lines, [](std::u16string_view text) { writeLine(text); });
+    Lisp lisp(
+        [&](std::u16string_view text) {
+            if (announced) {
+                writeLine(text);
+            } else {
+                announced = true;
+                writeError(platform::toUtf8(text));
+            }
+        },
+        answers);
     const LoadReport report = lisp.load(path, source);
-    if (report.errorText.empty()) return exitOk;
-    writeFinalError(report, path, source);
-    return exitError;
+    const bool answered = lisp.allAnswered();
+    if (!report.errorText.empty()) writeFinalError(report, path, source);
+    return std::max<int>(exitCodeOfError(report.errorText), answered ? exitOk : exitError);
 }
 
-int runForPrograms(const std::string& path, std::u16string_view source) {
+int runForPrograms(const std::string& path, std::u16string_view source, LineSource& lines) {
     nlohmann::ordered_json result;
     result["shown"] = nlohmann::ordered_json::array();
-    Lisp lisp([&](std::u16string_view text) { result["shown"].push_back(platform::toUtf8(text)); });
+    const auto show = [&](std::u16string_view text) {
+        result["shown"].push_back(platform::toUtf8(text));
+    };
+    QueuedAnswers answers(&lines, show);
+    Lisp lisp(show, answers);
     const LoadReport report = lisp.load(path, source);
     result["done"] = platform::toUtf8(report.errorText);
     writeLine(result.dump());
-    return report.errorText.empty() ? exitOk : exitError;
+    return std::max<int>(exitCodeOfError(report.errorText),
+                         lisp.allAnswered() ? exitOk : exitError);
 }
 
 }  // namespace
 
-int runFile(const std::string& path, bool json) {
+int runFile(const RunOptions& options) {
     std::u16string source;
-    if (!readSource(path, source)) return exitUnreadable;
-    return exitCodeOfOutput(json ? runForPrograms(path, source) : runForPeople(path, source));
+    if (!readSource(options.path, source)) return exitUnreadable;
+    LineSource lines = options.input.empty() ? LineSource() : LineSource(options.input);
+    if (!lines.isOpen()) {
+        writeError("vlisp: cannot read '" + options.input + "'");
+        return exitUnreadable;
+    }
+    cancelOnSignals();
+    const int code = options.json ? runForPrograms(options.path, source, lines)
+                                  : runForPeople(options.path, source, lines);
+    return exitCodeOfSignals(exitCodeOfOutput(code));
 }
 
 }  // namespace vlisp::app

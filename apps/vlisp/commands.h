@@ -7,11 +7,26 @@
 
 namespace vlisp::app {
 
+struct RunOptions {
+    std::string path;
+    std::string input;  ///< file of answers; empty: standard input
+    bool json = false;
+};
+
 /// `vlisp run`: loads a file; what it shows goes to standard output, the rest to standard error.
-int runFile(const std::string& path, bool json);
+int runFile(const RunOptions& options);
+
+struct EvalOptions {
+    std::vector<std::string> texts;
+    std::string input;  ///< file of answers; empty: standard input
+    bool json = false;
+};
 
 /// `vlisp eval`: evaluates texts, or the lines of standard input when there are none.
-int evalTexts(const std::vector<std::string>& texts, bool json);
+int evalTexts(const EvalOptions& options);
+
+/// `vlisp script`: takes the lines of a file as if they were typed at the command line.
+int runScript(const std::string& path);
 
 /// `vlisp check`: tells what the reader and the evaluator pass over in silence.
 int checkFiles(const std::vector<std::string>& paths, bool json);
@@ -19,13 +34,20 @@ int checkFiles(const std::vector<std::string>& paths, bool json);
 /// `vlisp` alone in a terminal: a command line.
 int promptForTexts();
 
-/// What `vlisp help NAME` prints for a LISP name; empty when there is no such name.
+/// What `vlisp help NAME` prints for a LISP name or a command of the host; empty when there is no such
+/// name.
 std::string helpForName(const std::string& name);
 
 /// The reference pages as Markdown, one section a name.
 std::string referenceAsMarkdown();
 
-/// Special forms and built-ins whose names are nearest to `name`, for "did you mean".
+/// The command reference as Markdown, one section a command.
+std::string commandsAsMarkdown();
+
+/// The system variables as a Markdown table.
+std::string variablesAsMarkdown();
+
+/// Special forms, built-ins and commands whose names are nearest to `name`, for "did you mean".
 std::string nearestName(const std::string& name);
 
 }  // namespace vlisp::app

@@ -41,7 +41,13 @@ int exitCodeOfOutput(int code) {
     if (outputFailure == 0) return code;
     writeError(std::string("vlisp: cannot write to standard output: ") +
                std::strerror(outputFailure));
-    return exitError;
+    return exitUnwritable;
+}
+
+int exitCodeOfError(std::u16string_view errorText) {
+    if (errorText.empty()) return exitOk;
+    const bool limit = errorText == messages::tooDeep || errorText == messages::outOfMemory;
+    return limit ? exitLimit : exitError;
 }
 
 bool readSource(const std::string& path, std::u16string& source) {
@@ -70,20 +76,30 @@ std::u16string_view lineOf(std::u16string_view source, std::size_t number) {
     return source;
 }
 
-Lisp::Lisp(HeadlessHost::Sink shown) : host_(std::move(shown), [](std::u16string_view) {}) {}
+Lisp::Lisp(refhost::ReferenceHost::Sink shown, refhost::Answers& answers)
+    : host_(std::move(shown), answers) {
+    host_.startExtension();
+}
+
+Lisp::~Lisp() { stopModule(); }
 
 LoadReport Lisp::load(const std::string& path, std::u16string_view source) {
     LoadReport report;
-    Module::fetchMainWindow();
     host_.evaluate([&] { report = session().loadLispText(platform::fromUtf8(path), source); });
     return report;
 }
 
 bool Lisp::evalString(std::u16string& text) {
     bool succeeded = false;
-    Module::fetchMainWindow();
     host_.evaluate([&] { succeeded = session().EvalString(text); });
     return succeeded;
+}
+
+bool Lisp::allAnswered() const {
+    const auto& prompt = host_.unansweredPrompt();
+    if (!prompt) return true;
+    writeError("vlisp: no answer was left for the prompt '" + platform::toUtf8(*prompt) + "'");
+    return false;
 }
 
 }  // namespace vlisp::app

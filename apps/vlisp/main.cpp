@@ -15,29 +15,40 @@ using namespace vlisp::app;
 constexpr const char* programDescription = "LISP for CAD drawings.";
 
 struct Arguments {
-    std::string file;
-    std::vector<std::string> texts;
+    RunOptions run;
+    EvalOptions eval;
+    std::string script;
     std::vector<std::string> files;
     std::string topic;
-    bool runJson = false;
-    bool evalJson = false;
     bool checkJson = false;
     bool markdown = false;
+    bool commandsMarkdown = false;
+    bool variablesMarkdown = false;
 };
+
+constexpr const char* inputHelp = "Answer prompts from FILE, a line each, instead of standard input";
 
 void describeCommands(CLI::App& app, Arguments& arguments) {
     CLI::App* run = app.add_subcommand("run", "Load a LISP file");
-    run->add_option("FILE", arguments.file, "The file; - reads standard input")
+    run->add_option("FILE", arguments.run.path, "The file; - reads standard input")
         ->required()
         ->type_name("");
-    run->add_flag("--json", arguments.runJson,
+    run->add_option("--input", arguments.run.input, inputHelp)->type_name("FILE");
+    run->add_flag("--json", arguments.run.json,
                   "Print one JSON object: the texts shown, and the final error text");
 
     CLI::App* eval = app.add_subcommand("eval", "Evaluate texts in one session");
-    eval->add_option("TEXT", arguments.texts,
+    eval->add_option("TEXT", arguments.eval.texts,
                      "What to evaluate; without any, the lines of standard input")
         ->type_name("");
-    eval->add_flag("--json", arguments.evalJson, "Print one JSON object a text");
+    eval->add_option("--input", arguments.eval.input, inputHelp)->type_name("FILE");
+    eval->add_flag("--json", arguments.eval.json, "Print one JSON object a text");
+
+    CLI::App* script =
+        app.add_subcommand("script", "Take lines as if they were typed at the command line");
+    script->add_option("FILE", arguments.script, "The file; - reads standard input")
+        ->required()
+        ->type_name("");
 
     CLI::App* check = app.add_subcommand("check", "Tell what LISP would pass over in silence");
     check->add_option("FILE", arguments.files, "The files; - reads standard input")
@@ -46,9 +57,14 @@ void describeCommands(CLI::App& app, Arguments& arguments) {
     check->add_flag("--json", arguments.checkJson, "Print the warnings as JSON");
 
     CLI::App* help = app.add_subcommand("help", "Explain a command or a LISP name");
-    help->add_option("NAME", arguments.topic, "A command of vlisp, or a name such as CAR")
+    help->add_option("NAME", arguments.topic,
+                     "A command of vlisp, a LISP name such as CAR, or a drawing command such as LINE")
         ->type_name("");
     help->add_flag("--markdown", arguments.markdown, "Print the reference of all LISP names");
+    help->add_flag("--commands-markdown", arguments.commandsMarkdown,
+                   "Print the reference of all commands of the command line");
+    help->add_flag("--variables-markdown", arguments.variablesMarkdown,
+                   "Print the reference of all system variables");
 }
 
 void describe(CLI::App& app, Arguments& arguments) {
@@ -60,8 +76,9 @@ void describe(CLI::App& app, Arguments& arguments) {
     app.footer(
         "Without a command: a command line when standard input is a terminal, otherwise\n"
         "as 'vlisp eval'.\n\n"
-        "Exit codes: 0 success, 1 LISP reported an error or the checker has something to say,\n"
-        "2 the command line is wrong, 3 a file cannot be read.");
+        "Exit codes: 0 success, 1 LISP reported an error, a prompt got no answer, or the checker\n"
+        "has something to say, 2 the command line is wrong, 3 an input is missing or invalid,\n"
+        "4 output cannot be written, 5 stack or memory ran out, 130 and 143 ended by a signal.");
 }
 
 int help(const Arguments& arguments) {
@@ -72,6 +89,14 @@ int help(const Arguments& arguments) {
 
     if (arguments.markdown) {
         writeText(referenceAsMarkdown());
+        return exitCodeOfOutput(exitOk);
+    }
+    if (arguments.commandsMarkdown) {
+        writeText(commandsAsMarkdown());
+        return exitCodeOfOutput(exitOk);
+    }
+    if (arguments.variablesMarkdown) {
+        writeText(variablesAsMarkdown());
         return exitCodeOfOutput(exitOk);
     }
     if (arguments.topic.empty()) {
@@ -104,6 +129,7 @@ std::vector<std::string> marked(int argc, char** argv) {
     bool onlyTexts = false;
     for (auto word = words.begin() + 1; word != words.end(); ++word) {
         if (!onlyTexts && *word == "--") onlyTexts = true;
+        else if (!onlyTexts && *word == "--input" && word + 1 != words.end()) ++word;
         else if (onlyTexts || !word->starts_with('-') || *word == "-")
             word->insert(0, 1, literalMark);
     }
@@ -128,11 +154,12 @@ int main(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? exitOk : exitUsage;
     }
-    unmark(arguments.texts);
+    unmark(arguments.eval.texts);
     unmark(arguments.files);
-    if (app.got_subcommand("run")) return runFile(arguments.file, arguments.runJson);
-    if (app.got_subcommand("eval")) return evalTexts(arguments.texts, arguments.evalJson);
+    if (app.got_subcommand("run")) return runFile(arguments.run);
+    if (app.got_subcommand("eval")) return evalTexts(arguments.eval);
+    if (app.got_subcommand("script")) return runScript(arguments.script);
     if (app.got_subcommand("check")) return checkFiles(arguments.files, arguments.checkJson);
     if (app.got_subcommand("help")) return help(arguments);
-    return isatty(STDIN_FILENO) != 0 ? promptForTexts() : evalTexts({}, false);
+    return isatty(STDIN_FILENO) != 0 ? promptForTexts() : evalTexts({});
 }

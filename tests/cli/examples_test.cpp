@@ -45,7 +45,11 @@ class Examples : public ::testing::TestWithParam<fs::path> {};
 TEST_P(Examples, ShowsWhatIsExpected) {
     const fs::path expected = fs::path(GetParam()).replace_extension(".expected");
     ASSERT_TRUE(fs::exists(expected)) << expected;
-    const Ran ran = run("vlisp run '" + GetParam().string() + "' 2>/dev/null");
+    // A program that asks has its answers beside it; the others are given none.
+    const fs::path answers = fs::path(GetParam()).replace_extension(".input");
+    const std::string input = fs::exists(answers) ? answers.string() : "/dev/null";
+    const Ran ran =
+        run("vlisp run --input '" + input + "' '" + GetParam().string() + "' 2>/dev/null");
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(ran.shown, contentsOf(expected));
 }
@@ -63,24 +67,39 @@ INSTANTIATE_TEST_SUITE_P(All, Examples, ::testing::ValuesIn(examples()), [](cons
     return name;
 });
 
-// The reference pages and the help come from one table; this keeps the pages at it.
-TEST(Documents, TheReferenceOfTheLanguageIsWhatTheProgramPrints) {
-    const fs::path path = fs::path(PROJECT_ROOT) / "docs" / "language.md";
-    const std::string begin = "<!-- reference: begin -->\n";
-    const std::string end = "<!-- reference: end -->";
+// The reference pages and the help come from one table; this keeps a page at it: what stands between
+// the marks of `part` is what `command` prints.
+void expectPart(const char* document, const std::string& part, const std::string& command) {
+    const fs::path path = fs::path(PROJECT_ROOT) / "docs" / document;
+    const std::string begin = "<!-- " + part + ": begin -->\n";
+    const std::string end = "<!-- " + part + ": end -->";
     std::string page = contentsOf(path);
     const std::size_t from = page.find(begin);
     const std::size_t to = page.find(end);
     ASSERT_NE(from, std::string::npos);
     ASSERT_NE(to, std::string::npos);
-    const std::string reference = run("vlisp help --markdown").shown;
+    const Ran printed = run(command);
+    ASSERT_EQ(printed.status, 0) << command;
+    ASSERT_NE(printed.shown, "") << command;
     const std::string present = page.substr(from + begin.size(), to - from - begin.size());
     if (std::getenv("VLISP_ACCEPT") != nullptr) {
-        page.replace(from + begin.size(), present.size(), reference);
+        page.replace(from + begin.size(), present.size(), printed.shown);
         std::ofstream(path, std::ios::binary) << page;
         return;
     }
-    EXPECT_EQ(present, reference);
+    EXPECT_EQ(present, printed.shown);
+}
+
+TEST(Documents, TheReferenceOfTheLanguageIsWhatTheProgramPrints) {
+    expectPart("language.md", "reference", "vlisp help --markdown");
+}
+
+TEST(Documents, TheReferenceOfTheCommandsIsWhatTheProgramPrints) {
+    expectPart("commands.md", "commands", "vlisp help --commands-markdown");
+}
+
+TEST(Documents, TheReferenceOfTheVariablesIsWhatTheProgramPrints) {
+    expectPart("commands.md", "variables", "vlisp help --variables-markdown");
 }
 
 }  // namespace

@@ -87,6 +87,40 @@ TEST(Printer, RealsHaveThreeRoundedDecimals) {
     EXPECT_EQ(printed(Cell::real(-std::numeric_limits<double>::max())).size(), 1U + 309U + 4U);
 }
 
+TEST(Printer, RealsHaveAsManyDecimalsAsAreAskedFor) {
+    const auto decimals = [](double value, int count) {
+        std::u16string out;
+        printReal(out, value, count);
+        return toUtf8(out);
+    };
+    const struct {
+        double value;
+        std::string text;
+    } rows[] = {
+        {0, "0.0000"},
+        {2.5, "2.5000"},
+        {-2.5, "-2.5000"},
+        {1.23456, "1.2346"},
+        {0.00004, "0.0000"},
+        {0.00006, "0.0001"},
+        {-0.00004, "-0.0000"},
+        {0.03125, "0.0312"},  // exactly between: to even
+        {0.09375, "0.0938"},
+        {9.99996, "10.0000"},
+        {1e22, "10000000000000000000000.0000"},
+        {std::numeric_limits<double>::infinity(), "inf"},
+        {-std::numeric_limits<double>::infinity(), "-inf"},
+        {std::numeric_limits<double>::quiet_NaN(), "nan"},
+        {-std::numeric_limits<double>::quiet_NaN(), "nan"},
+    };
+    for (const auto& row : rows) EXPECT_EQ(decimals(row.value, 4), row.text);
+    EXPECT_EQ(decimals(2.5, 0), "2");
+    EXPECT_EQ(decimals(0.1, 15), "0.100000000000000");
+    const double largest = -std::numeric_limits<double>::max();
+    EXPECT_EQ(decimals(largest, 4).size(), 1U + 309U + 5U);
+    EXPECT_EQ(decimals(largest, 15).size(), 1U + 309U + 16U);
+}
+
 TEST(Printer, EntityNamesAddTheBaseIn32Bits) {
     const struct {
         std::uint32_t base;

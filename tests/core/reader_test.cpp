@@ -6,9 +6,11 @@
 
 #include <clocale>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iostream>
 #include <limits>
 #include <locale>
 #include <random>
@@ -488,6 +490,111 @@ TEST(IntegerAtFront, ReadsAsTheLibraryConversionDoes) {
     for (const auto& row : rows) EXPECT_EQ(integerAtFront(row.text), row.value) << toUtf8(row.text);
 }
 
+TEST(RealAtFront, ReadsAsTheLibraryConversionDoes) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const struct {
+        std::u16string_view text;
+        double value;
+    } rows[] = {
+        {u"", 0},
+        {u" ", 0},
+        {u"x", 0},
+        {u"-", 0},
+        {u"+", 0},
+        {u".", 0},
+        {u"-.", 0},
+        {u"e5", 0},
+        {u".e5", 0},
+        {u"12", 12},
+        {u"12abc", 12},
+        {u" \t\n\v\f\r7.5", 7.5},
+        {u"\u00a07", 0},
+        {u"+5", 5},
+        {u"-5", -5},
+        {u"--5", 0},
+        {u"+-5", 0},
+        {u"- 5", 0},
+        {u"1.2.3", 1.2},
+        {u".5", 0.5},
+        {u"-.5", -0.5},
+        {u"5.", 5},
+        {u"5.x", 5},
+        {u"..5", 0},
+        {u"1,5", 1},
+        {u",5", 0},
+        {u"1 5", 1},
+        {u"010", 10},
+        {u"0.1", 0.1},
+        {u"1e3", 1000},
+        {u"1E3", 1000},
+        {u"1e+3", 1000},
+        {u"1e-3", 0.001},
+        {u"5.e1", 50},
+        {u".5e1", 5},
+        {u"1e", 1},
+        {u"1e+", 1},
+        {u"1e-", 1},
+        {u"1ex", 1},
+        {u"1e 3", 1},
+        {u"1e3.5", 1000},
+        {u"1e3e3", 1000},
+        {u"1e--3", 1},
+        {u"1e007", 1e7},
+        {u"0x10", 0},
+        {u"0x1p3", 0},
+        {u"1e999", infinity},
+        {u"-1e999", -infinity},
+        {u"1e99999999999999999999", infinity},
+        {u"0e999", 0},
+        {u"0.000e99999999999999999999", 0},
+        {u"1e-400", 0},
+        {u"1e-99999999999999999999", 0},
+        {u"0.0001e-99999999999999999999", 0},
+        {u"1.7976931348623157e308", std::numeric_limits<double>::max()},
+        {u"5e-324", std::numeric_limits<double>::denorm_min()},
+    };
+    for (const auto& row : rows) EXPECT_EQ(realAtFront(row.text), row.value) << toUtf8(row.text);
+    EXPECT_TRUE(std::signbit(realAtFront(u"-0")));
+    EXPECT_TRUE(std::signbit(realAtFront(u"-1e-400")));
+    EXPECT_FALSE(std::signbit(realAtFront(u"1e-400")));
+    // A full-width digit is no digit, a zero unit ends the number.
+    EXPECT_EQ(realAtFront(u"\uff11"), 0);
+    EXPECT_EQ(realAtFront(std::u16string_view(u"12\0003", 4)), 12);
+}
+
+TEST(RealAtFront, TakesNumbersOfAnyLength) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const std::u16string zeros(400, u'0');
+    EXPECT_EQ(realAtFront(zeros + u"7.5"), 7.5);
+    EXPECT_EQ(realAtFront(u"1" + zeros), infinity);
+    EXPECT_EQ(realAtFront(u"-1" + zeros + u".5"), -infinity);
+    EXPECT_EQ(realAtFront(u"0." + zeros + u"1"), 0);
+    EXPECT_EQ(realAtFront(u"1" + zeros + u"e-400"), 1);
+    EXPECT_EQ(realAtFront(u"0." + zeros + u"1e401"), 1);
+    EXPECT_EQ(realAtFront(u"1" + zeros + u"e-10"), infinity) << "390 places remain";
+    EXPECT_EQ(realAtFront(u"0." + zeros + u"1e10"), 0) << "391 places remain";
+    EXPECT_EQ(realAtFront(u"0.1" + std::u16string(1000, u'0')), 0.1);
+}
+
+// Digits, signs, points and the rest in random order, against the C library.
+TEST(RealAtFront, AgreesWithTheLibrary) {
+    const int given = GTEST_FLAG_GET(random_seed);  // repeats what has failed
+    const unsigned seed =
+        given != 0 ? static_cast<unsigned>(given) : 1 + std::random_device()() % 99'999;
+    std::cout << "seed " << seed << "\n";
+    std::mt19937 random(seed);
+    constexpr std::string_view units = "00123456789..--+ee E, ";
+    for (int i = 0; i < 100'000; ++i) {
+        std::string number;
+        for (std::size_t length = random() % 14; length > 0; --length)
+            number += units[random() % units.size()];
+        const double expected = std::strtod(number.c_str(), nullptr);
+        const double value = realAtFront(fromUtf8(number));
+        ASSERT_EQ(value, expected) << '"' << number << "\", seed " << seed;
+        ASSERT_EQ(std::signbit(value), std::signbit(expected)) << '"' << number << '"';
+    }
+}
+
 TEST(Case, ChangesForAsciiLettersAlone) {
     for (std::uint32_t unit = 0; unit < 0x10000; ++unit) {
         const auto c = static_cast<char16_t>(unit);
@@ -509,12 +616,16 @@ TEST(Locale, OfTheProcessDoesNotChangeHowTextIsRead) {
     std::ostringstream shown;
     shown << 1234.5;
     const double real = MakeAtom(u"1234.5").realValue();
+    const double front = realAtFront(u"1.5,5");
+    const double comma = realAtFront(u"1,5");
     const Cell withComma = MakeAtom(u"1,5");
     const std::u16string upper = std::u16string(Parse(u"\u00e9i").text());
     std::setlocale(LC_ALL, cLocale.c_str());
     std::locale::global(before);
     ASSERT_EQ(shown.str(), "1.234,5");
     EXPECT_EQ(real, 1234.5);
+    EXPECT_EQ(front, 1.5);
+    EXPECT_EQ(comma, 1);
     EXPECT_EQ(withComma.type(), CellType::Symbol);
     EXPECT_EQ(upper, u"\u00e9I");
 }

@@ -8,8 +8,11 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
+#include <cstring>
 #include <gtest/gtest.h>
+#include <iostream>
 #include <mutex>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -293,7 +296,7 @@ TEST_F(HandshakeTest, AReplysTextWithoutATerminatingZeroEndsWithItsField) {
     std::fill(std::begin(record.inputText), std::end(record.inputText), u'x');
     std::fill(std::begin(record.messageText), std::end(record.messageText), u'y');
     OnHostReply(record);
-    EXPECT_EQ(handshake().reply.inputText, std::u16string(300, u'x'));
+    EXPECT_EQ(handshake().reply.inputText, std::u16string(299, u'x'));
     setField(record.inputText, u"short");
     OnHostReply(record);
     EXPECT_EQ(handshake().reply.inputText, u"short") << "nothing is left of the longer one";
@@ -401,6 +404,94 @@ TEST_F(HandshakeTest, TwoThreadsMeetOverEveryMessage) {
     evaluating.join();
     EXPECT_FALSE(handshake().waitingForReply);
     EXPECT_EQ(host.log, Log(2 * rounds + 1, "Clear"));
+}
+
+// What request number `i` of a run holds, and its answer. The number is in both, so that nothing can
+// be taken for another's.
+HostRequest numbered(std::int32_t i, RequestKind kind) {
+    const std::size_t length = static_cast<std::size_t>(i * 31 % 3000);
+    HostRequest request =
+        requestOf(kind, std::u16string(length, static_cast<char16_t>(u'a' + i % 26)));
+    setField(request.inputText, std::u16string(length % 300, static_cast<char16_t>(u'A' + i % 26)));
+    request.mode = i;
+    request.x = i * 0.5;
+    request.y = -i * 0.25;
+    request.hasBasePoint = i % 2 == 0;
+    request.context = i + 1;
+    return request;
+}
+
+HostRequest answerTo(std::int32_t i) {
+    HostRequest answer;
+    answer.mode = 4;
+    answer.x = i * 2.0;
+    answer.y = i * 3.0;
+    answer.entityId = i + 2;
+    answer.count = i % 7;
+    answer.context = i + 3;
+    setField(answer.inputText, std::u16string(static_cast<std::size_t>(i % 300),
+                                              static_cast<char16_t>(u'0' + i % 10)));
+    return answer;
+}
+
+// The thread that evaluates: sends the whole run and looks at every answer.
+void sendAll(const std::vector<RequestKind>& run) {
+    std::int32_t entityId = 0;
+    for (std::int32_t i = 0; i < static_cast<std::int32_t>(run.size()); ++i) {
+        const RequestKind kind = run[static_cast<std::size_t>(i)];
+        HostRequest onStack;
+        HostRequest& request = kind == RequestKind::CommandInput ? handshake().commandInput
+                               : kind == RequestKind::UserInput  ? handshake().userInput
+                               : kind == RequestKind::EvalDone   ? handshake().evalDone
+                                                                 : onStack;
+        request = numbered(i, kind);
+        if (kind == RequestKind::EvalDone || kind == RequestKind::Message) {
+            PostToHost(request);
+            continue;
+        }
+        RequestAndWait(request);
+        const HostRequest expected = answerTo(i);
+        const HostReply& reply = handshake().reply;
+        if (expected.count > 0) entityId = expected.entityId;
+        EXPECT_EQ(reply.mode, 4);
+        EXPECT_EQ(reply.x, expected.x);
+        EXPECT_EQ(reply.y, expected.y);
+        EXPECT_EQ(reply.count, expected.count);
+        EXPECT_EQ(reply.context, expected.context);
+        EXPECT_EQ(reply.entityId, entityId);
+        EXPECT_EQ(reply.inputText, expected.inputText);
+    }
+}
+
+TEST_F(HandshakeTest, TenThousandRequestsInAnyOrderKeepTheirAnswers) {
+    constexpr std::size_t requests = 10'000;
+    const int given = GTEST_FLAG_GET(random_seed);  // repeats what has failed
+    const unsigned seed =
+        given != 0 ? static_cast<unsigned>(given) : 1 + std::random_device()() % 99'999;
+    std::cout << "seed " << seed << "\n";
+    std::mt19937 random(seed);
+    std::vector<RequestKind> run(requests);
+    for (RequestKind& kind : run) kind = static_cast<RequestKind>(random() % 4);
+
+    QueueWindow window;
+    handshake().mainWindow = &window;
+    host.asksBeforeTaken = 2;
+    std::thread evaluating([&] { sendAll(run); });
+    for (std::int32_t i = 0; i < static_cast<std::int32_t>(requests); ++i) {
+        const QueueWindow::Message message = window.take();
+        const HostRequest expected = numbered(i, run[static_cast<std::size_t>(i)]);
+        EXPECT_EQ(message.number, hostRequestMessage);
+        EXPECT_EQ(std::memcmp(&message.record, &expected, sizeof expected), 0)
+            << "request " << i << " of seed " << seed;
+        const bool isAnswered = message.record.kind == 0 || message.record.kind == 1;
+        if (!isAnswered) continue;
+        EXPECT_TRUE(handshake().waitingForReply);
+        const HostRequest answer = answerTo(i);
+        EXPECT_EQ(OnHostReply(answer), 1);
+    }
+    evaluating.join();
+    EXPECT_FALSE(handshake().waitingForReply);
+    EXPECT_EQ(host.log, Log(requests, "Clear"));
 }
 
 }  // namespace

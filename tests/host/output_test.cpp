@@ -2,7 +2,6 @@
 #include "host/output.h"
 
 #include "core/printer.h"
-#include "host/module.h"
 #include "platform/text.h"
 #include "tests/support/recording_host.h"
 
@@ -266,19 +265,6 @@ TEST_F(Output, TheFourAreProvidedUnderTheirNames) {
         names.emplace_back(builtin.name);
     }
     EXPECT_EQ(names, (std::vector<std::string>{"PRINC", "PRINT", "PRIN1", "PROMPT"}));
-}
-
-// What the registry says of them is true in a module.
-TEST_F(Output, ExamplesOfTheTablePrintWhatTheySay) {
-    Module module;
-    for (const ProvidedBuiltin& builtin : consoleBuiltins()) {
-        const BuiltinRow& row = *findBuiltin(builtin.name);
-        std::u16string buffer = platform::fromUtf8(row.example);
-        EXPECT_TRUE(module.session().EvalString(buffer)) << row.example;
-        EXPECT_EQ(platform::toUtf8(buffer), row.result) << row.example;
-        EXPECT_EQ(row.fewest, 0) << row.name;
-        EXPECT_EQ(row.most, any) << row.name;
-    }
 }
 
 }  // namespace

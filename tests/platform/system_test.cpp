@@ -1,11 +1,13 @@
 // Tests of platform/system.h.
 #include "platform/system.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <optional>
 #include <random>
 #include <stdexcept>
 #include <thread>
@@ -118,6 +120,19 @@ class Window final : public MessageWindow {
     void post(unsigned message, const void* record) override {
         posted.emplace_back(message, record);
     }
+    void warn(const char16_t* text) override { warnings.emplace_back(text); }
+    bool chooseFile(const FileDialog& dialog, char16_t* path, std::size_t capacity) override {
+        asked.emplace_back(std::u16string(dialog.defaultExtension) + u" " + dialog.filter);
+        room = capacity;
+        if (!chosen) return false;
+        std::copy_n(chosen->c_str(), std::min(chosen->size() + 1, capacity), path);
+        return true;
+    }
+
+    std::vector<std::u16string> warnings;
+    std::vector<std::u16string> asked;
+    std::optional<std::u16string> chosen;  // none: the user cancels
+    std::size_t room = 0;
     std::vector<std::pair<unsigned, const void*>> posted;
 };
 
@@ -129,6 +144,61 @@ TEST(Window, TakesWhatIsPosted) {
     ASSERT_EQ(window.posted.size(), 1U);
     EXPECT_EQ(window.posted[0].first, 32771U);
     EXPECT_EQ(window.posted[0].second, &record);
+}
+
+TEST(Window, ShowsWarnings) {
+    Window window;
+    warn(&window, u"Careful");
+    EXPECT_EQ(window.warnings, std::vector<std::u16string>{u"Careful"});
+    EXPECT_TRUE(window.posted.empty());
+}
+
+TEST(Window, AWarningWithoutAWindowGoesToTheErrorStream) {
+    testing::internal::CaptureStderr();
+    warn(nullptr, u"Careful \u00e9");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Careful \xc3\xa9\n");
+}
+
+TEST(Window, LetsTheUserChooseAFile) {
+    const FileDialog dialog{u".lsp", u"Lisp files (*.lsp)|*lsp||"};
+    Window window;
+    window.chosen = u"/a/b.lsp";
+    EXPECT_EQ(chooseFile(&window, dialog), u"/a/b.lsp");
+    EXPECT_EQ(window.asked, std::vector<std::u16string>{u".lsp Lisp files (*.lsp)|*lsp||"});
+    EXPECT_EQ(window.room, 100'000U);
+    window.chosen = std::u16string(window.room - 1, u'x');
+    EXPECT_EQ(chooseFile(&window, dialog), *window.chosen) << "as long as there is room for";
+    window.chosen->append(u"xyz");
+    EXPECT_EQ(chooseFile(&window, dialog), std::u16string(window.room - 1, u'x'))
+        << "cut where a host forgets the end";
+    window.chosen = u"";
+    EXPECT_EQ(chooseFile(&window, dialog), u"");
+    window.chosen.reset();
+    EXPECT_EQ(chooseFile(&window, dialog), u"") << "cancelled";
+    EXPECT_EQ(chooseFile(nullptr, dialog), u"");
+}
+
+TEST(ProgramPath, IsThisProgram) {
+    const std::filesystem::path path(programPath());
+    ASSERT_TRUE(path.is_absolute()) << path;
+    EXPECT_TRUE(std::filesystem::equivalent(path, "/proc/self/exe"));
+}
+
+TEST(ModuleInstance, IsWhereThisImageBegins) {
+    const void* instance = moduleInstance();
+    ASSERT_NE(instance, nullptr);
+    EXPECT_EQ(instance, moduleInstance());
+    // An image begins with its format's mark.
+    EXPECT_EQ(std::string(static_cast<const char*>(instance), 4), "\x7f"
+                                                                  "ELF");
+}
+
+TEST(NativePath, TurnsBackslashesRound) {
+    EXPECT_EQ(nativePath(u""), u"");
+    EXPECT_EQ(nativePath(u"a.lsp"), u"a.lsp");
+    EXPECT_EQ(nativePath(u"a\\b\\c.lsp"), u"a/b/c.lsp");
+    EXPECT_EQ(nativePath(u"/a\\\\b/"), u"/a//b/");
+    EXPECT_EQ(nativePath(u"\u00e9 \U0001F600\\"), u"\u00e9 \U0001F600/");
 }
 
 TEST(SplitPath, FindsTheParts) {
@@ -177,6 +247,26 @@ TEST(ReadFile, SaysWhyItCannot) {
         std::string reason;
         EXPECT_FALSE(readFile(path, bytes, reason)) << path;
         EXPECT_NE(reason, "") << path;
+    }
+}
+
+TEST(ReadFile, TellsWhatKeptItFromReading) {
+    const std::string folder = std::filesystem::temp_directory_path().string();
+    const struct {
+        std::string path;
+        FileRead outcome;
+    } rows[] = {
+        {"/none/such.lsp", FileRead::notOpened},
+        {"", FileRead::notOpened},
+        {folder, FileRead::failed},
+        {"/dev/null", FileRead::done},
+    };
+    for (const auto& row : rows) {
+        std::string bytes = "before";
+        std::string reason;
+        EXPECT_EQ(readWholeFile(row.path, bytes, reason), row.outcome) << row.path;
+        EXPECT_EQ(bytes, "") << row.path;
+        EXPECT_EQ(reason.empty(), row.outcome == FileRead::done) << row.path;
     }
 }
 

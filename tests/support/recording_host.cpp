@@ -1,11 +1,15 @@
 // See recording_host.h.
 #include "tests/support/recording_host.h"
 
+#include "core/interruption.h"
+#include "host/exports.h"
 #include "platform/text.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <stdexcept>
+#include <thread>
 
 namespace vlisp::test {
 namespace {
@@ -45,10 +49,13 @@ void RecordingHost::post(unsigned message, const void* record) {
     const HostRequest request = *static_cast<const HostRequest*>(record);
     log.push_back("Post " + std::to_string(request.kind));
     posted.push_back(request);
+    addresses.push_back(static_cast<const HostRequest*>(record));
+    lastWasEvalDone = request.kind == static_cast<int>(RequestKind::EvalDone);
     if (request.kind == static_cast<int>(RequestKind::Message))
         shown.emplace_back(request.messageText);
     taken = true;
     asks = 0;
+    posts.fetch_add(1, std::memory_order_release);
     if (request.kind == static_cast<int>(RequestKind::CommandInput) ||
         request.kind == static_cast<int>(RequestKind::UserInput)) {
         HostRequest answer;
@@ -58,6 +65,15 @@ void RecordingHost::post(unsigned message, const void* record) {
         }
         OnHostReply(answer);
     }
+}
+
+bool RecordingHost::reaches(const std::atomic<int>& counter, int count) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (counter.load(std::memory_order_acquire) < count) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::yield();
+    }
+    return true;
 }
 
 void RecordingHost::warn(const char16_t* text) { log.push_back("warn " + platform::toUtf8(text)); }
@@ -85,6 +101,22 @@ VmDbObject* RecordingHost::find(HostLong id) const {
     for (const auto& object : slots)
         if (object && object->id == id) return object.get();
     return nullptr;
+}
+
+void resetHandshake() {
+    Handshake& state = handshake();
+    state.waitingForReply = false;
+    state.directMode = false;
+    state.closing = false;
+    state.reply = HostReply();
+    state.evalDone = state.userInput = state.commandInput = HostRequest();
+    interruption::take();
+}
+
+bool startExtension() {
+    std::uint16_t first = 0;
+    std::uint16_t second = 0;
+    return VelmoraExtEntryPoint(&first, &second) == 1;
 }
 
 HostRequest reply(int mode, double x, double y, std::u16string_view text, int count, int entityId,
@@ -216,7 +248,8 @@ void VmDbBlock::close() { closed(); }
 void GetVersion(char16_t* out) { write(out, RecordingHost::current().version); }
 
 void AddCommand(const char16_t* name, const char16_t* lispText, const char16_t* description,
-                const char16_t* moduleName, ModuleHandle /*instance*/, unsigned number) {
+                const char16_t* moduleName, ModuleHandle instance, unsigned number) {
+    RecordingHost::current().owners.push_back(instance);
     logCall("AddCommand " + toUtf8(name) + "|" + toUtf8(lispText) + "|" + toUtf8(description) +
             "|" + toUtf8(moduleName) + "|" + std::to_string(number));
 }
@@ -234,8 +267,10 @@ void CreateExtensionToolbar(const char16_t* bitmapPath, const char16_t* toolbarN
 }
 
 void DisplayMsg(const char16_t* text) {
-    RecordingHost::current().shown.emplace_back(text);
-    logCall("DisplayMsg " + toUtf8(text));
+    RecordingHost& host = RecordingHost::current();
+    host.shown.emplace_back(text);
+    host.log.push_back("DisplayMsg " + toUtf8(text));
+    host.displays.fetch_add(1, std::memory_order_release);
 }
 
 void DisplayPromptMsg(const char16_t* text) { logCall("DisplayPromptMsg " + toUtf8(text)); }
@@ -257,6 +292,9 @@ void IsThreadMsgPosted(bool& taken) {
     RecordingHost& host = RecordingHost::current();
     taken = host.taken && host.asks >= host.asksBeforeTaken;
     ++host.asks;
+    if (!taken || !host.lastWasEvalDone) return;
+    host.lastWasEvalDone = false;
+    host.evalDones.fetch_add(1, std::memory_order_release);
 }
 
 void GetInputString(char16_t* out) { write(out, RecordingHost::current().inputString); }
@@ -303,10 +341,16 @@ void Refresh() { logCall("Refresh"); }
 
 // --- Drawing ---
 
-void GetNumObjects(int& out) { out = static_cast<int>(RecordingHost::current().slots.size()); }
+void GetNumObjects(int& out) {
+    const RecordingHost& host = RecordingHost::current();
+    if (!host.saysNothing) out = static_cast<int>(host.slots.size());
+}
 
 void GetObjectIndex(HostLong id, int& indexOut) {
-    const auto& slots = RecordingHost::current().slots;
+    const RecordingHost& host = RecordingHost::current();
+    if (host.saysNothing) return;
+    if (host.slotOfUnknown) indexOut = *host.slotOfUnknown;
+    const auto& slots = host.slots;
     for (std::size_t i = 0; i < slots.size(); ++i)
         if (slots[i] && slots[i]->id == id) indexOut = static_cast<int>(i);
 }
@@ -324,7 +368,10 @@ void vmdbOpenObjectByIndex(VmDbObject*& out, int index, int mode) {
     if (out != nullptr) opened(mode);
 }
 
-void GetNumBlocks(int& out) { out = static_cast<int>(RecordingHost::current().blocks.size()); }
+void GetNumBlocks(int& out) {
+    const RecordingHost& host = RecordingHost::current();
+    if (!host.saysNothing) out = static_cast<int>(host.blocks.size());
+}
 
 void vmdbOpenBlockByIndex(int index, VmDbBlock*& out, int mode) {
     const auto& blocks = RecordingHost::current().blocks;
@@ -385,6 +432,7 @@ void addSelectionSet(int& idOut) {
     idOut = static_cast<int>(sets.size());
 }
 void getSelectionSetLength(int& out, int set) {
+    if (RecordingHost::current().saysNothing) return;
     if (const auto* members = setOf(set)) out = static_cast<int>(members->size());
 }
 void addObjToSelectionSet(HostLong id, int set) {

@@ -7,10 +7,12 @@
 #include "host/handshake.h"
 #include "platform/system.h"
 
+#include <atomic>
 #include <deque>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -33,6 +35,8 @@ class RecordingHost final : public platform::MessageWindow {
     void warn(const char16_t* text) override;
     bool chooseFile(const platform::FileDialog& dialog, char16_t* path,
                     std::size_t capacity) override;
+
+    [[nodiscard]] bool usesTerminal() const override { return livesInTerminal; }
 
     /// The texts that reached the command line: kind-3 messages and DisplayMsg, in order.
     std::vector<std::u16string> shown;
@@ -58,6 +62,11 @@ class RecordingHost final : public platform::MessageWindow {
     mmPoint inputPoint;
     std::u16string chosenFile;  ///< empty: the dialog is cancelled
     bool hasChosen = false;
+    bool livesInTerminal = false;
+    /// Numbers, slots and lengths that are asked for stay as they are.
+    bool saysNothing = false;
+    /// What GetObjectIndex writes for an id that it cannot place; nothing without one.
+    std::optional<int> slotOfUnknown;
     std::map<std::u16string, std::u16string> variables;  ///< name to value as text
 
     // The drawing. A null slot is empty.
@@ -92,9 +101,33 @@ class RecordingHost final : public platform::MessageWindow {
     /// Whether a recording host lives.
     static bool lives() noexcept;
 
+    /// Where every posted record stood.
+    std::vector<const HostRequest*> addresses;
+    /// The instances that came with AddCommand.
+    std::vector<ModuleHandle> owners;
+
+    // What a test may ask while a thread of the module runs; all else only behind that.
+    /// How many records were posted.
+    std::atomic<int> posts{0};
+    /// How often DisplayMsg was called.
+    std::atomic<int> displays{0};
+    /// How many ends of evaluations were posted and seen as taken; the thread that evaluated does not
+    /// come back to this host.
+    std::atomic<int> evalDones{0};
+    /// Waits until a counter has reached `count`; false after a minute without that.
+    [[nodiscard]] static bool reaches(const std::atomic<int>& counter, int count);
+
     bool taken = false;
     int asks = 0;
+    bool lastWasEvalDone = false;
 };
+
+/// Makes the handshake what it is before anything has happened, but for its window, and forgets an
+/// interruption that nobody took.
+void resetHandshake();
+
+/// Starts the module as a host does; whether it accepted.
+bool startExtension();
 
 /// A reply record.
 HostRequest reply(int mode, double x = 0, double y = 0, std::u16string_view text = {},

@@ -1,0 +1,40 @@
+// vlisp script: lines as they would be typed at the command line. See commands.h.
+#include "apps/vlisp/commands.h"
+#include "apps/vlisp/script_answers.h"
+#include "apps/vlisp/signals.h"
+#include "apps/vlisp/typed_line.h"
+#include "platform/text.h"
+
+#include <algorithm>
+
+namespace vlisp::app {
+
+int runScript(const std::string& path) {
+    LineSource lines = path == "-" ? LineSource() : LineSource(path);
+    if (!lines.isOpen()) {
+        writeError("vlisp: cannot read '" + path + "'");
+        return exitUnreadable;
+    }
+    cancelOnSignals();
+    const auto show = [](std::u16string_view text) { writeLine(text); };
+    ScriptAnswers answers(lines, show);
+    Lisp lisp(show, answers);
+    int code = exitOk;
+    std::string open;  // lines of an expression whose parentheses are not closed yet
+    std::string line;
+    while (!lisp.host().quits() && lines.next(line) == LineSource::Outcome::line) {
+        open += open.empty() ? line : " " + line;
+        const std::u16string text = platform::fromUtf8(open);
+        if (isLisp(lisp.host(), text) && openParentheses(text) > 0) continue;
+        open.clear();
+        std::u16string error = typeLine(lisp, text);
+        if (error.empty()) continue;
+        code = std::max(code, exitCodeOfError(error));
+        while (error.ends_with(u'\n')) error.pop_back();
+        writeError(platform::toUtf8(error));
+    }
+    if (!lisp.allAnswered()) code = std::max<int>(code, exitError);
+    return exitCodeOfSignals(exitCodeOfOutput(code));
+}
+
+}  // namespace vlisp::app

@@ -1,0 +1,496 @@
+// Message queue, evaluation thread, requests and the command line. See reference_host.h.
+#include "refhost/console/reference_host.h"
+
+#include "core/interruption.h"
+#include "core/reader.h"
+#include "host/exports.h"
+#include "platform/text.h"
+
+#include <algorithm>
+#include <cassert>
+#include <chrono>
+#include <ctime>
+#include <thread>
+
+namespace vlisp::refhost {
+namespace {
+
+ReferenceHost* theHost = nullptr;
+
+// Our own message: the evaluation thread has done its work.
+constexpr unsigned workDoneMessage = hostRequestMessage + 1;
+
+enum InputMode : std::int32_t { typedText = 0, pickedPoint = 1, selection = 3, pickedObject = 4 };
+constexpr std::int32_t selectionReference = 5;
+constexpr std::int32_t nothingObtained = -1;
+
+// The module's commands that it exports under their names, as a loader would find them.
+struct ExportedCommand {
+    std::u16string_view name;
+    int (*run)(int*);
+    bool evaluates;
+};
+
+constexpr ExportedCommand exportedCommands[] = {
+    {u"AppLoad", AppLoad, true},
+    {u"MnuLoad", [](int*) { return MnuLoad(); }, true},
+    {u"LispEdit", LispEdit, false},
+    {u"LispPoly", LispPoly, false},
+    {u"TestLine", [](int*) { return TestLine(); }, false},
+};
+
+const ExportedCommand* findExported(std::u16string_view name) {
+    for (const ExportedCommand& command : exportedCommands)
+        if (sameName(command.name, name)) return &command;
+    return nullptr;
+}
+
+std::u16string upper(std::u16string_view text) {
+    std::u16string result(text);
+    std::ranges::transform(result, result.begin(), upperCase);
+    return result;
+}
+
+// A name without the marks that programs put in front of it: _ for its English name, . for the
+// host's own command, - for the one without a dialog.
+std::u16string_view plainName(std::u16string_view name) {
+    name.remove_prefix(std::min(name.find_first_not_of(u"_.-'"), name.size()));
+    return name;
+}
+
+std::u16string_view takeWord(std::u16string_view& rest) {
+    const std::size_t begin = std::min(rest.find_first_not_of(u" \t"), rest.size());
+    rest.remove_prefix(begin);
+    const std::size_t end = std::min(rest.find_first_of(u" \t"), rest.size());
+    const std::u16string_view word = rest.substr(0, end);
+    rest.remove_prefix(end);
+    return word;
+}
+
+}  // namespace
+
+ReferenceHost::ReferenceHost(Sink shown, Answers& answers)
+    : shown_(std::move(shown)), answers_(&answers),
+      commandLine_(drawing, [this](std::u16string_view text) { show(text); }) {
+    assert(theHost == nullptr && "one host at a time");
+    theHost = this;
+    provideVariables();
+    worker_ = std::make_unique<platform::Worker>(platform::evaluationStack,
+                                                 [this] { evaluationThread(); });
+}
+
+ReferenceHost::~ReferenceHost() {
+    {
+        const std::lock_guard lock(workGuard_);
+        stopping_ = true;
+    }
+    workGiven_.notify_one();
+    worker_.reset();
+    theHost = nullptr;
+}
+
+ReferenceHost& ReferenceHost::current() noexcept {
+    assert(theHost != nullptr && "no host lives");
+    return *theHost;
+}
+
+// --- Variables that the host computes ---
+
+void ReferenceHost::provideVariables() {
+    using std::chrono::system_clock;
+    const auto localTime = [] {
+        const std::time_t now = system_clock::to_time_t(system_clock::now());
+        std::tm parts{};
+        ::localtime_r(&now, &parts);
+        return parts;
+    };
+    Variables& variables = drawing.variables;
+    // Julian day and fraction, local time: the day count of 1970-01-01 is 2440588 (it begins at
+    // midnight here, as drawings have it).
+    variables.provide(u"DATE", [localTime]() -> VariableValue {
+        std::tm parts = localTime();
+        const double seconds = static_cast<double>(::timegm(&parts));
+        return 2440588 + seconds / 86400;
+    });
+    // The same as digits: YYYYMMDD.HHMMSS.
+    variables.provide(u"CDATE", [localTime]() -> VariableValue {
+        const std::tm parts = localTime();
+        return (parts.tm_year + 1900) * 1e4 + (parts.tm_mon + 1) * 1e2 + parts.tm_mday +
+               parts.tm_hour / 1e2 + parts.tm_min / 1e4 + parts.tm_sec / 1e6;
+    });
+    variables.provide(u"MILLISECS", []() -> VariableValue {
+        return static_cast<int>(platform::tickCount() & 0x7fffffffU);
+    });
+    variables.provide(u"CMDNAMES", [this]() -> VariableValue {
+        return commandLine_.isActive() ? platform::fromUtf8(commandLine_.command()->name)
+                                       : std::u16string();
+    });
+    variables.provide(u"CMDACTIVE",
+                      [this]() -> VariableValue { return commandLine_.isActive() ? 1 : 0; });
+}
+
+// --- Threads and messages ---
+
+void ReferenceHost::evaluationThread() {
+    for (;;) {
+        std::function<void()> work;
+        {
+            std::unique_lock lock(workGuard_);
+            workGiven_.wait(lock, [this] { return stopping_ || work_; });
+            if (!work_) return;
+            work.swap(work_);
+        }
+        work();
+        post(workDoneMessage, nullptr);
+    }
+}
+
+void ReferenceHost::evaluate(std::function<void()> work) {
+    assert(workDone_ && "one evaluation at a time");
+    drawing.beginGroup();
+    ++ownEvaluations_;
+    unansweredNow_ = 0;
+    workDone_ = false;
+    {
+        const std::lock_guard lock(workGuard_);
+        work_ = std::move(work);
+    }
+    workGiven_.notify_one();
+    serveUntil([this] { return workDone_; });
+    --ownEvaluations_;
+    interruption::take();  // a Ctrl-C that came too late is not for the next text
+    drawing.endGroup();
+}
+
+void ReferenceHost::serveUntil(const std::function<bool()>& done) {
+    while (!done()) {
+        const Posted posted = nextMessage();
+        if (posted.message == workDoneMessage) workDone_ = true;
+        if (posted.message == hostRequestMessage)
+            serve(*static_cast<const HostRequest*>(posted.record));
+    }
+}
+
+void ReferenceHost::post(unsigned message, const void* record) {
+    {
+        const std::lock_guard lock(queueGuard_);
+        queue_.push_back({message, record});
+        queued_.store(queue_.size(), std::memory_order_release);
+    }
+    queueFilled_.notify_one();
+}
+
+ReferenceHost::Posted ReferenceHost::nextMessage() {
+    // A program that prints line upon line posts again at once: look a little before sleeping.
+    constexpr int looks = 200;
+    for (int i = 0; i < looks && queued_.load(std::memory_order_acquire) == 0; ++i)
+        std::this_thread::yield();
+    std::unique_lock lock(queueGuard_);
+    queueFilled_.wait(lock, [this] { return !queue_.empty(); });
+    const Posted posted = queue_.front();
+    queue_.pop_front();
+    queued_.store(queue_.size(), std::memory_order_release);
+    return posted;
+}
+
+// A line is shown before the message counts as taken, so that lines stay in order even where the
+// evaluation thread shows the next one itself. What is answered is copied first: the record is the
+// sender's again once it has been taken.
+void ReferenceHost::serve(const HostRequest& request) {
+    if (onRequest) onRequest(request);
+    switch (static_cast<RequestKind>(request.kind)) {
+    case RequestKind::Message:
+        show(request.messageText);
+        taken_.store(true, std::memory_order_release);
+        return;
+    case RequestKind::EvalDone:
+        // The evaluations of evaluate() tell their results to whoever asked for them.
+        if (ownEvaluations_ == 0) {
+            ++ended_;
+            if (request.messageText[0] != 0) show(request.messageText);
+        }
+        taken_.store(true, std::memory_order_release);
+        return;
+    case RequestKind::CommandInput:
+    case RequestKind::UserInput: break;
+    }
+    const HostRequest copy = request;
+    taken_.store(true, std::memory_order_release);
+    HostRequest reply;
+    if (copy.kind == static_cast<std::int32_t>(RequestKind::CommandInput)) {
+        takeCommandInput(copy);
+        reply.mode = copy.mode;
+        answers_->takeReply(copy, reply);
+    } else if (!answers_->takeReply(copy, reply)) {
+        reply = replyTo(copy);
+        reply.context = context_;
+    }
+    if (copy.kind == static_cast<std::int32_t>(RequestKind::CommandInput) && reply.context == 0)
+        reply.context = context_;
+    context_ = reply.context;
+    VelmoraExtUIEntry(&reply);
+}
+
+// --- Requests of input ---
+
+// Asks for a line; false when there is none, and then the request is cancelled.
+ReferenceHost::Asked ReferenceHost::ask(const HostRequest& request, const std::u16string& prompt,
+                                        bool continued, std::u16string& line) {
+    switch (answers_->read(prompt, continued, line)) {
+    case Answers::Outcome::line: return Asked::line;
+    case Answers::Outcome::interrupted:
+        interruption::request(interruption::Reason::cancelled);
+        return Asked::cancelled;
+    case Answers::Outcome::end: break;
+    }
+    if (continued) return Asked::end;
+    // A program is told once that nobody answers; one that asks again is ended.
+    if (unansweredNow_++ > 0) interruption::request(interruption::Reason::cancelled);
+    if (!unanswered_) unanswered_ = request.messageText;
+    return Asked::end;
+}
+
+// The reply by which every input function gives nil. A distance, which takes any answer, is 0.0.
+HostRequest ReferenceHost::cancelledReply(const HostRequest& request) {
+    HostRequest reply;
+    reply.mode = request.mode == pickedPoint ? typedText : nothingObtained;
+    return reply;
+}
+
+HostRequest ReferenceHost::replyTo(const HostRequest& request) {
+    if (request.mode == selection) return selectionReply(request);
+    std::u16string line;
+    if (ask(request, request.messageText, false, line) != Asked::line)
+        return cancelledReply(request);
+    if (request.mode == pickedObject) return objectReply(line);
+    HostRequest reply;
+    reply.mode = typedText;
+    setField(reply.inputText, line);
+    if (request.mode != pickedPoint) return reply;
+    const mmPoint base =
+        request.hasBasePoint ? mmPoint(request.x, request.y, 0) : lastPoint(drawing);
+    reply.x = base.x;
+    reply.y = base.y;
+    if (const auto point = pointNamedBy(line, base)) {
+        setLastPoint(drawing, *point);
+        reply.mode = pickedPoint;
+        reply.x = point->x;
+        reply.y = point->y;
+    }
+    return reply;
+}
+
+HostRequest ReferenceHost::selectionReply(const HostRequest& request) {
+    Selection chosen(drawing, request.messageText);
+    const auto tell = [this](std::u16string_view text) { show(text); };
+    std::u16string line;
+    for (bool continued = false;; continued = true) {
+        const Asked asked = ask(request, chosen.prompt(), continued, line);
+        // Where the answers end, what they have chosen is the selection.
+        if (asked == Asked::end && !chosen.empty()) break;
+        if (asked != Asked::line) {
+            if (asked == Asked::end && continued && !unanswered_) unanswered_ = request.messageText;
+            return cancelledReply(request);
+        }
+        if (chosen.feed({line}, tell)) break;
+    }
+    HostRequest reply;
+    reply.mode = selection;
+    reply.count = static_cast<std::int32_t>(chosen.take().size());
+    return reply;
+}
+
+HostRequest ReferenceHost::objectReply(const std::u16string& line) {
+    HostRequest reply;
+    reply.mode = pickedObject;
+    HostLong id = -1;
+    if (const auto point = pointNamedBy(line, lastPoint(drawing))) {
+        setLastPoint(drawing, *point);
+        reply.x = point->x;
+        reply.y = point->y;
+        id = drawing.nearest({point->x, point->y}, pickReach(drawing));
+    } else if (const auto number = numberNamedBy(line)) {
+        id = integerAtFront(line);
+        if (const VmDbObject* object = drawing.findLive(id)) {
+            const Point2 at = pointOn(*object);
+            reply.x = at.x;
+            reply.y = at.y;
+        } else {
+            id = -1;
+        }
+    }
+    if (id >= 0) {
+        reply.count = 1;
+        reply.entityId = id;
+    }
+    return reply;
+}
+
+// A piece that COMMAND sends. A backslash leaves the answer to the user.
+void ReferenceHost::takeCommandInput(const HostRequest& request) {
+    Line line{request.inputText, request.mode == selectionReference};
+    const bool waits = commandLine_.isActive() || moduleCommand_;
+    if (!waits) {
+        if (!line.text.empty()) startCommand(line.text, true);
+        return;
+    }
+    if (line.text == u"\\") {
+        HostRequest asked;
+        setField(asked.messageText, prompt());
+        if (ask(asked, asked.messageText, false, line.text) != Asked::line) line.text.clear();
+    }
+    feed(line);
+}
+
+// --- The command line ---
+
+std::u16string ReferenceHost::prompt() const {
+    return commandLine_.isActive() ? commandLine_.prompt() : modulePrompt_;
+}
+
+bool ReferenceHost::wantsPlainText() const {
+    if (commandLine_.isActive()) return commandLine_.wanted() == InputKind::text;
+    return moduleCommand_.has_value();
+}
+
+void ReferenceHost::feed(const Line& line) {
+    if (commandLine_.isActive()) commandLine_.feed(line);
+    else if (moduleCommand_) stepModuleCommand(line.text);
+}
+
+void ReferenceHost::enter(const std::u16string& line) {
+    unansweredNow_ = 0;
+    if (commandLine_.isActive() || moduleCommand_) return feed({line});
+    std::u16string_view rest = line;
+    std::u16string_view name = takeWord(rest);
+    if (name.empty()) name = lastCommand_;
+    if (name.empty() || !startCommand(name, false)) return;
+    // What follows on the line answers the command's questions, a word each; a text takes the rest.
+    while (commandLine_.isActive() && rest.find_first_not_of(u" \t") != std::u16string_view::npos) {
+        if (commandLine_.wanted() == InputKind::text) {
+            rest.remove_prefix(rest.find_first_not_of(u" \t"));
+            feed({std::u16string(rest)});
+            return;
+        }
+        feed({std::u16string(takeWord(rest))});
+    }
+}
+
+bool ReferenceHost::startCommand(std::u16string_view typed, bool fromLisp) {
+    const std::u16string_view name = plainName(typed).empty() ? typed : plainName(typed);
+    // A name is kept before the view of it can go.
+    const std::u16string kept = upper(name);
+    if (const CommandRow* row = findCommand(kept)) {
+        commandLine_.start(*row);
+    } else if (const auto registered = commands_.find(kept); registered != commands_.end()) {
+        startRegistered(registered->second, fromLisp);
+    } else {
+        show(u"Unknown command " + kept + u". HELP lists all.");
+        return false;
+    }
+    if (!fromLisp) lastCommand_ = kept;
+    return true;
+}
+
+void ReferenceHost::startRegistered(const RegisteredCommand& command, bool fromLisp) {
+    const ExportedCommand* exported = findExported(command.name);
+    const bool evaluates = exported == nullptr ? !command.lispText.empty() : exported->evaluates;
+    if (fromLisp && evaluates) return show(command.name + u" cannot run while LISP is evaluated.");
+    if (command.lispText.empty() && exported == nullptr)
+        return show(command.name + u" is a command that this host does not have.");
+    if (exported != nullptr) {
+        drawing.beginGroup();
+        pointExpected_ = false;
+        callModuleCommand({exported->run, 1});
+        return;
+    }
+    drawing.beginGroup();
+    inputString = command.lispText;
+    int step = 1;
+    VelmoraExtDynamicCmdEntry(&step);
+    waitForEvaluations();
+    drawing.endGroup();
+}
+
+void ReferenceHost::stepModuleCommand(const std::u16string& line) {
+    inputString = line;
+    inputIsPoint = false;
+    if (pointExpected_) {
+        if (const auto point = pointNamedBy(line, lastPoint(drawing))) {
+            setLastPoint(drawing, *point);
+            // Coordinates go as they were typed; what is relative, as the point that it means.
+            inputIsPoint = line.find_first_of(u"@<") != std::u16string::npos;
+            inputPoint = *point;
+        }
+    }
+    const ModuleCommand command = *moduleCommand_;
+    moduleCommand_.reset();
+    callModuleCommand(command);
+}
+
+// Calls a command of the module; it has ended when it leaves its step as it was.
+void ReferenceHost::callModuleCommand(ModuleCommand command) {
+    const int before = command.step;
+    command.run(&command.step);
+    waitForEvaluations();
+    if (command.step != before) {
+        moduleCommand_ = command;
+        return;
+    }
+    modulePrompt_.clear();
+    drawing.endGroup();
+}
+
+void ReferenceHost::waitForEvaluations() {
+    if (announced_ == ended_) return;
+    unansweredNow_ = 0;
+    serveUntil([this] { return announced_ == ended_; });
+    interruption::take();
+}
+
+bool ReferenceHost::cancelCommand() {
+    if (commandLine_.isActive()) {
+        commandLine_.cancel();
+        return true;
+    }
+    if (!moduleCommand_) return false;
+    moduleCommand_.reset();
+    modulePrompt_.clear();
+    drawing.endGroup();
+    return true;
+}
+
+bool ReferenceHost::startExtension() {
+    std::uint16_t first = 0;
+    std::uint16_t second = 0;
+    const bool accepted = VelmoraExtEntryPoint(&first, &second) == 1;
+    announced_ = ended_ = 0;  // start-up fetches the window too
+    return accepted;
+}
+
+// --- What the functions of the bridge do ---
+
+void ReferenceHost::show(std::u16string_view text) {
+    const std::lock_guard lock(showing_);
+    shown_(text);
+}
+
+void ReferenceHost::warn(const char16_t* text) { show(text); }
+
+bool ReferenceHost::chooseFile(const platform::FileDialog& /*dialog*/, char16_t* path,
+                               std::size_t capacity) {
+    std::u16string line;
+    if (answers_->read(u"Path of the file, or nothing to cancel: ", false, line) !=
+            Answers::Outcome::line ||
+        line.empty())
+        return false;
+    copyField(path, capacity, line);
+    return true;
+}
+
+void ReferenceHost::addCommand(RegisteredCommand command) {
+    const std::lock_guard lock(showing_);
+    commands_.insert_or_assign(upper(command.name), std::move(command));
+}
+
+}  // namespace vlisp::refhost

@@ -1,0 +1,203 @@
+// The drawing of the reference host: slots of objects, layers, blocks, selection sets, undo.
+// One idea: every change passes through here, so that undo, the spatial index and the tables cannot
+// miss one. Objects stay at their slots for ever; erasing sets a flag.
+// Tests: tests/refhost/drawing_test.cpp.
+//
+// Not for two threads at once: while LISP evaluates, its thread alone touches the drawing, but for
+// the moments in which it waits for the user-interface thread.
+#pragma once
+
+#include "host/bridge.h"
+#include "refhost/model/geometry.h"
+#include "refhost/model/spatial_index.h"
+#include "refhost/model/variables.h"
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <variant>
+#include <vector>
+
+namespace vlisp::refhost {
+
+struct Layer {
+    std::u16string name;
+    std::int32_t colour = 7;  ///< colour index, 1 to 255
+    bool on = true;
+    bool locked = false;
+    std::u16string lineType = u"CONTINUOUS";
+};
+
+/// A block definition; its contents never change, a redefinition replaces it.
+struct BlockDefinition {
+    VmDbBlock record;
+    std::vector<std::unique_ptr<VmDbObject>> contents;
+    std::vector<const VmDbObject*> view;  ///< the contents, as geometry.h reads them
+};
+
+/// A value attached to an object under a name.
+struct ExtendedDatum {
+    std::u16string name;
+    std::variant<std::int32_t, double, std::u16string> value;
+};
+
+class Drawing {
+  public:
+    Drawing();
+    Drawing(const Drawing&) = delete;
+    Drawing& operator=(const Drawing&) = delete;
+    ~Drawing();
+
+    /// The drawing that the functions of the bridge work on.
+    static Drawing& current() noexcept;
+
+    // --- Objects ---
+
+    [[nodiscard]] int slotCount() const noexcept { return static_cast<int>(slots_.size()); }
+    /// The slot of an object; -1 when there is none.
+    [[nodiscard]] int slotOf(HostLong id) const noexcept;
+    /// The object in a slot or with an id, erased ones included; null when there is none. For
+    /// looking only.
+    [[nodiscard]] const VmDbObject* at(int slot) const noexcept;
+    [[nodiscard]] const VmDbObject* find(HostLong id) const noexcept;
+    /// The same when the object is not erased.
+    [[nodiscard]] const VmDbObject* findLive(HostLong id) const noexcept;
+
+    /// Opens an object; `change` keeps its former state for undo. Null when there is none. Every
+    /// one is closed by its close().
+    VmDbObject* open(HostLong id, bool change);
+    VmDbObject* openSlot(int slot, bool change);
+    void closed(VmDbObject& object);
+    /// Objects and blocks that are open now.
+    [[nodiscard]] int openCount() const noexcept { return openCount_; }
+
+    /// Takes an object over as the last one, gives it an id and, when it has none, the current
+    /// layer. Colour and lineweight stay as they are.
+    HostLong add(std::unique_ptr<VmDbObject> object);
+    /// Marks an object erased, or not.
+    void setErased(HostLong id, bool erased);
+
+    void attach(HostLong id, ExtendedDatum datum);
+    [[nodiscard]] const std::vector<ExtendedDatum>& extendedData(HostLong id) const noexcept;
+
+    // --- Where objects are ---
+
+    [[nodiscard]] Box extentOf(const VmDbObject& object) const;
+    /// Around everything that is not erased; empty for an empty drawing.
+    [[nodiscard]] Box extents() const;
+    /// Objects whose extents meet the rectangle, not erased and on layers that are on, by slot.
+    std::vector<HostLong> near(const Box& box);
+    /// The object nearest to a point within `reach`; of two equally near the later one. None: -1.
+    HostLong nearest(Point2 point, double reach);
+    [[nodiscard]] BlockLookup blockLookup() const;
+
+    // --- Layers. The first is "0" and stays ---
+
+    [[nodiscard]] const std::vector<Layer>& layers() const noexcept { return layers_; }
+    /// Names are compared without regard to case.
+    /// The name of the layer that is drawn on, as the layer has it.
+    [[nodiscard]] std::u16string currentLayer() const;
+    [[nodiscard]] const Layer* findLayer(std::u16string_view name) const noexcept;
+    /// The layer of this name, made when there is none; to be changed.
+    Layer& changeLayer(std::u16string_view name);
+    [[nodiscard]] bool isVisible(const VmDbObject& object) const noexcept;
+    [[nodiscard]] bool isLocked(const VmDbObject& object) const noexcept;
+
+    // --- Blocks ---
+
+    [[nodiscard]] const std::vector<std::shared_ptr<BlockDefinition>>& blocks() const noexcept {
+        return blocks_;
+    }
+    [[nodiscard]] const BlockDefinition* findBlock(std::u16string_view name) const noexcept;
+    /// Defines a block, or redefines it; takes the objects over.
+    void defineBlock(std::u16string_view name, Point2 base,
+                     std::vector<std::unique_ptr<VmDbObject>> contents);
+    VmDbBlock* openBlock(int index);
+    void closedBlock() noexcept { --openCount_; }
+
+    // --- Selection sets, numbered from 1 ---
+
+    int addSet();
+    [[nodiscard]] const std::vector<HostLong>* members(int set) const noexcept;
+    void addToSet(HostLong id, int set);
+    void removeFromSet(HostLong id, int set);
+    void addAllToSet(int set);
+    /// What the user selected last.
+    std::vector<HostLong> selected;
+
+    // --- Undo: what happens between the outermost begin and end is one step ---
+
+    void beginGroup();
+    void endGroup();
+    /// Takes the last step back, or the changes of the group that is open. False when there is none.
+    bool undo();
+    bool redo();
+
+    Variables variables;
+
+    /// Grows with every change of an object or a table.
+    [[nodiscard]] std::uint64_t revision() const noexcept { return revision_; }
+
+  private:
+    struct State {
+        std::unique_ptr<VmDbObject> object;
+        std::unique_ptr<std::vector<ExtendedDatum>> extended;
+    };
+    struct Change {
+        HostLong id;
+        State before;  // no object: it was made in this step
+    };
+    struct Tables {
+        std::vector<Layer> layers;
+        std::vector<std::shared_ptr<BlockDefinition>> blocks;
+    };
+    struct Step {
+        std::vector<Change> changes;
+        std::unordered_set<HostLong> touched;
+        std::optional<Tables> tablesBefore;
+        [[nodiscard]] bool empty() const noexcept { return changes.empty() && !tablesBefore; }
+    };
+    struct SelectionSet {
+        std::vector<HostLong> members;
+        std::unordered_set<HostLong> lookup;  // filled when the set has grown
+    };
+
+    void remember(HostLong id, const State& state);
+    void rememberTables();
+    void changed(HostLong id);
+    void closeStep();
+    void swapStates(Step& step);
+    void refreshIndex();
+    SelectionSet* setOf(int number) noexcept;
+    std::vector<Layer>::iterator layerNamed(std::u16string_view name) noexcept;
+
+    std::vector<State> slots_;
+    std::unordered_map<HostLong, int> slotOfId_;
+    HostLong nextId_ = 1;
+    std::vector<HostLong> openForChange_;
+    int openCount_ = 0;
+
+    std::vector<Layer> layers_;
+    std::vector<std::shared_ptr<BlockDefinition>> blocks_;
+    std::deque<SelectionSet> sets_;
+
+    Step step_;
+    int groupDepth_ = 0;
+    std::vector<Step> undoable_;
+    std::vector<Step> redoable_;
+    std::uint64_t revision_ = 0;
+
+    SpatialIndex index_;
+    bool indexed_ = false;
+    std::vector<HostLong> unindexed_;  // changed since the index was brought up to date
+};
+
+/// Whether two names are the same without regard to case.
+[[nodiscard]] bool sameName(std::u16string_view a, std::u16string_view b) noexcept;
+
+}  // namespace vlisp::refhost
