@@ -28,10 +28,11 @@ struct TextEqual {
 
 using SymbolTable = std::unordered_set<SymbolData*, TextHash, TextEqual>;
 
-// Never destroyed: constant cells of other source files let go of their symbols at exit.
+// Made by the first constant that interns a name, and so gone after the last one that lets go of its
+// own at exit.
 SymbolTable& table() {
-    static auto* symbols = new SymbolTable();
-    return *symbols;
+    static SymbolTable symbols;
+    return symbols;
 }
 
 constexpr std::size_t bytesFor(std::size_t length) noexcept {

@@ -1,6 +1,6 @@
 // Fuzzes the reading of menu files: the input is the file, and, named in itself, a LISP file too.
-// One idea: whatever a menu holds, within a second it has been read; the module is out of direct mode,
-// and every toolbar has the buttons that were registered, in their order.
+// One idea: whatever a menu holds, within a second it has been read; the module is out of direct
+// mode, and every toolbar has the buttons that were registered, in their order.
 #include "core/heap.h"
 #include "core/interruption.h"
 #include "host/menus.h"
@@ -42,7 +42,7 @@ class Patience {
     static void set(const itimerval& interval) { setitimer(ITIMER_VIRTUAL, &interval, nullptr); }
 };
 
-// Counts the buttons of a "Toolbar NAME|BITMAP|COMMAND:IMAGE ..." entry; their pictures count from 0.
+// Counts the buttons of a "Toolbar NAME|BITMAP|COMMAND:IMAGE ..." entry; pictures count from 0.
 std::size_t buttonsOf(const std::string& toolbar) {
     std::size_t buttons = 0;
     std::size_t at = toolbar.rfind('|') + 1;

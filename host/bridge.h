@@ -9,7 +9,7 @@
 // Ids are signed 32-bit numbers, never reused; -1 stands for none.
 #pragma once
 
-#include "platform/system.h"
+#include "platform/window.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -271,9 +271,9 @@ class VmDbBlock {
 /// Writes the host's version, such as "2.0"; at most 299 units.
 void GetVersion(char16_t* out);
 
-/// Registers a host command, or replaces it. `name` is what the user types; `lispText` is what the
-/// host hands back when the command runs, empty for a command that the module exports under its
-/// name; `description` is for people; `moduleName` and `instance` name the owner; `number` is
+/// Registers a host command. `name` is what the user types; `lispText` is what the host hands back
+/// when the command runs, empty for a command that the module exports under its name or that the host
+/// has already, as a menu's button: what was registered before is then kept, otherwise replaced; `description` is for people; `moduleName` and `instance` name the owner; `number` is
 /// attached to the command, 0 for none. Thread: any that evaluates.
 void AddCommand(const char16_t* name, const char16_t* lispText, const char16_t* description,
                 const char16_t* moduleName, ModuleHandle instance, unsigned number);

@@ -8,6 +8,7 @@
 #include "host/bridge.h"
 #include "host/handshake.h"
 #include "host/typed_text.h"
+#include "platform/system.h"
 
 #include <algorithm>
 

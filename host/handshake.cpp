@@ -4,6 +4,7 @@
 #include "core/error_buffer.h"
 #include "core/interruption.h"
 #include "host/bridge.h"
+#include "platform/system.h"
 
 #include <algorithm>
 

@@ -8,7 +8,7 @@
 // user can end the wait as any evaluation, interruption.h.)
 #pragma once
 
-#include "platform/system.h"
+#include "platform/window.h"
 
 #include <atomic>
 #include <cstddef>
@@ -86,8 +86,9 @@ struct HostReply {
 
 /// The module-wide state of the handshake.
 struct Handshake {
-    /// The host's main frame window; fetched before each worker thread starts.
-    platform::WindowHandle mainWindow = nullptr;
+    /// The host's main frame window; fetched before each worker thread starts, while an earlier one
+    /// may still post.
+    std::atomic<platform::WindowHandle> mainWindow{nullptr};
     /// True from a request that wants an answer until OnHostReply.
     std::atomic<bool> waitingForReply{false};
     /// True while LISP is evaluated on the user-interface thread itself.

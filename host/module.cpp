@@ -108,7 +108,11 @@ Module::~Module() {
     interruption::take();
 }
 
-void Module::fetchMainWindow() { GetMainFrameWindow(handshake().mainWindow); }
+void Module::fetchMainWindow() {
+    platform::WindowHandle window = nullptr;
+    GetMainFrameWindow(window);
+    handshake().mainWindow = window;
+}
 
 void Module::startEvaluation(std::function<void()> evaluation) {
     std::erase_if(evaluations_, [](const Evaluation& earlier) { return earlier.ended.load(); });

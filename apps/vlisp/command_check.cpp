@@ -12,8 +12,7 @@ namespace {
 // What is bound before any source is loaded.
 Names namesAtStart() {
     // Nothing is evaluated here, so nothing asks.
-    LineSource none;
-    QueuedAnswers answers(&none, [](std::u16string_view) {});
+    QueuedAnswers answers(nullptr, [](std::u16string_view) {});
     const Lisp lisp([](std::u16string_view) {}, answers);
     Names names;
     for (const Environment::Binding& binding : GlobalEnvironment().bindings())

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
-#include <optional>
 
 namespace vlisp::app {
 namespace {
@@ -147,7 +146,8 @@ class JsonEvaluation final : public Evaluation {
 };
 
 void takeAll(Evaluation& evaluation, const std::vector<std::string>& texts, LineSource& input) {
-    for (const std::string& text : texts) evaluation.take(text);
+    for (const std::string& text : texts)
+        if (!signalled()) evaluation.take(text);
     if (!texts.empty()) return;
     for (std::string line; input.next(line) == LineSource::Outcome::line;) evaluation.take(line);
 }
@@ -155,32 +155,27 @@ void takeAll(Evaluation& evaluation, const std::vector<std::string>& texts, Line
 }  // namespace
 
 int evalTexts(const EvalOptions& options) {
-    LineSource standardInput;
-    std::optional<LineSource> file;
-    if (!options.input.empty()) {
-        file.emplace(options.input);
-        if (!file->isOpen()) {
-            writeError("vlisp: cannot read '" + options.input + "'");
-            return exitUnreadable;
-        }
-    }
+    const auto standardInput = openLines("-");
+    const bool fromFile = options.input != "-";
+    const auto file = fromFile ? openLines(options.input) : nullptr;
+    if (fromFile && file == nullptr) return exitUnreadable;
     cancelOnSignals();
-    LineSource& lines = file ? *file : standardInput;
+    LineSource& lines = fromFile ? *file : *standardInput;
     int code = exitOk;
     if (options.json) {
         // Lines of standard input that are evaluated answer nothing: answers are queued.
-        const bool hasLines = file || !options.texts.empty();
+        const bool hasLines = fromFile || !options.texts.empty();
         JsonEvaluation* evaluation = nullptr;
         QueuedAnswers answers(hasLines ? &lines : nullptr,
                               [&](std::u16string_view text) { evaluation->show(text); });
         JsonEvaluation all(answers);
         evaluation = &all;
-        takeAll(all, options.texts, standardInput);
+        takeAll(all, options.texts, *standardInput);
         code = all.finish();
     } else {
         ScriptAnswers answers(lines, [](std::u16string_view text) { writeLine(text); });
         PlainEvaluation all(answers);
-        takeAll(all, options.texts, standardInput);
+        takeAll(all, options.texts, *standardInput);
         code = all.finish();
     }
     return exitCodeOfSignals(exitCodeOfOutput(code));

@@ -38,21 +38,33 @@ std::string section(const Entry& entry) {
            "\n\n```lisp\n" + entry.example + "  ; => " + entry.result + "\n```\n\n";
 }
 
+std::string helpForCommand(const refhost::CommandRow& command) {
+    std::string text = std::string("Command ") + command.name;
+    if (*command.alias != 0) text += std::string(", or ") + command.alias;
+    text += std::string("\n  ") + command.help;
+    if (!command.steps.empty()) text += "\n  It may ask:";
+    for (const refhost::Step& step : command.steps) {
+        std::string prompt = platform::toUtf8(TrimBlanks(step.prompt));
+        // The place of what Enter stands for, known only while the command runs.
+        if (const std::size_t mark = prompt.find(" <%>"); mark != std::string::npos)
+            prompt.erase(mark, 4);
+        text += "\n    " + prompt;
+    }
+    return text;
+}
+
 }  // namespace
 
 std::string helpForName(const std::string& name) {
     const std::string wanted = upper(name);
+    std::string text;
     for (const Entry& entry : entries())
         if (entry.name == wanted)
-            return entry.synopsis + "\n  " + entry.help + "\n  Example: " + entry.example +
+            text = entry.synopsis + "\n  " + entry.help + "\n  Example: " + entry.example +
                    "  =>  " + entry.result;
-    const refhost::CommandRow* command = refhost::findCommand(platform::fromUtf8(name));
-    if (command == nullptr) return {};
-    std::string text = std::string("Command ") + command->name;
-    if (*command->alias != 0) text += std::string(", or ") + command->alias;
-    text += std::string("\n  ") + command->help;
-    for (const refhost::Step& step : command->steps)
-        text += "\n  " + platform::toUtf8(TrimBlanks(step.prompt));
+    // LIST is both.
+    if (const refhost::CommandRow* command = refhost::findCommand(platform::fromUtf8(name)))
+        text += (text.empty() ? "" : "\n\n") + helpForCommand(*command);
     return text;
 }
 

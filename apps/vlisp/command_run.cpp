@@ -60,14 +60,11 @@ int runForPrograms(const std::string& path, std::u16string_view source, LineSour
 int runFile(const RunOptions& options) {
     std::u16string source;
     if (!readSource(options.path, source)) return exitUnreadable;
-    LineSource lines = options.input.empty() ? LineSource() : LineSource(options.input);
-    if (!lines.isOpen()) {
-        writeError("vlisp: cannot read '" + options.input + "'");
-        return exitUnreadable;
-    }
+    const auto lines = openLines(options.input);
+    if (lines == nullptr) return exitUnreadable;
     cancelOnSignals();
-    const int code = options.json ? runForPrograms(options.path, source, lines)
-                                  : runForPeople(options.path, source, lines);
+    const int code = options.json ? runForPrograms(options.path, source, *lines)
+                                  : runForPeople(options.path, source, *lines);
     return exitCodeOfSignals(exitCodeOfOutput(code));
 }
 

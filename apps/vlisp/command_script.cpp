@@ -8,21 +8,31 @@
 #include <algorithm>
 
 namespace vlisp::app {
+namespace {
+
+// What still waits when the lines have ended is told, not dropped in silence.
+bool isComplete(Lisp& lisp, const std::string& open) {
+    if (!open.empty()) writeError("vlisp: a parenthesis is not closed: " + open);
+    const std::u16string prompt = lisp.host().prompt();
+    if (!prompt.empty())
+        writeError("vlisp: no answer was left for the prompt '" + platform::toUtf8(prompt) + "'");
+    lisp.host().cancelCommand();
+    return open.empty() && prompt.empty();
+}
+
+}  // namespace
 
 int runScript(const std::string& path) {
-    LineSource lines = path == "-" ? LineSource() : LineSource(path);
-    if (!lines.isOpen()) {
-        writeError("vlisp: cannot read '" + path + "'");
-        return exitUnreadable;
-    }
+    const auto lines = openLines(path);
+    if (lines == nullptr) return exitUnreadable;
     cancelOnSignals();
     const auto show = [](std::u16string_view text) { writeLine(text); };
-    ScriptAnswers answers(lines, show);
+    ScriptAnswers answers(*lines, show);
     Lisp lisp(show, answers);
     int code = exitOk;
     std::string open;  // lines of an expression whose parentheses are not closed yet
     std::string line;
-    while (!lisp.host().quits() && lines.next(line) == LineSource::Outcome::line) {
+    while (!lisp.host().quits() && lines->next(line) == LineSource::Outcome::line) {
         open += open.empty() ? line : " " + line;
         const std::u16string text = platform::fromUtf8(open);
         if (isLisp(lisp.host(), text) && openParentheses(text) > 0) continue;
@@ -33,7 +43,8 @@ int runScript(const std::string& path) {
         while (error.ends_with(u'\n')) error.pop_back();
         writeError(platform::toUtf8(error));
     }
-    if (!lisp.allAnswered()) code = std::max<int>(code, exitError);
+    if (!lisp.allAnswered() || (!signalled() && !isComplete(lisp, open)))
+        code = std::max<int>(code, exitError);
     return exitCodeOfSignals(exitCodeOfOutput(code));
 }
 

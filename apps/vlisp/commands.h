@@ -9,7 +9,7 @@ namespace vlisp::app {
 
 struct RunOptions {
     std::string path;
-    std::string input;  ///< file of answers; empty: standard input
+    std::string input = "-";  ///< file of answers; "-": standard input
     bool json = false;
 };
 
@@ -18,7 +18,7 @@ int runFile(const RunOptions& options);
 
 struct EvalOptions {
     std::vector<std::string> texts;
-    std::string input;  ///< file of answers; empty: standard input
+    std::string input = "-";  ///< file of answers; "-": standard input
     bool json = false;
 };
 

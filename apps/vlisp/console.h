@@ -14,7 +14,8 @@ namespace vlisp::app {
 /// Exit codes of the program.
 enum ExitCode : int {
     exitOk = 0,
-    exitError = 1,       ///< LISP reported an error, a prompt got no answer, the checker has found something
+    exitError =
+        1,  ///< LISP reported an error, a prompt got no answer, the checker has found something
     exitUsage = 2,       ///< the command line was wrong
     exitUnreadable = 3,  ///< an input is missing or invalid
     exitUnwritable = 4,  ///< output cannot be written

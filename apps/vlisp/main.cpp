@@ -26,7 +26,8 @@ struct Arguments {
     bool variablesMarkdown = false;
 };
 
-constexpr const char* inputHelp = "Answer prompts from FILE, a line each, instead of standard input";
+constexpr const char* inputHelp =
+    "Answer prompts from FILE, a line each, instead of standard input";
 
 void describeCommands(CLI::App& app, Arguments& arguments) {
     CLI::App* run = app.add_subcommand("run", "Load a LISP file");
@@ -57,8 +58,9 @@ void describeCommands(CLI::App& app, Arguments& arguments) {
     check->add_flag("--json", arguments.checkJson, "Print the warnings as JSON");
 
     CLI::App* help = app.add_subcommand("help", "Explain a command or a LISP name");
-    help->add_option("NAME", arguments.topic,
-                     "A command of vlisp, a LISP name such as CAR, or a drawing command such as LINE")
+    help->add_option(
+            "NAME", arguments.topic,
+            "A command of vlisp, a LISP name such as CAR, or a drawing command such as LINE")
         ->type_name("");
     help->add_flag("--markdown", arguments.markdown, "Print the reference of all LISP names");
     help->add_flag("--commands-markdown", arguments.commandsMarkdown,

@@ -117,8 +117,9 @@ int promptForTexts() {
     struct sigaction action {};
     action.sa_handler = onInterrupt;
     sigaction(SIGINT, &action, nullptr);  // without SA_RESTART: reading a line is interrupted
-    std::cout << "Velmora LISP. ( and ! begin LISP, everything else is a command; HELP lists them.\n"
-                 "Tab completes names, Ctrl-C cancels, Ctrl-D or QUIT ends.\n";
+    std::cout
+        << "Velmora LISP. ( and ! begin LISP, everything else is a command; HELP lists them.\n"
+           "Tab completes names, Ctrl-C cancels, Ctrl-D or QUIT ends.\n";
     CommandPrompt().run();
     std::cout << '\n';
     return exitCodeOfOutput(exitOk);

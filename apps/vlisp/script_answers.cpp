@@ -2,16 +2,18 @@
 #include "apps/vlisp/script_answers.h"
 
 #include "apps/vlisp/console.h"
+#include "apps/vlisp/signals.h"
 #include "platform/text.h"
 
 #include <cerrno>
-#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace vlisp::app {
 namespace {
-
-int leaveOpen(std::FILE* /*file*/) { return 0; }
 
 refhost::Answers::Outcome take(LineSource& lines, std::u16string& line) {
     std::string bytes;
@@ -26,29 +28,52 @@ refhost::Answers::Outcome take(LineSource& lines, std::u16string& line) {
 
 }  // namespace
 
-LineSource::LineSource() : file_(stdin, &leaveOpen) {}
+LineSource::~LineSource() {
+    if (descriptor_ != STDIN_FILENO) ::close(descriptor_);
+}
 
-LineSource::LineSource(const std::string& path) : file_(std::fopen(path.c_str(), "rb"), &std::fclose) {}
+bool LineSource::isTerminal() const noexcept { return ::isatty(descriptor_) != 0; }
 
-bool LineSource::isTerminal() const noexcept {
-    return file_ != nullptr && ::isatty(::fileno(file_.get())) != 0;
+// Takes a line off what has been read; the last one may lack its end.
+bool LineSource::takeLine(std::string& line) {
+    const std::size_t end = read_.find('\n', begin_);
+    if (end == std::string::npos && (!ended_ || begin_ == read_.size())) return false;
+    line = read_.substr(begin_, end - begin_);
+    begin_ = end == std::string::npos ? read_.size() : end + 1;
+    if (line.ends_with('\r')) line.pop_back();
+    return true;
 }
 
 LineSource::Outcome LineSource::next(std::string& line) {
-    char* text = nullptr;
-    std::size_t room = 0;
-    errno = 0;
-    const ssize_t length = ::getline(&text, &room, file_.get());
-    const std::unique_ptr<char, void (*)(void*)> owned(text, &std::free);
-    if (length < 0) {
-        if (errno != EINTR) return Outcome::end;
-        std::clearerr(file_.get());
-        return Outcome::interrupted;
+    for (;;) {
+        // Both are waited for, so that a signal just before the reading is not missed.
+        pollfd ready[] = {{descriptor_, POLLIN, 0}, {signalDescriptor(), POLLIN, 0}};
+        const bool waits = read_.find('\n', begin_) == std::string::npos && !ended_;
+        if (::poll(ready, 2, waits ? -1 : 0) < 0 && errno != EINTR) return Outcome::end;
+        if (ready[1].revents != 0) return Outcome::interrupted;
+        if (takeLine(line)) return Outcome::line;
+        if (ended_) return Outcome::end;
+        if (ready[0].revents == 0) continue;
+        read_.erase(0, std::exchange(begin_, 0));
+        char block[65536];
+        const ssize_t count = ::read(descriptor_, block, sizeof block);
+        if (count > 0) read_.append(block, static_cast<std::size_t>(count));
+        else if (count == 0 || errno != EINTR) ended_ = true;
     }
-    line.assign(text, static_cast<std::size_t>(length));
-    if (line.ends_with('\n')) line.pop_back();
-    if (line.ends_with('\r')) line.pop_back();
-    return Outcome::line;
+}
+
+std::unique_ptr<LineSource> openLines(const std::string& path) {
+    if (path == "-") return std::make_unique<LineSource>(STDIN_FILENO);
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    int problem = descriptor < 0 ? errno : 0;
+    struct stat status {};
+    if (problem == 0 && ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
+        ::close(descriptor);
+        problem = EISDIR;
+    }
+    if (problem == 0) return std::make_unique<LineSource>(descriptor);
+    writeError("vlisp: cannot read '" + path + "': " + std::strerror(problem));
+    return nullptr;
 }
 
 ScriptAnswers::Outcome ScriptAnswers::read(std::u16string_view prompt, bool /*continued*/,

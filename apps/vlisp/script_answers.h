@@ -4,7 +4,6 @@
 
 #include "refhost/console/answers.h"
 
-#include <cstdio>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -16,21 +15,30 @@ namespace vlisp::app {
 /// Lines of a file or of standard input.
 class LineSource {
   public:
-    /// Standard input.
-    LineSource();
-    /// A file; isOpen() tells whether it could be opened.
-    explicit LineSource(const std::string& path);
+    /// `descriptor` is closed with the source, unless it is standard input's.
+    explicit LineSource(int descriptor) noexcept : descriptor_(descriptor) {}
+    LineSource(const LineSource&) = delete;
+    LineSource& operator=(const LineSource&) = delete;
+    ~LineSource();
 
-    [[nodiscard]] bool isOpen() const noexcept { return file_ != nullptr; }
     [[nodiscard]] bool isTerminal() const noexcept;
 
     enum class Outcome { line, interrupted, end };
-    /// The next line, without its end.
+    /// The next line, without its end. Interrupted from the first signal on.
     Outcome next(std::string& line);
 
   private:
-    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
+    bool takeLine(std::string& line);
+
+    int descriptor_;
+    std::string read_;
+    std::size_t begin_ = 0;  // of what has not been given yet
+    bool ended_ = false;
 };
+
+/// The lines of a file, or of standard input for "-"; null, with a message on standard error, when it
+/// cannot be read.
+std::unique_ptr<LineSource> openLines(const std::string& path);
 
 /// One answer a line. What is asked is shown with its answer, as it would be seen if it was typed.
 class ScriptAnswers final : public refhost::Answers {

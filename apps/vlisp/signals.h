@@ -8,6 +8,12 @@ namespace vlisp::app {
 /// program at once.
 void cancelOnSignals();
 
+/// Whether a signal came.
+bool signalled() noexcept;
+
+/// Readable from the first signal on; -1 before cancelOnSignals().
+int signalDescriptor() noexcept;
+
 /// `code`, or 128 and its number when a signal came.
 int exitCodeOfSignals(int code);
 

@@ -132,7 +132,8 @@ unsigned char Terminal::complete() {
         std::transform(rest.begin(), rest.end(), rest.begin(),
                        [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     if (matching.size() == 1) rest += ' ';
-    if (!rest.empty()) return el_insertstr(editor_.get(), rest.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
+    if (!rest.empty())
+        return el_insertstr(editor_.get(), rest.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
 
     std::cout << '\n';
     for (const std::string& name : matching) std::cout << name << "  ";

@@ -490,6 +490,8 @@ bool ReferenceHost::chooseFile(const platform::FileDialog& /*dialog*/, char16_t*
 
 void ReferenceHost::addCommand(RegisteredCommand command) {
     const std::lock_guard lock(showing_);
+    // A menu's button names a command that is there already.
+    if (command.lispText.empty() && commands_.contains(upper(command.name))) return;
     commands_.insert_or_assign(upper(command.name), std::move(command));
 }
 

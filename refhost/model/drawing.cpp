@@ -294,8 +294,9 @@ void Drawing::addToSet(HostLong id, int number) {
     if (members.size() > mostWithoutLookup) {
         if (set->lookup.empty()) set->lookup.insert(members.begin(), members.end());
         if (!set->lookup.insert(id).second) return;
-    } else if (std::ranges::find(members, id) != members.end()) {
-        return;
+    } else {
+        if (std::ranges::find(members, id) != members.end()) return;
+        if (!set->lookup.empty()) set->lookup.insert(id);  // the set has been larger
     }
     members.push_back(id);
 }

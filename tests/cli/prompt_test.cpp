@@ -62,6 +62,10 @@ class Terminal {
         return false;
     }
 
+    [[nodiscard]] bool hasShown(const std::string& text) const {
+        return screen_.find(text) != std::string::npos;
+    }
+
     // Waits for the program's end; its exit code.
     int exitCode() {
         while (readMore()) {
@@ -109,7 +113,8 @@ class Prompt : public ::testing::Test {
     fs::path home;
 };
 
-const std::string ready = "vlisp> ";
+const std::string ready = "Command: ";
+const std::string continued = "    ...> ";
 const std::string controlC = "\x03";
 const std::string controlD = "\x04";
 const std::string up = "\x10";  // as the up key, in every terminal
@@ -131,7 +136,7 @@ TEST_F(Prompt, ContinuesWhileAParenthesisIsOpen) {
     Terminal terminal(home);
     ASSERT_TRUE(terminal.sees(ready));
     terminal.type("(list 1 \")\"\r");
-    ASSERT_TRUE(terminal.sees("...> "));
+    ASSERT_TRUE(terminal.sees(continued));
     terminal.type("2)\r");
     ASSERT_TRUE(terminal.sees("(1 \")\" 2)"));
 }
@@ -181,8 +186,252 @@ TEST_F(Prompt, ControlCDropsTheLineBeingTyped) {
     Terminal terminal(home);
     ASSERT_TRUE(terminal.sees(ready));
     terminal.type("(list 1\r");
-    ASSERT_TRUE(terminal.sees("...> "));
+    ASSERT_TRUE(terminal.sees(continued));
     terminal.press(controlC);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(+ 40 2)\r");
+    ASSERT_TRUE(terminal.sees("42\r\n"));
+}
+
+TEST_F(Prompt, DrawsWhatIsTyped) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("line\r");
+    ASSERT_TRUE(terminal.sees("Specify first point: "));
+    terminal.type("0,0\r");
+    ASSERT_TRUE(terminal.sees("Specify next point or [Undo]: "));
+    terminal.type("@3,4\r");
+    ASSERT_TRUE(terminal.sees("Specify next point or [Undo]: "));
+    terminal.type("\r");
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("list all\r");
+    ASSERT_TRUE(terminal.sees("Select objects: "));
+    terminal.type("\r");
+    ASSERT_TRUE(terminal.sees("length 5\r\n"));
+    ASSERT_TRUE(terminal.sees(ready));
+}
+
+TEST_F(Prompt, TellsAnUnknownCommandAndAnAnswerThatDoesNotFit) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("lien\r");
+    ASSERT_TRUE(terminal.sees("Unknown command LIEN."));
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("circle\r");
+    ASSERT_TRUE(terminal.sees("[2P/3P]: "));
+    terminal.type("here\r");
+    ASSERT_TRUE(terminal.sees("Not a point: here"));
+    ASSERT_TRUE(terminal.sees("[2P/3P]: "));
+}
+
+TEST_F(Prompt, EnterRepeatsTheLastCommand) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("circle 1,1 2\r");
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("\r");
+    ASSERT_TRUE(terminal.sees("Specify center point for circle"));
+    terminal.type("5,5\r");
+    ASSERT_TRUE(terminal.sees("<2>: "));
+    terminal.type("\r");
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(sslength (ssget \"X\" '((0 . \"CIRCLE\") (40 . 2.0))))\r");
+    ASSERT_TRUE(terminal.sees("\r\n2\r\n"));
+}
+
+TEST_F(Prompt, AnswersAProgramThatAsks) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(strcat \"<\" (getpoint '(1 1) \"From: \") (getstring \"Name: \") \">\")\r");
+    ASSERT_TRUE(terminal.sees("\nFrom: "));
+    terminal.type("@2,3\r");
+    ASSERT_TRUE(terminal.sees("\nName: "));
+    terminal.type("(not lisp)\r");
+    ASSERT_TRUE(terminal.sees("\"<(3.000 4.000)(not lisp)>\"\r\n"));
+    ASSERT_TRUE(terminal.sees(ready));
+}
+
+TEST_F(Prompt, ControlCAtAProgramsQuestionEndsTheProgramAndNothingMore) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(setq kept 41)\r");
+    ASSERT_TRUE(terminal.sees("41\r\n"));
+    terminal.type("(list (getpoint \"Where? \") (princ \"went on\"))\r");
+    ASSERT_TRUE(terminal.sees("\nWhere? "));
+    terminal.press(controlC);
+    ASSERT_TRUE(terminal.sees(";error; cancelled"));
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(+ kept 1)\r");
+    ASSERT_TRUE(terminal.sees("42\r\n"));
+    EXPECT_FALSE(terminal.hasShown("\r\nwent on"));
+}
+
+TEST_F(Prompt, ControlCInACommandCancelsItAndKeepsWhatItHasDrawn) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("line\r");
+    ASSERT_TRUE(terminal.sees("first point: "));
+    terminal.type("0,0\r");
+    ASSERT_TRUE(terminal.sees("next point"));
+    terminal.type("1,1\r");
+    ASSERT_TRUE(terminal.sees("next point"));
+    terminal.press(controlC);
+    ASSERT_TRUE(terminal.sees("*Cancel*"));
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(sslength (ssget \"X\"))\r");
+    ASSERT_TRUE(terminal.sees("\r\n1\r\n"));
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("u\r");
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(sslength (ssget \"X\"))\r");
+    ASSERT_TRUE(terminal.sees("\r\n0\r\n"));
+}
+
+TEST_F(Prompt, ControlCWithNothingToCancelIsHarmless) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.press(controlC);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.press("half a li" + controlC);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(+ 40 2)\r");
+    ASSERT_TRUE(terminal.sees("42\r\n"));
+}
+
+TEST_F(Prompt, CompletesCommandsLayersBlocksVariablesAndKeywords) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    // A command, in the case in which it is begun.
+    terminal.press("laye\t");
+    ASSERT_TRUE(terminal.sees("laye"));
+    ASSERT_TRUE(terminal.sees("r "));
+    terminal.type("\r");
+    ASSERT_TRUE(terminal.sees("LOck/Unlock]: "));
+    // A keyword of the question.
+    terminal.press("Mak\t");
+    ASSERT_TRUE(terminal.sees("Mak"));
+    ASSERT_TRUE(terminal.sees("e "));
+    terminal.type("\r");
+    ASSERT_TRUE(terminal.sees("name of layer: "));
+    terminal.type("Partition\r");
+    ASSERT_TRUE(terminal.sees("LOck/Unlock]: "));
+    // A layer, as it is written.
+    terminal.type("lock\r");
+    ASSERT_TRUE(terminal.sees("name of layer: "));
+    terminal.press("Part\t");
+    ASSERT_TRUE(terminal.sees("Part"));
+    ASSERT_TRUE(terminal.sees("ition "));
+    terminal.type("\r");
+    ASSERT_TRUE(terminal.sees("LOck/Unlock]: "));
+    terminal.type("?\r");
+    ASSERT_TRUE(terminal.sees("Partition  colour 7  on  locked"));
+    terminal.type("unlock\r");
+    ASSERT_TRUE(terminal.sees("name of layer: "));
+    terminal.type("Partition\r");
+    terminal.type("\r");
+    ASSERT_TRUE(terminal.sees(ready));
+    // A block.
+    terminal.type("circle 0,0 1\r");
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("block Washer 0,0 last\r");
+    ASSERT_TRUE(terminal.sees("Select objects: "));
+    terminal.type("\r");
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("insert\r");
+    ASSERT_TRUE(terminal.sees("block name or [?]: "));
+    terminal.press("Wash\t");
+    ASSERT_TRUE(terminal.sees("Wash"));
+    ASSERT_TRUE(terminal.sees("er "));
+    terminal.type("\r");
+    ASSERT_TRUE(terminal.sees("insertion point: "));
+    terminal.press(controlC);
+    ASSERT_TRUE(terminal.sees("*Cancel*"));
+    ASSERT_TRUE(terminal.sees(ready));
+    // A variable and a layer, in a text of LISP.
+    terminal.press("(getvar \"CIRCLER\t");
+    ASSERT_TRUE(terminal.sees("CIRCLER"));
+    ASSERT_TRUE(terminal.sees("AD "));
+    terminal.type("\b\")\r");
+    ASSERT_TRUE(terminal.sees("\r\n1.000\r\n"));
+}
+
+TEST_F(Prompt, ACommandThatLispDefinesIsTypedByItsName) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(defun c:washer () (command \"circle\" (getpoint \"Where? \") 2.5) "
+                  "(princ \"done\"))\r");
+    ASSERT_TRUE(terminal.sees("\r\nWASHER\r\n"));
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.press("wash\t\r");
+    ASSERT_TRUE(terminal.sees("er "));
+    ASSERT_TRUE(terminal.sees("Where? "));
+    terminal.type("7,8\r");
+    ASSERT_TRUE(terminal.sees("\r\ndone\r\n"));
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(assoc 10 (entget (entlast)))\r");
+    ASSERT_TRUE(terminal.sees("(10 7.000 8.000 0.000)"));
+}
+
+TEST_F(Prompt, AnExclamationMarkGivesAVariablesValue) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(setq where '(3 4) what \"a text\")\r");
+    ASSERT_TRUE(terminal.sees("\r\n\"a text\"\r\n"));
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("!where\r");
+    ASSERT_TRUE(terminal.sees("\r\n(3 4)\r\n"));
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("!nowhere\r");
+    ASSERT_TRUE(terminal.sees(";error; undefined symbol 'NOWHERE'"));
+    ASSERT_TRUE(terminal.sees(ready));
+}
+
+TEST_F(Prompt, LispAnswersACommandsQuestion) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(setq where '(3 4))\r");
+    ASSERT_TRUE(terminal.sees("\r\n(3 4)\r\n"));
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("circle\r");
+    ASSERT_TRUE(terminal.sees("center point"));
+    terminal.type("!where\r");
+    ASSERT_TRUE(terminal.sees("Specify radius"));
+    terminal.type("(zzz)\r");
+    ASSERT_TRUE(terminal.sees(";error; undefined symbol 'ZZZ'"));
+    ASSERT_TRUE(terminal.sees("Specify radius"));
+    terminal.type("(* 2 1.5)\r");
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("list last\r");
+    ASSERT_TRUE(terminal.sees("Select objects: "));
+    terminal.type("\r");
+    ASSERT_TRUE(terminal.sees("at 3,4,0\r\n"));
+    ASSERT_TRUE(terminal.sees("radius 3\r\n"));
+    ASSERT_TRUE(terminal.sees(ready));
+    // A text is taken as it is.
+    terminal.type("text 0,0 1 0\r");
+    ASSERT_TRUE(terminal.sees("Enter text: "));
+    terminal.type("(not lisp)\r");
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(assoc 1 (entget (entlast)))\r");
+    ASSERT_TRUE(terminal.sees("(1 . \"(not lisp)\")"));
+}
+
+TEST_F(Prompt, QuitEndsInAnyCase) {
+    for (const std::string word : {"QUIT", "exit"}) {
+        Terminal terminal(home);
+        ASSERT_TRUE(terminal.sees(ready));
+        terminal.type(word + "\r");
+        EXPECT_EQ(terminal.exitCode(), 0) << word;
+    }
+}
+
+TEST_F(Prompt, ControlDAtAProgramsQuestionCancelsIt) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type("(list (getpoint \"Where? \"))\r");
+    ASSERT_TRUE(terminal.sees("\nWhere? "));
+    terminal.press(controlD);
+    ASSERT_TRUE(terminal.sees("(nil)\r\n"));
     ASSERT_TRUE(terminal.sees(ready));
     terminal.type("(+ 40 2)\r");
     ASSERT_TRUE(terminal.sees("42\r\n"));

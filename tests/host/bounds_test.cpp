@@ -1,5 +1,5 @@
-// Tests of the fixed buffers that texts between host and module go through, and of host/typed_text.h:
-// what is too long is cut and terminated, never inside a surrogate pair.
+// Tests of the fixed buffers that texts between host and module go through, and of
+// host/typed_text.h: what is too long is cut and terminated, never inside a surrogate pair.
 #include "host/typed_text.h"
 
 #include "core/printer.h"
@@ -141,7 +141,7 @@ TEST(TypedText, IsWhatTheHostHasWritten) {
 
 // --- 300 units: LISP texts ---
 
-// A text whose string is open ends with its last unit: a quote and the units kept, without the last.
+// The value of an open string, a quote and the units kept: without the last of them.
 std::u16string valueOfOpen(const std::u16string& kept) { return kept.substr(0, kept.size() - 1); }
 
 TEST_F(Bounds, ACommandsText) {

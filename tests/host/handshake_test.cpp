@@ -406,8 +406,8 @@ TEST_F(HandshakeTest, TwoThreadsMeetOverEveryMessage) {
     EXPECT_EQ(host.log, Log(2 * rounds + 1, "Clear"));
 }
 
-// What request number `i` of a run holds, and its answer. The number is in both, so that nothing can
-// be taken for another's.
+// What request number `i` of a run holds, and its answer. The number is in both, so that nothing
+// can be taken for another's.
 HostRequest numbered(std::int32_t i, RequestKind kind) {
     const std::size_t length = static_cast<std::size_t>(i * 31 % 3000);
     HostRequest request =

@@ -111,8 +111,8 @@ class RecordingHost final : public platform::MessageWindow {
     std::atomic<int> posts{0};
     /// How often DisplayMsg was called.
     std::atomic<int> displays{0};
-    /// How many ends of evaluations were posted and seen as taken; the thread that evaluated does not
-    /// come back to this host.
+    /// How many ends of evaluations were posted and seen as taken; the thread that evaluated does
+    /// not come back to this host.
     std::atomic<int> evalDones{0};
     /// Waits until a counter has reached `count`; false after a minute without that.
     [[nodiscard]] static bool reaches(const std::atomic<int>& counter, int count);

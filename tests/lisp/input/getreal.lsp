@@ -1,0 +1,3 @@
+; GETREAL: no number is 0.0.
+(getreal)             ; => 0.000
+(getreal "Height: ")  ; => 0.000

@@ -1,0 +1,4 @@
+; GETSTRING: the typed line.
+(getstring)                      ; => ""
+(getstring "Name: ")             ; => ""
+(strcat "<" (getstring 1) ">")   ; => "<>"
