@@ -46,16 +46,19 @@
 (defun print-line (name count distorted)
   (princ (strcat (pad name 10) (pad (strcat count) 8) distorted)))
 
-; Prints a line for each block, and the sum of all.
-(defun print-bill (/ names name total)
+; Prints a line for each block, and the sums.
+(defun print-bill (/ names name count distorted all all-distorted)
   (print-line "Block" "Placed" "Distorted")
   (setq names (block-names))
   (while (not (nullp names))
     (setq name (car names))
-    (print-line name (sslength (insertions name)) (count-distorted name))
-    (setq total (+ total (sslength (insertions name))))
+    (setq count (sslength (insertions name)))
+    (setq distorted (count-distorted name))
+    (print-line name count distorted)
+    (setq all (+ all count))
+    (setq all-distorted (+ all-distorted distorted))
     (setq names (cdr names)))
-  (print-line "All" total ""))
+  (print-line "All" all all-distorted))
 
 ; ---- A drawing ------------------------------------------------------------------------
 

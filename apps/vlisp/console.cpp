@@ -41,7 +41,7 @@ int exitCodeOfOutput(int code) {
     if (outputFailure == 0) return code;
     writeError(std::string("vlisp: cannot write to standard output: ") +
                std::strerror(outputFailure));
-    return exitUnwritable;
+    return std::max<int>(code, exitUnwritable);
 }
 
 int exitCodeOfError(std::u16string_view errorText) {

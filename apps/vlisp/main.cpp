@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace {
@@ -143,9 +144,20 @@ void unmark(std::vector<std::string>& texts) {
         if (text.starts_with(literalMark)) text.erase(0, 1);
 }
 
+// A descriptor that the caller closed would be given to the next file that is opened.
+void openStandardDescriptors() {
+    int descriptor = 0;
+    while (descriptor <= STDERR_FILENO) {
+        descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        if (descriptor < 0) return;
+    }
+    ::close(descriptor);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    openStandardDescriptors();
     CLI::App app(programDescription, "vlisp");
     Arguments arguments;
     describe(app, arguments);

@@ -104,6 +104,8 @@ class CommandContext {
     std::function<void(std::u16string_view)> show;
     /// The command asks the program to end.
     bool quit = false;
+    /// Commands that others have registered: name and description.
+    std::function<std::vector<std::pair<std::u16string, std::u16string>>()> registered;
 
     // The question that waits, and the input that answered it.
     const Step* step = nullptr;

@@ -72,7 +72,7 @@ double directionTo(Point2 a, const mmPoint& b) { return std::atan2(b.y - a.y, b.
 
 std::optional<double> numberNamedBy(std::u16string_view text) {
     text = trimmed(text);
-    if (text.starts_with(u'+')) text.remove_prefix(1);
+    if (text.starts_with(u'+') && !text.starts_with(u"+-")) text.remove_prefix(1);
     std::string ascii;
     for (const char16_t unit : text) {
         if (unit > 0x7e) return std::nullopt;
@@ -122,9 +122,8 @@ std::u16string Selection::prompt() const {
 }
 
 void Selection::pick(HostLong id) {
-    const auto at = std::ranges::find(objects_, id);
-    if (removing_ && at != objects_.end()) objects_.erase(at);
-    if (!removing_ && at == objects_.end()) objects_.push_back(id);
+    if (removing_) chosen_.erase(id);
+    else if (chosen_.insert(id).second) order_.push_back(id);
 }
 
 bool Selection::feed(const Line& line, const std::function<void(std::u16string_view)>& show) {
@@ -164,9 +163,7 @@ bool Selection::feedWord(std::u16string_view word, std::u16string& problem) {
         for (int slot = 0; slot < drawing_->slotCount(); ++slot) {
             const VmDbObject* object = drawing_->at(slot);
             if (object == nullptr || object->erased != 0 || drawing_->isLocked(*object)) continue;
-            // Everything at once: nothing to look up one by one.
-            if (removing_ || !objects_.empty()) pick(object->id);
-            else objects_.push_back(object->id);
+            pick(object->id);
         }
         return true;
     }
@@ -230,8 +227,11 @@ bool Selection::feedCorner(std::u16string_view word) {
 }
 
 std::vector<HostLong> Selection::take() {
-    drawing_->selected = objects_;
-    return std::move(objects_);
+    std::vector<HostLong> objects;
+    for (const HostLong id : order_)
+        if (chosen_.erase(id) != 0) objects.push_back(id);
+    drawing_->selected = objects;
+    return objects;
 }
 
 // --- CommandLine ---

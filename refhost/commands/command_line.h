@@ -7,6 +7,7 @@
 #include "refhost/commands/command.h"
 
 #include <memory>
+#include <unordered_set>
 
 namespace vlisp::refhost {
 
@@ -27,7 +28,7 @@ class Selection {
     /// Takes a line; true when the selection is complete. What is wrong goes to `show`.
     bool feed(const Line& line, const std::function<void(std::u16string_view)>& show);
     [[nodiscard]] std::u16string prompt() const;
-    [[nodiscard]] bool empty() const noexcept { return objects_.empty(); }
+    [[nodiscard]] bool empty() const noexcept { return chosen_.empty(); }
     /// The objects, and remembers them as selected last.
     std::vector<HostLong> take();
 
@@ -40,7 +41,8 @@ class Selection {
 
     Drawing* drawing_;
     std::u16string prompt_;
-    std::vector<HostLong> objects_;
+    std::vector<HostLong> order_;  // of choosing; what was removed stands there still
+    std::unordered_set<HostLong> chosen_;
     bool removing_ = false;
     bool crossing_ = false;
     Corner corner_ = Corner::none;
@@ -51,6 +53,11 @@ class CommandLine {
   public:
     CommandLine(Drawing& drawing, std::function<void(std::u16string_view)> show);
     ~CommandLine();
+
+    /// Tells HELP of commands that are not in the table: name and description.
+    void setRegistered(decltype(CommandContext::registered) registered) {
+        context_.registered = std::move(registered);
+    }
 
     /// Starts a command; one that waits is cancelled first.
     void start(const CommandRow& command);

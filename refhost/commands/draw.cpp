@@ -289,10 +289,12 @@ CommandRun arc(CommandContext& context) {
             std::hypot(start.point.x - centre.point.x, start.point.y - centre.point.y);
         Input end = co_await context.ask(arcTable[5], around);
         double endAngle = 0;
+        bool clockwise = false;
         if (end.isKeyword(u"ANGLE")) {
             end = co_await context.ask(arcTable[6], around);
             if (!end.is(Input::Kind::number)) co_return;
             endAngle = startAngle + end.number;
+            clockwise = end.number < 0;
         } else if (end.is(Input::Kind::point)) {
             endAngle = std::atan2(end.point.y - centre.point.y, end.point.x - centre.point.x);
         } else {
@@ -300,8 +302,8 @@ CommandRun arc(CommandContext& context) {
         }
         if (radius <= 0) context.show(u"The radius must be greater than 0.");
         else
-            addArc(context.drawing, flat(centre.point), radius, wholeTurn(startAngle),
-                   wholeTurn(endAngle));
+            addArc(context.drawing, around, radius, wholeTurn(clockwise ? endAngle : startAngle),
+                   wholeTurn(clockwise ? startAngle : endAngle));
         co_return;
     }
     if (!input.is(Input::Kind::point)) co_return;

@@ -114,7 +114,7 @@ CommandRun scale(CommandContext& context) {
 
 CommandRun undo(CommandContext& context) {
     const Input count = co_await context.ask(undoTable[0]);
-    const int steps = count.is(Input::Kind::number) ? static_cast<int>(std::min(count.number, 1e6)) : 1;
+    const int steps = count.is(Input::Kind::number) ? static_cast<int>(std::clamp(count.number, 0.0, 1e6)) : 1;
     int done = 0;
     while (done < steps && context.drawing.undo()) ++done;
     if (done < steps) context.show(u"Everything has been undone.");

@@ -61,11 +61,18 @@ void setCurrentLayer(const CommandContext& context, const std::u16string& name) 
 }
 
 // Several names are divided by commas.
-std::vector<std::u16string> namesIn(std::u16string_view text) { return SplitText(text, u","); }
+std::vector<std::u16string> namesIn(std::u16string_view text) {
+    std::vector<std::u16string> names = SplitText(text, u",");
+    for (std::u16string& name : names) {
+        name.erase(0, name.find_first_not_of(u' '));
+        name.erase(name.find_last_not_of(u' ') + 1);
+    }
+    return names;
+}
 
 // Options of LAYER that do something to layers that exist.
 void changeLayers(const CommandContext& context, std::u16string_view option,
-                  std::u16string_view names) {
+                  std::optional<std::int32_t> colour, std::u16string_view names) {
     Drawing& drawing = context.drawing;
     for (const std::u16string& name : namesIn(names)) {
         if (drawing.findLayer(name) == nullptr) {
@@ -77,6 +84,7 @@ void changeLayers(const CommandContext& context, std::u16string_view option,
         if (option == u"OFF") layer.on = false;
         if (option == u"LOCK") layer.locked = true;
         if (option == u"UNLOCK") layer.locked = false;
+        if (colour) layer.colour = *colour;
     }
 }
 
@@ -132,9 +140,7 @@ CommandRun layer(CommandContext& context) {
         // Enter means the current layer where that makes sense.
         std::u16string names = name.is(Input::Kind::text) ? name.text : std::u16string();
         if (names.empty()) names = drawing.variables.text(u"CLAYER");
-        if (colour) {
-            for (const std::u16string& each : namesIn(names)) drawing.changeLayer(each).colour = *colour;
-        } else if (option.text == u"NEW") {
+        if (option.text == u"NEW") {
             for (const std::u16string& each : namesIn(names))
                 if (!each.empty() && drawing.findLayer(each) == nullptr) drawing.changeLayer(each);
         } else if (option.text == u"MAKE") {
@@ -143,7 +149,7 @@ CommandRun layer(CommandContext& context) {
         } else if (option.text == u"SET") {
             setCurrentLayer(context, names);
         } else {
-            changeLayers(context, option.text, names);
+            changeLayers(context, option.text, colour, names);
         }
     }
 }
@@ -215,6 +221,9 @@ CommandRun help(CommandContext& context) {
     if (!name.is(Input::Kind::text)) {
         for (const CommandRow& row : commandRows())
             context.show(fromUtf8(row.name) + u"  " + fromUtf8(row.help));
+        if (context.registered)
+            for (const auto& [command, description] : context.registered())
+                context.show(command + u"  " + description);
         co_return;
     }
     const CommandRow* row = findCommand(name.text);

@@ -75,6 +75,13 @@ ReferenceHost::ReferenceHost(Sink shown, Answers& answers)
     assert(theHost == nullptr && "one host at a time");
     theHost = this;
     provideVariables();
+    commandLine_.setRegistered([this] {
+        std::vector<std::pair<std::u16string, std::u16string>> all;
+        for (const auto& [name, command] : commands_)
+            all.emplace_back(name, command.lispText.empty() ? command.description
+                                                            : u"Evaluates " + command.lispText);
+        return all;
+    });
     worker_ = std::make_unique<platform::Worker>(platform::evaluationStack,
                                                  [this] { evaluationThread(); });
 }
@@ -350,7 +357,7 @@ std::u16string ReferenceHost::prompt() const {
 
 bool ReferenceHost::wantsPlainText() const {
     if (commandLine_.isActive()) return commandLine_.wanted() == InputKind::text;
-    return moduleCommand_.has_value();
+    return moduleCommand_.has_value() && !pointExpected_;
 }
 
 void ReferenceHost::feed(const Line& line) {
@@ -365,9 +372,10 @@ void ReferenceHost::enter(const std::u16string& line) {
     std::u16string_view name = takeWord(rest);
     if (name.empty()) name = lastCommand_;
     if (name.empty() || !startCommand(name, false)) return;
-    // What follows on the line answers the command's questions, a word each; a text takes the rest.
-    while (commandLine_.isActive() && rest.find_first_not_of(u" \t") != std::u16string_view::npos) {
-        if (commandLine_.wanted() == InputKind::text) {
+    // What follows on the line answers the command's questions, a word each; where a line is wanted as
+    // it is, all of it.
+    while (!prompt().empty() && rest.find_first_not_of(u" \t") != std::u16string_view::npos) {
+        if (wantsPlainText()) {
             rest.remove_prefix(rest.find_first_not_of(u" \t"));
             feed({std::u16string(rest)});
             return;
@@ -431,8 +439,10 @@ void ReferenceHost::stepModuleCommand(const std::u16string& line) {
 // Calls a command of the module; it has ended when it leaves its step as it was.
 void ReferenceHost::callModuleCommand(ModuleCommand command) {
     const int before = command.step;
+    const int announcedBefore = announced_;
     command.run(&command.step);
-    waitForEvaluations();
+    // A command that LISP runs with COMMAND is part of an evaluation, which ends after it.
+    if (announced_ != announcedBefore) waitForEvaluations();
     if (command.step != before) {
         moduleCommand_ = command;
         return;

@@ -137,7 +137,7 @@ class Signals : public ::testing::Test {
     fs::path folder;
 };
 
-const std::string endless = "(princ \"ready\") (while 1 (setq a 1)) (princ \"never\")\n";
+const std::string endless = "(princ \"ready\")\n(while 1 (setq a 1))\n(princ \"never\")\n";
 
 TEST_F(Signals, AnEndlessProgramEndsWithTheSignalsCode) {
     for (const auto& [number, code] : {std::pair(SIGINT, 130), std::pair(SIGTERM, 143)}) {

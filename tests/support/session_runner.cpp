@@ -159,9 +159,8 @@ int main(int argc, char** argv) {
     for (const auto& file : files)
         ::testing::RegisterTest("Session", asName(file.stem().string()).c_str(), nullptr, nullptr,
                                 __FILE__, __LINE__, [file] { return new Session(file); });
-    for (const char* document :
-         {"README.md", "docs/language.md", "docs/surprises.md", "docs/host.md", "docs/drawings.md",
-          "docs/commands.md"})
+    for (const char* document : {"README.md", "docs/language.md", "docs/surprises.md",
+                                 "docs/host.md", "docs/drawings.md", "docs/commands.md"})
         ::testing::RegisterTest(
             "DocumentSession", asName(document).c_str(), nullptr, nullptr, __FILE__, __LINE__,
             [document] { return new DocumentSessions(fs::path(PROJECT_ROOT) / document); });
