@@ -43,7 +43,8 @@ int runScript(const std::string& path) {
         while (error.ends_with(u'\n')) error.pop_back();
         writeError(platform::toUtf8(error));
     }
-    if (!lisp.allAnswered() || (!signalled() && !isComplete(lisp, open)))
+    if (!lisp.allAnswered() || (!signalled() && !isComplete(lisp, open)) ||
+        lisp.host().mistakes() > 0)
         code = std::max<int>(code, exitError);
     return exitCodeOfSignals(exitCodeOfOutput(code));
 }

@@ -32,7 +32,8 @@ void writeLine(const std::string& text);
 /// Writes a line to standard error.
 void writeError(const std::string& line);
 
-/// `code`, or at least exitUnwritable with a message when something could not be written to standard output.
+/// `code`, or at least exitUnwritable with a message when something could not be written to
+/// standard output.
 int exitCodeOfOutput(int code);
 
 /// The code for the error text that an evaluation ended with, empty for none.

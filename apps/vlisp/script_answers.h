@@ -36,8 +36,8 @@ class LineSource {
     bool ended_ = false;
 };
 
-/// The lines of a file, or of standard input for "-"; null, with a message on standard error, when it
-/// cannot be read.
+/// The lines of a file, or of standard input for "-"; null, with a message on standard error, when
+/// it cannot be read.
 std::unique_ptr<LineSource> openLines(const std::string& path);
 
 /// One answer a line. What is asked is shown with its answer, as it would be seen if it was typed.

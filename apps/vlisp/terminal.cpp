@@ -131,7 +131,8 @@ unsigned char Terminal::complete() {
     if (typesLower)
         std::transform(rest.begin(), rest.end(), rest.begin(),
                        [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (matching.size() == 1) rest += ' ';
+    const bool inText = begin > 0 && before[begin - 1] == '"';
+    if (matching.size() == 1 && !inText) rest += ' ';
     if (!rest.empty())
         return el_insertstr(editor_.get(), rest.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
 

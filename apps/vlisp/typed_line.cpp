@@ -41,7 +41,7 @@ std::u16string typeLine(Lisp& lisp, const std::u16string& line) {
     refhost::ReferenceHost& host = lisp.host();
     if (!isLisp(host, line)) {
         host.enter(line);
-        return {};
+        return host.takeEvaluationError();
     }
     const bool answers = !host.prompt().empty();
     std::u16string text(TrimBlanks(line));

@@ -279,17 +279,23 @@ std::u16string CommandLine::prompt() const {
     return prompt;
 }
 
+void CommandLine::showMistake(std::u16string_view text) {
+    ++mistakes_;
+    context_.show(text);
+}
+
 void CommandLine::feed(const Line& line) {
     if (!isActive()) return;
     Input input;
     if (selection_) {
-        if (!selection_->feed(line, context_.show)) return;
+        if (!selection_->feed(line, [this](std::u16string_view text) { showMistake(text); }))
+            return;
         input.objects = selection_->take();
         input.kind = input.objects.empty() ? Input::Kind::enter : Input::Kind::objects;
     } else {
         std::u16string problem;
         if (!understand(line, input, problem)) {
-            if (!problem.empty()) context_.show(problem);
+            if (!problem.empty()) showMistake(problem);
             return;
         }
     }

@@ -74,16 +74,21 @@ class CommandLine {
     /// Ends the command; what it has done stays.
     void cancel();
 
+    /// Lines so far that did not answer the question they were given to.
+    [[nodiscard]] int mistakes() const noexcept { return mistakes_; }
+
     [[nodiscard]] bool quits() const noexcept { return context_.quit; }
 
   private:
     void resume();
     void end();
     bool understand(const Line& line, Input& input, std::u16string& problem);
+    void showMistake(std::u16string_view text);
 
     CommandContext context_;
     const CommandRow* command_ = nullptr;
     std::unique_ptr<CommandRun> run_;
+    int mistakes_ = 0;
     std::optional<Selection> selection_;
     std::optional<mmPoint> firstOfTwo_;  // of a distance or an angle that is shown by two points
 };

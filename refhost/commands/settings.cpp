@@ -233,7 +233,12 @@ CommandRun help(CommandContext& context) {
     }
     context.show(fromUtf8(row->name) + (*row->alias != 0 ? u" (" + fromUtf8(row->alias) + u")" : u"") +
                  u": " + fromUtf8(row->help));
-    for (const Step& step : row->steps) context.show(std::u16string(u"  ") + step.prompt);
+    for (const Step& step : row->steps) {
+        std::u16string prompt = step.prompt;
+        if (const std::size_t preset = prompt.find(u" <%>"); preset != std::u16string::npos)
+            prompt.erase(preset, 4);
+        context.show(u"  " + prompt);
+    }
 }
 
 CommandRun quit(CommandContext& context) {

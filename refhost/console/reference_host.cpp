@@ -214,7 +214,7 @@ void ReferenceHost::serve(const HostRequest& request) {
         // The evaluations of evaluate() tell their results to whoever asked for them.
         if (ownEvaluations_ == 0) {
             ++ended_;
-            if (request.messageText[0] != 0) show(request.messageText);
+            takeResult(request.messageText);
         }
         taken_.store(true, std::memory_order_release);
         return;
@@ -236,6 +236,12 @@ void ReferenceHost::serve(const HostRequest& request) {
         reply.context = context_;
     context_ = reply.context;
     VelmoraExtUIEntry(&reply);
+}
+
+// A result is shown; an error is kept for whoever had the evaluation started.
+void ReferenceHost::takeResult(std::u16string_view text) {
+    if (text.starts_with(u";error; ")) evaluationError_ = text;
+    else if (!text.empty()) show(text);
 }
 
 // --- Requests of input ---
@@ -344,7 +350,10 @@ void ReferenceHost::takeCommandInput(const HostRequest& request) {
     if (line.text == u"\\") {
         HostRequest asked;
         setField(asked.messageText, prompt());
-        if (ask(asked, asked.messageText, false, line.text) != Asked::line) line.text.clear();
+        if (ask(asked, asked.messageText, false, line.text) != Asked::line) {
+            cancelCommand();
+            return;
+        }
     }
     feed(line);
 }
@@ -384,6 +393,11 @@ void ReferenceHost::enter(const std::u16string& line) {
     }
 }
 
+void ReferenceHost::refuse(std::u16string_view why) {
+    ++refused_;
+    show(why);
+}
+
 bool ReferenceHost::startCommand(std::u16string_view typed, bool fromLisp) {
     const std::u16string_view name = plainName(typed).empty() ? typed : plainName(typed);
     // A name is kept before the view of it can go.
@@ -393,7 +407,7 @@ bool ReferenceHost::startCommand(std::u16string_view typed, bool fromLisp) {
     } else if (const auto registered = commands_.find(kept); registered != commands_.end()) {
         startRegistered(registered->second, fromLisp);
     } else {
-        show(u"Unknown command " + kept + u". HELP lists all.");
+        refuse(u"Unknown command " + kept + u". HELP lists all.");
         return false;
     }
     if (!fromLisp) lastCommand_ = kept;
@@ -403,9 +417,9 @@ bool ReferenceHost::startCommand(std::u16string_view typed, bool fromLisp) {
 void ReferenceHost::startRegistered(const RegisteredCommand& command, bool fromLisp) {
     const ExportedCommand* exported = findExported(command.name);
     const bool evaluates = exported == nullptr ? !command.lispText.empty() : exported->evaluates;
-    if (fromLisp && evaluates) return show(command.name + u" cannot run while LISP is evaluated.");
+    if (fromLisp && evaluates) return refuse(command.name + u" cannot run while LISP is evaluated.");
     if (command.lispText.empty() && exported == nullptr)
-        return show(command.name + u" is a command that this host does not have.");
+        return refuse(command.name + u" is a command that this host does not have.");
     if (exported != nullptr) {
         drawing.beginGroup();
         pointExpected_ = false;

@@ -71,6 +71,12 @@ class ReferenceHost final : public platform::MessageWindow {
     bool cancelCommand();
     [[nodiscard]] bool quits() const noexcept { return commandLine_.quits(); }
 
+    /// The error text of an evaluation that a line has started as a command of the module, empty for
+    /// none; given once.
+    std::u16string takeEvaluationError() { return std::exchange(evaluationError_, {}); }
+    /// Lines so far that were no command and answered no question.
+    [[nodiscard]] int mistakes() const noexcept { return refused_ + commandLine_.mistakes(); }
+
     [[nodiscard]] const std::map<std::u16string, RegisteredCommand>& commands() const noexcept {
         return commands_;
     }
@@ -134,10 +140,12 @@ class ReferenceHost final : public platform::MessageWindow {
 
     void feed(const Line& line);
     bool startCommand(std::u16string_view name, bool fromLisp);
+    void refuse(std::u16string_view why);
     void startRegistered(const RegisteredCommand& command, bool fromLisp);
     void stepModuleCommand(const std::u16string& line);
     void callModuleCommand(ModuleCommand command);
     void waitForEvaluations();
+    void takeResult(std::u16string_view text);
 
     Sink shown_;
     Answers* answers_;
@@ -149,6 +157,8 @@ class ReferenceHost final : public platform::MessageWindow {
     std::u16string modulePrompt_;
     bool pointExpected_ = false;
     std::u16string lastCommand_;
+    std::u16string evaluationError_;
+    int refused_ = 0;
 
     std::optional<std::u16string> unanswered_;
     int unansweredNow_ = 0;  // in the evaluation that runs

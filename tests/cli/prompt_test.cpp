@@ -350,8 +350,8 @@ TEST_F(Prompt, CompletesCommandsLayersBlocksVariablesAndKeywords) {
     // A variable and a layer, in a text of LISP.
     terminal.press("(getvar \"CIRCLER\t");
     ASSERT_TRUE(terminal.sees("CIRCLER"));
-    ASSERT_TRUE(terminal.sees("AD "));
-    terminal.type("\b\")\r");
+    ASSERT_TRUE(terminal.sees("AD"));
+    terminal.type("\")\r");
     ASSERT_TRUE(terminal.sees("\r\n1.000\r\n"));
 }
 

@@ -69,7 +69,7 @@ class Child {
         signal(SIGCONT);
     }
 
-    // Reads until `text` has been printed; false when the child ends or is silent for half a minute.
+    // Reads until `text` has been printed; false when the child ends or is silent for long.
     bool sees(const std::string& text) {
         while (printed_.find(text) == std::string::npos)
             if (!readMore()) {

@@ -414,7 +414,8 @@ TEST(DrawingUndo, RandomEditsGoBackAndForth) {
     }
     // A step that changed nothing that is seen leaves the same state behind.
     std::size_t at = states.size() - 1;
-    while (drawing.undo()) {
+    int undone = 0;
+    for (; drawing.undo(); ++undone) {
         const std::string state = stateOf(drawing);
         if (state != states[at]) {
             ASSERT_GT(at, 0U);
@@ -422,7 +423,8 @@ TEST(DrawingUndo, RandomEditsGoBackAndForth) {
         }
     }
     ASSERT_EQ(at, 0U);
-    while (drawing.redo()) {
+    for (; undone > 0; --undone) {
+        ASSERT_TRUE(drawing.redo());
         const std::string state = stateOf(drawing);
         if (state != states[at]) {
             ASSERT_LT(at + 1, states.size());
