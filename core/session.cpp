@@ -86,9 +86,9 @@ LoadReport InterpreterSession::loadLispText(const std::u16string& path,
     return load(path, [&](std::u16string&) { return source; });
 }
 
-LoadReport InterpreterSession::load(
-    const std::u16string& path,
-    const std::function<std::u16string_view(std::u16string&)>& read) {
+LoadReport
+InterpreterSession::load(const std::u16string& path,
+                         const std::function<std::u16string_view(std::u16string&)>& read) {
     LoadReport report;
     ErrorBuffer error;
     std::vector<SourceExpression> expressions;

@@ -26,9 +26,9 @@ class DialogOnTop {
 std::u16string pathFromUser(std::size_t capacity) {
     if (std::u16string path = textFromHost(capacity, GetInputString); !path.empty()) return path;
     const DialogOnTop onTop;
-    return fitted(platform::chooseFile(handshake().mainWindow,
-                                       {u".lsp", u"Lisp files (*.lsp)|*lsp||"}),
-                  capacity);
+    return fitted(
+        platform::chooseFile(handshake().mainWindow, {u".lsp", u"Lisp files (*.lsp)|*lsp||"}),
+        capacity);
 }
 
 }  // namespace
@@ -41,9 +41,10 @@ int loadFile(int& step) {
     Module* module = currentModule();
     if (module == nullptr) return 1;
     module->session().LispPathBuffer = pathFromUser(lispPathCapacity);
-    module->startEvaluation([&session = module->session(), path = module->session().LispPathBuffer] {
-        session.LoadLispFile(path);
-    });
+    module->startEvaluation(
+        [&session = module->session(), path = module->session().LispPathBuffer] {
+            session.LoadLispFile(path);
+        });
     return 1;
 }
 

@@ -74,9 +74,7 @@ Cell getdist(Arguments arguments) {
 }
 
 Cell getstring(Arguments arguments) {
-    return askForText(arguments, [](std::u16string_view text) {
-        return Cell::string(text);
-    });
+    return askForText(arguments, [](std::u16string_view text) { return Cell::string(text); });
 }
 
 Cell getreal(Arguments arguments) {
@@ -85,8 +83,8 @@ Cell getreal(Arguments arguments) {
 }
 
 Cell getint(Arguments arguments) {
-    return askForText(
-        arguments, [](std::u16string_view text) { return Cell::integer(integerAtFront(text)); });
+    return askForText(arguments,
+                      [](std::u16string_view text) { return Cell::integer(integerAtFront(text)); });
 }
 
 Cell entsel(Arguments arguments) {

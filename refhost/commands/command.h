@@ -42,8 +42,8 @@ struct Input {
     enum class Kind { enter, point, number, keyword, text, objects };
     Kind kind = Kind::enter;
     mmPoint point;
-    double number = 0;               ///< of angles: radians
-    std::u16string text;             ///< of keywords: in upper case, as in the prompt
+    double number = 0;    ///< of angles: radians
+    std::u16string text;  ///< of keywords: in upper case, as in the prompt
     std::vector<HostLong> objects;
 
     [[nodiscard]] bool is(Kind wanted) const noexcept { return kind == wanted; }

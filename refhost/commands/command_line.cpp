@@ -157,8 +157,7 @@ bool Selection::feed(const Line& line, const std::function<void(std::u16string_v
 // False when the word means nothing; `problem` tells what it means but cannot be.
 bool Selection::feedWord(std::u16string_view word, std::u16string& problem) {
     if (corner_ != Corner::none) return feedCorner(word);
-    const auto keyword =
-        keywordIn(u"[ALL/Last/Previous/Window/Crossing/Add/Remove]", word);
+    const auto keyword = keywordIn(u"[ALL/Last/Previous/Window/Crossing/Add/Remove]", word);
     if (keyword == u"ALL") {
         for (int slot = 0; slot < drawing_->slotCount(); ++slot) {
             const VmDbObject* object = drawing_->at(slot);
@@ -193,7 +192,8 @@ bool Selection::feedWord(std::u16string_view word, std::u16string& problem) {
     }
     if (std::ranges::all_of(word, isDigit)) {
         const HostLong id = integerAtFront(word);
-        if (drawing_->findLive(id) == nullptr) problem = u"No object has the id " + std::u16string(word);
+        if (drawing_->findLive(id) == nullptr)
+            problem = u"No object has the id " + std::u16string(word);
         else pick(id);
         return true;
     }
@@ -356,8 +356,8 @@ bool CommandLine::understand(const Line& line, Input& input, std::u16string& pro
                 firstOfTwo_ = *point;
                 return false;
             }
-            const Point2 from = firstOfTwo_ ? Point2{firstOfTwo_->x, firstOfTwo_->y}
-                                            : *context_.options.base;
+            const Point2 from =
+                firstOfTwo_ ? Point2{firstOfTwo_->x, firstOfTwo_->y} : *context_.options.base;
             return takeNumber(isAngle ? directionTo(from, *point) : distanceBetween(from, *point));
         }
         problem = u"Not a number or a point: ";

@@ -7,8 +7,8 @@
 namespace vlisp::refhost {
 
 // draw.cpp
-extern const std::span<const Step> lineSteps, plineSteps, circleSteps, arcSteps, textSteps, mtextSteps,
-    insertSteps, blockSteps;
+extern const std::span<const Step> lineSteps, plineSteps, circleSteps, arcSteps, textSteps,
+    mtextSteps, insertSteps, blockSteps;
 CommandRun line(CommandContext&);
 CommandRun pline(CommandContext&);
 CommandRun circle(CommandContext&);
@@ -19,7 +19,8 @@ CommandRun insert(CommandContext&);
 CommandRun block(CommandContext&);
 
 // edit.cpp
-extern const std::span<const Step> eraseSteps, moveSteps, copySteps, rotateSteps, scaleSteps, undoSteps;
+extern const std::span<const Step> eraseSteps, moveSteps, copySteps, rotateSteps, scaleSteps,
+    undoSteps;
 CommandRun erase(CommandContext&);
 CommandRun move(CommandContext&);
 CommandRun copy(CommandContext&);

@@ -22,7 +22,9 @@ double wholeTurn(double angle) {
     return rest < 0 ? rest + turn : rest;
 }
 
-void assign(VmDbString& member, std::u16string_view text) { member.assign(text.data(), text.size()); }
+void assign(VmDbString& member, std::u16string_view text) {
+    member.assign(text.data(), text.size());
+}
 
 // The colour index of what is drawn next: 256 by layer, 0 by block.
 std::int32_t currentColour(const Drawing& drawing) {
@@ -180,8 +182,7 @@ CommandRun line(CommandContext& context) {
     std::vector<mmPoint> points{input.point};
     std::vector<HostLong> lines;
     for (;;) {
-        input = co_await context.ask(lineTable[lines.size() < 2 ? 1 : 2],
-                                     flat(points.back()));
+        input = co_await context.ask(lineTable[lines.size() < 2 ? 1 : 2], flat(points.back()));
         if (input.is(Input::Kind::point)) {
             lines.push_back(addLine(context.drawing, points.back(), input.point));
             points.push_back(input.point);
@@ -206,8 +207,7 @@ CommandRun pline(CommandContext& context) {
     bool arcs = false;
     for (;;) {
         const mmPoint last = drawn.points.getAt(drawn.points.count - 1);
-        input =
-            co_await context.ask(plineTable[arcs ? 2 : 1], flat(last));
+        input = co_await context.ask(plineTable[arcs ? 2 : 1], flat(last));
         if (input.is(Input::Kind::point)) {
             const double bulge =
                 arcs ? bulgeOfTangentArc(last, input.point, leavingDirection(drawn)) : 0.0;
@@ -240,8 +240,7 @@ CommandRun circle(CommandContext& context) {
     if (input.isKeyword(u"2P")) {
         const Input first = co_await context.ask(circleTable[3]);
         if (!first.is(Input::Kind::point)) co_return;
-        const Input second =
-            co_await context.ask(circleTable[4], flat(first.point));
+        const Input second = co_await context.ask(circleTable[4], flat(first.point));
         if (!second.is(Input::Kind::point)) co_return;
         addCircle(drawing,
                   mmPoint((first.point.x + second.point.x) / 2,
@@ -264,8 +263,7 @@ CommandRun circle(CommandContext& context) {
     if (!input.is(Input::Kind::point)) co_return;
     const mmPoint centre = input.point;
     const double preset = drawing.variables.real(u"CIRCLERAD");
-    Input radius = co_await context.ask(
-        circleTable[1], flat(centre), numberText(preset));
+    Input radius = co_await context.ask(circleTable[1], flat(centre), numberText(preset));
     if (radius.isKeyword(u"DIAMETER")) {
         radius = co_await context.ask(circleTable[2], flat(centre));
         radius.number /= 2;
@@ -307,11 +305,9 @@ CommandRun arc(CommandContext& context) {
         co_return;
     }
     if (!input.is(Input::Kind::point)) co_return;
-    const Input second =
-        co_await context.ask(arcTable[1], flat(input.point));
+    const Input second = co_await context.ask(arcTable[1], flat(input.point));
     if (!second.is(Input::Kind::point)) co_return;
-    const Input end =
-        co_await context.ask(arcTable[2], flat(second.point));
+    const Input end = co_await context.ask(arcTable[2], flat(second.point));
     if (!end.is(Input::Kind::point)) co_return;
     const auto through = arcThrough(flat(input.point), flat(second.point), flat(end.point));
     if (!through) context.show(u"The points lie on a line.");

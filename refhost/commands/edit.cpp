@@ -58,7 +58,8 @@ const std::span<const Step> undoSteps = undoTable;
 
 CommandRun erase(CommandContext& context) {
     const Input chosen = co_await context.ask(eraseTable[0]);
-    for (const HostLong id : context.changeable(chosen.objects)) context.drawing.setErased(id, true);
+    for (const HostLong id : context.changeable(chosen.objects))
+        context.drawing.setErased(id, true);
 }
 
 CommandRun move(CommandContext& context) {
@@ -67,10 +68,8 @@ CommandRun move(CommandContext& context) {
     if (objects.empty()) co_return;
     const Input base = co_await context.ask(moveTable[1]);
     if (!base.is(Input::Kind::point)) co_return;
-    const Input second =
-        co_await context.ask(moveTable[2], flat(base.point));
-    transformAll(context.drawing, objects,
-                 Similarity::moved(displacement(base.point, second)));
+    const Input second = co_await context.ask(moveTable[2], flat(base.point));
+    transformAll(context.drawing, objects, Similarity::moved(displacement(base.point, second)));
 }
 
 CommandRun copy(CommandContext& context) {
@@ -78,13 +77,14 @@ CommandRun copy(CommandContext& context) {
     if (chosen.objects.empty()) co_return;
     const Input base = co_await context.ask(moveTable[1]);
     if (!base.is(Input::Kind::point)) co_return;
-    const Input second =
-        co_await context.ask(moveTable[2], flat(base.point));
+    const Input second = co_await context.ask(moveTable[2], flat(base.point));
     const Similarity similarity = Similarity::moved(displacement(base.point, second));
     for (const HostLong id : chosen.objects) {
         auto twin = clone(*context.drawing.find(id));
         transform(*twin, similarity);
-        context.drawing.add(std::move(twin));
+        const HostLong copied = context.drawing.add(std::move(twin));
+        for (const ExtendedDatum& datum : context.drawing.extendedData(id))
+            context.drawing.attach(copied, datum);
     }
 }
 
@@ -94,8 +94,7 @@ CommandRun rotate(CommandContext& context) {
     if (objects.empty()) co_return;
     const Input base = co_await context.ask(rotateTable[1]);
     if (!base.is(Input::Kind::point)) co_return;
-    const Input angle =
-        co_await context.ask(rotateTable[2], flat(base.point));
+    const Input angle = co_await context.ask(rotateTable[2], flat(base.point));
     transformAll(context.drawing, objects, Similarity::rotated(angle.number, flat(base.point)));
 }
 
@@ -105,8 +104,7 @@ CommandRun scale(CommandContext& context) {
     if (objects.empty()) co_return;
     const Input base = co_await context.ask(scaleTable[1]);
     if (!base.is(Input::Kind::point)) co_return;
-    const Input factor =
-        co_await context.ask(scaleTable[2], flat(base.point));
+    const Input factor = co_await context.ask(scaleTable[2], flat(base.point));
     const double by = factor.is(Input::Kind::number) ? factor.number : 1;
     if (by <= 0) context.show(u"The scale factor must be greater than 0.");
     else transformAll(context.drawing, objects, Similarity::scaled(by, base.point));
@@ -114,7 +112,8 @@ CommandRun scale(CommandContext& context) {
 
 CommandRun undo(CommandContext& context) {
     const Input count = co_await context.ask(undoTable[0]);
-    const int steps = count.is(Input::Kind::number) ? static_cast<int>(std::clamp(count.number, 0.0, 1e6)) : 1;
+    const int steps =
+        count.is(Input::Kind::number) ? static_cast<int>(std::clamp(count.number, 0.0, 1e6)) : 1;
     int done = 0;
     while (done < steps && context.drawing.undo()) ++done;
     if (done < steps) context.show(u"Everything has been undone.");

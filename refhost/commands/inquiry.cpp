@@ -17,9 +17,7 @@ constexpr Step distTable[] = {
     {InputKind::point, u"Specify second point: "},
 };
 
-std::u16string degreesText(double radians) {
-    return numberText(radians * 180 / std::numbers::pi);
-}
+std::u16string degreesText(double radians) { return numberText(radians * 180 / std::numbers::pi); }
 
 std::u16string colourText(std::int32_t colour) {
     if (colour == colourByLayer) return u"by layer";
@@ -96,8 +94,7 @@ CommandRun id(CommandContext& context) {
 CommandRun dist(CommandContext& context) {
     const Input first = co_await context.ask(distTable[0]);
     if (!first.is(Input::Kind::point)) co_return;
-    const Input second = co_await context.ask(
-        distTable[1], Point2{first.point.x, first.point.y});
+    const Input second = co_await context.ask(distTable[1], Point2{first.point.x, first.point.y});
     if (!second.is(Input::Kind::point)) co_return;
     const double dx = second.point.x - first.point.x;
     const double dy = second.point.y - first.point.y;

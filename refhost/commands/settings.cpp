@@ -105,8 +105,7 @@ void showView(CommandContext& context, const Box& box) {
     if (box.isEmpty()) return;
     Variables& variables = context.drawing.variables;
     const double height = std::max(box.top - box.bottom, (box.right - box.left) * 3 / 4);
-    variables.storePoint(u"VIEWCTR",
-                         {(box.left + box.right) / 2, (box.bottom + box.top) / 2, 0});
+    variables.storePoint(u"VIEWCTR", {(box.left + box.right) / 2, (box.bottom + box.top) / 2, 0});
     if (height > 0) variables.storeReal(u"VIEWSIZE", height);
 }
 
@@ -156,8 +155,7 @@ CommandRun layer(CommandContext& context) {
 
 CommandRun colour(CommandContext& context) {
     Variables& variables = context.drawing.variables;
-    const Input input = co_await context.ask(
-        colourTable[0], variables.text(u"CECOLOR"));
+    const Input input = co_await context.ask(colourTable[0], variables.text(u"CECOLOR"));
     if (input.is(Input::Kind::enter)) co_return;
     std::u16string value = input.text;
     if (const auto index = colourNamed(value)) value = numberText(*index);
@@ -180,8 +178,9 @@ CommandRun zoom(CommandContext& context) {
     } else if (input.isKeyword(u"CENTER")) {
         const Input centre = co_await context.ask(zoomTable[3]);
         if (!centre.is(Input::Kind::point)) co_return;
-        const Input height = co_await context.ask(
-            zoomTable[4], Point2{centre.point.x, centre.point.y}, numberText(drawing.variables.real(u"VIEWSIZE")));
+        const Input height =
+            co_await context.ask(zoomTable[4], Point2{centre.point.x, centre.point.y},
+                                 numberText(drawing.variables.real(u"VIEWSIZE")));
         drawing.variables.storePoint(u"VIEWCTR", {centre.point.x, centre.point.y, 0});
         if (height.number > 0) drawing.variables.storeReal(u"VIEWSIZE", height.number);
     } else if (input.is(Input::Kind::number) && input.number > 0) {
@@ -231,8 +230,9 @@ CommandRun help(CommandContext& context) {
         context.show(u"There is no command " + name.text + u".");
         co_return;
     }
-    context.show(fromUtf8(row->name) + (*row->alias != 0 ? u" (" + fromUtf8(row->alias) + u")" : u"") +
-                 u": " + fromUtf8(row->help));
+    context.show(fromUtf8(row->name) +
+                 (*row->alias != 0 ? u" (" + fromUtf8(row->alias) + u")" : u"") + u": " +
+                 fromUtf8(row->help));
     for (const Step& step : row->steps) {
         std::u16string prompt = step.prompt;
         if (const std::size_t preset = prompt.find(u" <%>"); preset != std::u16string::npos)

@@ -342,6 +342,10 @@ HostRequest ReferenceHost::objectReply(const std::u16string& line) {
 // A piece that COMMAND sends. A backslash leaves the answer to the user.
 void ReferenceHost::takeCommandInput(const HostRequest& request) {
     Line line{request.inputText, request.mode == selectionReference};
+    if (!commandLine_.isActive() && moduleCommand_ && moduleCommand_->evaluates) {
+        refuse(u"A command that evaluates LISP cannot go on while LISP is evaluated.");
+        cancelCommand();
+    }
     const bool waits = commandLine_.isActive() || moduleCommand_;
     if (!waits) {
         if (!line.text.empty()) startCommand(line.text, true);
@@ -417,13 +421,14 @@ bool ReferenceHost::startCommand(std::u16string_view typed, bool fromLisp) {
 void ReferenceHost::startRegistered(const RegisteredCommand& command, bool fromLisp) {
     const ExportedCommand* exported = findExported(command.name);
     const bool evaluates = exported == nullptr ? !command.lispText.empty() : exported->evaluates;
-    if (fromLisp && evaluates) return refuse(command.name + u" cannot run while LISP is evaluated.");
+    if (fromLisp && evaluates)
+        return refuse(command.name + u" cannot run while LISP is evaluated.");
     if (command.lispText.empty() && exported == nullptr)
         return refuse(command.name + u" is a command that this host does not have.");
     if (exported != nullptr) {
         drawing.beginGroup();
         pointExpected_ = false;
-        callModuleCommand({exported->run, 1});
+        callModuleCommand({exported->run, 1, exported->evaluates});
         return;
     }
     drawing.beginGroup();

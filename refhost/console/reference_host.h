@@ -121,6 +121,7 @@ class ReferenceHost final : public platform::MessageWindow {
     struct ModuleCommand {
         int (*run)(int*);
         int step;
+        bool evaluates;
     };
     enum class Asked { line, cancelled, end };
 
@@ -161,7 +162,7 @@ class ReferenceHost final : public platform::MessageWindow {
     int refused_ = 0;
 
     std::optional<std::u16string> unanswered_;
-    int unansweredNow_ = 0;  // in the evaluation that runs
+    int unansweredNow_ = 0;     // in the evaluation that runs
     std::int32_t context_ = 0;  // handed out with every reply
 
     std::mutex queueGuard_;

@@ -69,7 +69,9 @@ void vmdbOpenBlockByIndex(int index, VmDbBlock*& out, int /*mode*/) {
     out = Drawing::current().openBlock(index);
 }
 
-void addLine(VmDbLine* line, HostLong) { Drawing::current().add(std::unique_ptr<VmDbObject>(line)); }
+void addLine(VmDbLine* line, HostLong) {
+    Drawing::current().add(std::unique_ptr<VmDbObject>(line));
+}
 
 void addPolyline(VmDb2DPolyline* polyline, HostLong) {
     polyline->id = Drawing::current().add(vlisp::refhost::clone(*polyline));

@@ -13,9 +13,13 @@ namespace {
 
 Drawing* theDrawing = nullptr;
 
-void assign(VmDbString& member, std::u16string_view text) { member.assign(text.data(), text.size()); }
+void assign(VmDbString& member, std::u16string_view text) {
+    member.assign(text.data(), text.size());
+}
 
-std::u16string_view viewOf(const VmDbString& text) noexcept { return {text.units(), text.length()}; }
+std::u16string_view viewOf(const VmDbString& text) noexcept {
+    return {text.units(), text.length()};
+}
 
 constexpr std::u16string_view layerZero = u"0";
 constexpr std::size_t mostSteps = 1000;
@@ -90,7 +94,7 @@ void Drawing::closed(VmDbObject& object) {
     const auto opened = std::ranges::find(openForChange_, object.id);
     if (opened == openForChange_.end()) return;
     openForChange_.erase(opened);
-    if (findLayer(viewOf(object.layerName)) == nullptr) changeLayer(viewOf(object.layerName));
+    giveLayer(object);
     changed(object.id);
 }
 
@@ -99,11 +103,18 @@ HostLong Drawing::add(std::unique_ptr<VmDbObject> object) {
     object->id = id;
     object->erased = 0;
     if (object->layerName.length() == 0) assign(object->layerName, currentLayer());
+    giveLayer(*object);
     slotOfId_.emplace(id, slotCount());
     slots_.push_back({std::move(object), nullptr});
     if (step_.touched.insert(id).second) step_.changes.push_back({id, {}});
     changed(id);
     return id;
+}
+
+// An object lies on a layer that there is.
+void Drawing::giveLayer(VmDbObject& object) {
+    if (object.layerName.length() == 0) assign(object.layerName, layerZero);
+    if (findLayer(viewOf(object.layerName)) == nullptr) changeLayer(viewOf(object.layerName));
 }
 
 std::u16string Drawing::currentLayer() const {
@@ -141,6 +152,10 @@ const std::vector<ExtendedDatum>& Drawing::extendedData(HostLong id) const noexc
 void Drawing::changed(HostLong id) {
     ++revision_;
     if (indexed_) unindexed_.push_back(id);
+    if (unindexed_.size() > slots_.size()) {  // nobody has asked for long
+        indexed_ = false;
+        unindexed_.clear();
+    }
     if (groupDepth_ == 0) closeStep();
 }
 
@@ -167,7 +182,9 @@ Box Drawing::extents() const {
 }
 
 void Drawing::refreshIndex() {
-    if (!indexed_) {
+    // Building anew is quicker than many updates.
+    if (!indexed_ || unindexed_.size() > slots_.size() / 4) {
+        unindexed_.clear();
         std::vector<std::pair<HostLong, Box>> boxes;
         boxes.reserve(slots_.size());
         for (const State& state : slots_)

@@ -167,6 +167,7 @@ class Drawing {
         std::unordered_set<HostLong> lookup;  // filled when the set has grown
     };
 
+    void giveLayer(VmDbObject& object);
     void remember(HostLong id, const State& state);
     void rememberTables();
     void changed(HostLong id);

@@ -469,6 +469,17 @@ TEST(CommandInput, WhatDoesNotAnswerIsToldAndTheQuestionStays) {
     }
 }
 
+TEST(CommandInput, LinesThatDoNotAnswerAreCounted) {
+    Typist typist;
+    typist.type("LINE|0,0|x|1,1|");
+    EXPECT_EQ(typist.line.mistakes(), 1);
+    typist.type("CIRCLE|5,5|-1");  // an answer, if a useless one
+    typist.type("ERASE|99 1|frog|1|");
+    EXPECT_EQ(typist.line.mistakes(), 3);
+    typist.type("LAYER|C|pink|");
+    EXPECT_EQ(typist.line.mistakes(), 3);
+}
+
 TEST(CommandInput, WithoutABasePointTwoPointsShowADistance) {
     Typist typist;
     questionAsked = nullptr;
@@ -1247,7 +1258,7 @@ TEST(SettingCommands, Help) {
     EXPECT_EQ(typist.dialog("HELP|c"), "Enter a command's name, or nothing for all: c\n"
                                        "CIRCLE (C): Draws a circle.\n"
                                        "  Specify center point for circle or [2P/3P]: \n"
-                                       "  Specify radius of circle or [Diameter] <%>: \n"
+                                       "  Specify radius of circle or [Diameter]: \n"
                                        "  Specify diameter of circle: \n"
                                        "  Specify first end point of circle's diameter: \n"
                                        "  Specify second end point of circle's diameter: \n"

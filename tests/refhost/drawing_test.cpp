@@ -904,6 +904,27 @@ TEST(DrawingPlaces, TheIndexAgreesWithLookingAtEverything) {
     EXPECT_GT(hits, 500U);
 }
 
+TEST(DrawingPlaces, AfterManyChangesEverythingIsFound) {
+    constexpr int count = 500;
+    Drawing drawing;
+    for (int i = 0; i < count; ++i) drawing.add(circleAt(i, 0, 0.25));
+    EXPECT_EQ(drawing.near({-1, -1, 2.5, 1}), (Ids{1, 2, 3}));
+    for (const int rounds : {1, 3}) {  // some changes for each object, and too many to remember
+        for (int round = 0; round < rounds; ++round)
+            for (HostLong id = 1; id <= count; ++id) moveTo(drawing, id, id, 100 * rounds);
+        EXPECT_EQ(drawing.near({-1, -1, 1e3, 1}), Ids{});
+        EXPECT_EQ(drawing.near({1.5, 99, 3.5, 1e3}), (Ids{2, 3}));
+    }
+    moveTo(drawing, 7, 0, 0);
+    EXPECT_EQ(drawing.near({-1, -1, 1e3, 1}), Ids{7});
+    drawing.beginGroup();
+    for (HostLong id = 1; id <= count; ++id) drawing.setErased(id, true);
+    drawing.endGroup();
+    EXPECT_EQ(drawing.near({-1e3, -1e3, 1e3, 1e3}), Ids{});
+    ASSERT_TRUE(drawing.undo());
+    EXPECT_EQ(drawing.near({-1, -1, 1e3, 1}), Ids{7});
+}
+
 TEST(DrawingPlaces, AnUpdateTakesTheOldPlaceAway) {
     SpatialIndex index;
     index.update(1, {0, 0, 1, 1});
