@@ -128,8 +128,13 @@ void InterpreterSession::LoadLispFileQuietly(ErrorBuffer& error) {
 }
 
 bool InterpreterSession::EvalString(std::u16string& buffer) {
+    Cell value;
+    return evalCell(buffer, value);
+}
+
+bool InterpreterSession::evalCell(std::u16string& buffer, Cell& value) {
     ErrorBuffer error;
-    const Cell value = evaluate(buffer, error);
+    value = evaluate(buffer, error);
     if (error.empty()) guarded(error, [&] { buffer = PrintCell(value); });
     if (error.empty()) return true;
     buffer = error.text();

@@ -64,6 +64,9 @@ class InterpreterSession {
     /// False: it holds the error text.
     bool EvalString(std::u16string& buffer);
 
+    /// The same, and `value` is the value itself.
+    bool evalCell(std::u16string& buffer, Cell& value);
+
     // The same for callers that want the value in a form of their own. Without an error `first`
     // holds that form and `second` the printed value; with one `first` holds "nil" and `second` is
     // untouched.

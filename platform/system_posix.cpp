@@ -11,6 +11,7 @@
 #include <ctime>
 #include <dlfcn.h>
 #include <exception>
+#include <fcntl.h>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -173,6 +174,9 @@ void openInEditor(WindowHandle window, const std::u16string& path) {
     if (child == 0) {
         // Unless it is waited for, the editor is nobody's child but the system's, and leaves none.
         if (!sharesTerminal && ::fork() != 0) ::_exit(0);
+        // Nor does it read what is meant for the program.
+        if (const int nothing = sharesTerminal ? -1 : ::open("/dev/null", O_RDONLY); nothing >= 0)
+            ::dup2(nothing, STDIN_FILENO);
         ::execl("/bin/sh", "sh", "-c", command.c_str(), "sh", file.c_str(),
                 static_cast<char*>(nullptr));
         ::_exit(127);

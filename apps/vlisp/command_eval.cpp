@@ -33,15 +33,26 @@ Json describe(const HostRequest& request) {
             {"messageText", platform::toUtf8(request.messageText)}};
 }
 
-// A reply record of the members that are there. Throws what the library throws for wrong types.
+// A whole number of 32 bits; 0 when it is absent. Throws for anything else.
+std::int32_t wholeNumber(const Json& members, const char* name) {
+    if (!members.contains(name)) return 0;
+    const auto value = members.at(name);
+    if (!value.is_number_integer()) throw std::invalid_argument(name);
+    const auto number = value.get<std::int64_t>();
+    const auto narrow = static_cast<std::int32_t>(number);
+    if (narrow != number) throw std::invalid_argument(name);
+    return narrow;
+}
+
+// A reply record of the members that are there. Throws for members of wrong types.
 HostRequest replyOf(const Json& members) {
     HostRequest reply;
-    reply.mode = members.value("mode", 0);
+    reply.mode = wholeNumber(members, "mode");
     reply.x = members.value("x", 0.0);
     reply.y = members.value("y", 0.0);
-    reply.count = members.value("count", 0);
-    reply.entityId = members.value("entityId", 0);
-    reply.context = members.value("context", 0);
+    reply.count = wholeNumber(members, "count");
+    reply.entityId = wholeNumber(members, "entityId");
+    reply.context = wholeNumber(members, "context");
     setField(reply.inputText, platform::fromUtf8(members.value("inputText", std::string())));
     return reply;
 }
@@ -57,6 +68,7 @@ class Evaluation {
 
     virtual void take(const std::string& line) = 0;
     virtual void show(std::u16string_view text) = 0;
+    [[nodiscard]] bool quits() const noexcept { return lisp_.host().quits(); }
 
     int finish() {
         if (!lisp_.allAnswered()) fail(exitError);
@@ -97,7 +109,7 @@ class JsonEvaluation final : public Evaluation {
   public:
     explicit JsonEvaluation(QueuedAnswers& answers) : Evaluation(answers), answers_(answers) {
         lisp_.host().onRequest = [this](const HostRequest& request) {
-            requests_.push_back(describe(request));
+            requests_ += (requests_.empty() ? "" : ",") + describe(request).dump();
         };
     }
 
@@ -121,11 +133,11 @@ class JsonEvaluation final : public Evaluation {
             } else if (object.contains("reply")) {
                 answers_.push(replyOf(object.at("reply")));
             } else if (object.contains("requests")) {
-                writeLine(Json{{"requests", std::exchange(requests_, Json::array())}}.dump());
+                writeLine("{\"requests\":[" + std::exchange(requests_, {}) + "]}");
             } else {
                 return false;
             }
-        } catch (const Json::exception&) {
+        } catch (const std::exception&) {  // of the library, or a number out of range
             fail(exitUnreadable);
             writeResult(false, "vlisp: not an answer: " + line);
         }
@@ -142,14 +154,15 @@ class JsonEvaluation final : public Evaluation {
 
     QueuedAnswers& answers_;
     Json shown_ = Json::array();
-    Json requests_ = Json::array();
+    std::string requests_;  // as JSON already: there may be very many
 };
 
 void takeAll(Evaluation& evaluation, const std::vector<std::string>& texts, LineSource& input) {
     for (const std::string& text : texts)
-        if (!signalled()) evaluation.take(text);
+        if (!signalled() && !evaluation.quits()) evaluation.take(text);
     if (!texts.empty()) return;
-    for (std::string line; input.next(line) == LineSource::Outcome::line;) evaluation.take(line);
+    for (std::string line; !evaluation.quits() && input.next(line) == LineSource::Outcome::line;)
+        evaluation.take(line);
 }
 
 }  // namespace

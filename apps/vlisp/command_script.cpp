@@ -11,13 +11,14 @@ namespace vlisp::app {
 namespace {
 
 // What still waits when the lines have ended is told, not dropped in silence.
-bool isComplete(Lisp& lisp, const std::string& open) {
-    if (!open.empty()) writeError("vlisp: a parenthesis is not closed: " + open);
+bool isComplete(Lisp& lisp, const TypedText& typed) {
+    if (!typed.isEmpty())
+        writeError("vlisp: a parenthesis is not closed: " + platform::toUtf8(typed.text()));
     const std::u16string prompt = lisp.host().prompt();
     if (!prompt.empty())
         writeError("vlisp: no answer was left for the prompt '" + platform::toUtf8(prompt) + "'");
     lisp.host().cancelCommand();
-    return open.empty() && prompt.empty();
+    return typed.isEmpty() && prompt.empty();
 }
 
 }  // namespace
@@ -30,20 +31,17 @@ int runScript(const std::string& path) {
     ScriptAnswers answers(*lines, show);
     Lisp lisp(show, answers);
     int code = exitOk;
-    std::string open;  // lines of an expression whose parentheses are not closed yet
+    TypedText typed(lisp.host());
     std::string line;
     while (!lisp.host().quits() && lines->next(line) == LineSource::Outcome::line) {
-        open += open.empty() ? line : " " + line;
-        const std::u16string text = platform::fromUtf8(open);
-        if (isLisp(lisp.host(), text) && openParentheses(text) > 0) continue;
-        open.clear();
-        std::u16string error = typeLine(lisp, text);
+        if (!typed.add(platform::fromUtf8(line))) continue;
+        std::u16string error = typeLine(lisp, typed.take());
         if (error.empty()) continue;
         code = std::max(code, exitCodeOfError(error));
         while (error.ends_with(u'\n')) error.pop_back();
         writeError(platform::toUtf8(error));
     }
-    if (!lisp.allAnswered() || (!signalled() && !isComplete(lisp, open)) ||
+    if (!lisp.allAnswered() || (!signalled() && !isComplete(lisp, typed)) ||
         lisp.host().mistakes() > 0)
         code = std::max<int>(code, exitError);
     return exitCodeOfSignals(exitCodeOfOutput(code));

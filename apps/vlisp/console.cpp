@@ -95,6 +95,12 @@ bool Lisp::evalString(std::u16string& text) {
     return succeeded;
 }
 
+bool Lisp::evalCell(std::u16string& text, Cell& value) {
+    bool succeeded = false;
+    host_.evaluate([&] { succeeded = session().evalCell(text, value); });
+    return succeeded;
+}
+
 bool Lisp::allAnswered() const {
     const auto& prompt = host_.unansweredPrompt();
     if (!prompt) return true;

@@ -62,6 +62,8 @@ class Lisp {
 
     /// Evaluates a text for the host. True: `text` holds the result; false: the error text.
     bool evalString(std::u16string& text);
+    /// The same, and `value` is the value itself.
+    bool evalCell(std::u16string& text, Cell& value);
 
     /// Tells on standard error which prompt got no answer; false when there was one.
     bool allAnswered() const;

@@ -22,10 +22,17 @@ constexpr char16_t commandPrompt[] = u"Command: ";
 constexpr char16_t continuedPrompt[] = u"    ...> ";
 
 volatile std::sig_atomic_t busy = 0;
+volatile std::sig_atomic_t ended = 0;  // the signal that ends the program
 
 // Ctrl-C ends what is evaluated, or the line or the command that waits, and nothing more.
 void onInterrupt(int /*signal*/) {
     if (busy != 0) interruption::request(interruption::Reason::cancelled);
+}
+
+// The terminal is put back in order before the program goes.
+void onEnd(int signal) {
+    ended = signal;
+    interruption::request(interruption::Reason::cancelled);
 }
 
 void addLispNames(std::set<std::string>& names) {
@@ -72,21 +79,21 @@ class CommandPrompt {
           lisp_([](std::u16string_view text) { writeLine(text); }, terminal_) {}
 
     void run() {
-        std::u16string open;  // lines of an expression whose parentheses are not closed yet
-        while (!lisp_.host().quits()) {
+        TypedText typed(lisp_.host());
+        while (!lisp_.host().quits() && ended == 0) {
             std::u16string line;
-            const auto outcome = terminal_.read(prompt(!open.empty()), false, line);
+            const auto outcome = terminal_.read(prompt(!typed.isEmpty()), false, line);
             if (outcome == refhost::Answers::Outcome::end) break;
             if (outcome == refhost::Answers::Outcome::interrupted) {
-                if (open.empty() && lisp_.host().cancelCommand()) writeLine(u"*Cancel*");
-                open.clear();
+                if (typed.isEmpty() && lisp_.host().cancelCommand()) writeLine(u"*Cancel*");
+                typed.take();
                 continue;
             }
-            open += open.empty() ? line : u" " + line;
-            if (isLisp(lisp_.host(), open) && openParentheses(open) > 0) continue;
-            if (!TrimBlanks(open).empty() && open.find_first_not_of(u' ') != std::u16string::npos)
-                terminal_.remember(platform::toUtf8(open));
-            type(std::exchange(open, {}));
+            if (!typed.add(line)) continue;
+            const std::u16string text = typed.take();
+            if (text.find_first_not_of(u' ') != std::u16string::npos)
+                terminal_.remember(platform::toUtf8(text));
+            type(text);
         }
     }
 
@@ -117,12 +124,15 @@ int promptForTexts() {
     struct sigaction action {};
     action.sa_handler = onInterrupt;
     sigaction(SIGINT, &action, nullptr);  // without SA_RESTART: reading a line is interrupted
+    action.sa_handler = onEnd;
+    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGHUP, &action, nullptr);
     std::cout
         << "Velmora LISP. ( and ! begin LISP, everything else is a command; HELP lists them.\n"
            "Tab completes names, Ctrl-C cancels, Ctrl-D or QUIT ends.\n";
     CommandPrompt().run();
     std::cout << '\n';
-    return exitCodeOfOutput(exitOk);
+    return ended != 0 ? exitSignal + ended : exitCodeOfOutput(exitOk);
 }
 
 }  // namespace vlisp::app

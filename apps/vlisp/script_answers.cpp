@@ -41,6 +41,7 @@ bool LineSource::takeLine(std::string& line) {
     line = read_.substr(begin_, end - begin_);
     begin_ = end == std::string::npos ? read_.size() : end + 1;
     if (line.ends_with('\r')) line.pop_back();
+    std::erase(line, '\0');  // it would end the line for whoever reads it as a text
     return true;
 }
 

@@ -96,6 +96,7 @@ Terminal::Outcome Terminal::read(std::u16string_view prompt, bool /*continued*/,
     }
     std::string bytes(text, static_cast<std::size_t>(count));
     while (bytes.ends_with('\n') || bytes.ends_with('\r')) bytes.pop_back();
+    std::erase(bytes, '\0');
     line = platform::fromUtf8(bytes);
     return Outcome::line;
 }

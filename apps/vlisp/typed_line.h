@@ -6,15 +6,33 @@
 
 namespace vlisp::app {
 
-/// Whether a line is LISP: it begins with "(" or "!", and what waits for it, if anything, is not a
-/// text as it is.
-bool isLisp(const refhost::ReferenceHost& host, std::u16string_view line);
+/// Lines that are typed one after the other until they make up something whole: LISP goes on until
+/// its parentheses are closed, anything else is a line. Comments are left out: what follows a ";"
+/// outside of texts in LISP, and lines that begin with one where a command could begin.
+class TypedText {
+  public:
+    explicit TypedText(const refhost::ReferenceHost& host) : host_(host) {}
 
-/// Parentheses that `text` leaves open, as the reader counts them.
-int openParentheses(std::u16string_view text);
+    /// Takes a line; true when text() is whole.
+    bool add(std::u16string_view line);
+    [[nodiscard]] bool isEmpty() const noexcept { return lines_ == 0; }
+    [[nodiscard]] const std::u16string& text() const noexcept { return text_; }
+    /// The text, and begins anew.
+    std::u16string take();
 
-/// Takes a line. LISP is evaluated and its value shown, or handed to the command that waits; the rest
-/// goes to the host. Returns the error text of the evaluation, empty for none.
+  private:
+    void addLisp(std::u16string_view line);
+
+    const refhost::ReferenceHost& host_;
+    std::u16string text_;
+    std::size_t lines_ = 0;
+    bool isLisp_ = false;
+    int depth_ = 0;
+    bool inText_ = false;
+};
+
+/// Takes what was typed. LISP is evaluated and its value shown, or handed to the command that waits;
+/// the rest goes to the host. Returns the error text of the evaluation, empty for none.
 std::u16string typeLine(Lisp& lisp, const std::u16string& line);
 
 }  // namespace vlisp::app

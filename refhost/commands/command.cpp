@@ -50,6 +50,12 @@ std::u16string wide(std::string_view ascii) { return {ascii.begin(), ascii.end()
 
 std::span<const CommandRow> commandRows() noexcept { return rows; }
 
+const CommandRow* findCommandByName(std::u16string_view name) noexcept {
+    for (const CommandRow& row : rows)
+        if (sameName(name, wide(row.name))) return &row;
+    return nullptr;
+}
+
 const CommandRow* findCommand(std::u16string_view name) noexcept {
     if (name.empty()) return nullptr;
     for (const CommandRow& row : rows)

@@ -156,6 +156,8 @@ std::span<const CommandRow> commandRows() noexcept;
 
 /// The command of this name or alias, in any case; or null.
 const CommandRow* findCommand(std::u16string_view name) noexcept;
+/// The command of this name.
+const CommandRow* findCommandByName(std::u16string_view name) noexcept;
 
 /// The words in a prompt's brackets, as they stand there.
 std::vector<std::u16string> keywordsOf(std::u16string_view prompt);

@@ -245,8 +245,13 @@ void CommandLine::start(const CommandRow& command) {
     cancel();
     context_.drawing.beginGroup();
     command_ = &command;
-    run_ = std::make_unique<CommandRun>(command.run(context_));
-    resume();
+    try {
+        run_ = std::make_unique<CommandRun>(command.run(context_));
+        resume();
+    } catch (...) {
+        end();
+        throw;
+    }
 }
 
 void CommandLine::resume() {
@@ -259,6 +264,7 @@ void CommandLine::resume() {
 }
 
 void CommandLine::end() {
+    if (command_ == nullptr) return;
     run_.reset();
     command_ = nullptr;
     selection_.reset();
@@ -300,7 +306,12 @@ void CommandLine::feed(const Line& line) {
         }
     }
     context_.input = std::move(input);
-    resume();
+    try {
+        resume();
+    } catch (...) {
+        end();
+        throw;
+    }
 }
 
 // Makes `input` of a line. False when the question stays: the line does not answer it, or only half.

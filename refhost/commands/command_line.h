@@ -29,6 +29,8 @@ class Selection {
     bool feed(const Line& line, const std::function<void(std::u16string_view)>& show);
     [[nodiscard]] std::u16string prompt() const;
     [[nodiscard]] bool empty() const noexcept { return chosen_.empty(); }
+    /// Whether a corner of a rectangle is still to come.
+    [[nodiscard]] bool isHalfway() const noexcept { return corner_ != Corner::none; }
     /// The objects, and remembers them as selected last.
     std::vector<HostLong> take();
 
@@ -59,7 +61,8 @@ class CommandLine {
         context_.registered = std::move(registered);
     }
 
-    /// Starts a command; one that waits is cancelled first.
+    /// Starts a command; one that waits is cancelled first. What a command throws, memory that is
+    /// used up, ends it and is thrown on, here and in feed().
     void start(const CommandRow& command);
     [[nodiscard]] bool isActive() const noexcept { return run_ != nullptr; }
     [[nodiscard]] const CommandRow* command() const noexcept { return command_; }
@@ -73,6 +76,11 @@ class CommandLine {
     void feed(const Line& line);
     /// Ends the command; what it has done stays.
     void cancel();
+
+    /// Whether the answer so far is a beginning: the first of two points.
+    [[nodiscard]] bool isHalfway() const noexcept {
+        return firstOfTwo_.has_value() || (selection_ && selection_->isHalfway());
+    }
 
     /// Lines so far that did not answer the question they were given to.
     [[nodiscard]] int mistakes() const noexcept { return mistakes_; }

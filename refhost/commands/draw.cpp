@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <unordered_set>
 
 namespace vlisp::refhost {
 namespace {
@@ -242,10 +243,12 @@ CommandRun circle(CommandContext& context) {
         if (!first.is(Input::Kind::point)) co_return;
         const Input second = co_await context.ask(circleTable[4], flat(first.point));
         if (!second.is(Input::Kind::point)) co_return;
-        addCircle(drawing,
-                  mmPoint((first.point.x + second.point.x) / 2,
-                          (first.point.y + second.point.y) / 2, first.point.z),
-                  std::hypot(second.point.x - first.point.x, second.point.y - first.point.y) / 2);
+        const double across =
+            std::hypot(second.point.x - first.point.x, second.point.y - first.point.y);
+        const mmPoint middle((first.point.x + second.point.x) / 2,
+                             (first.point.y + second.point.y) / 2, first.point.z);
+        if (across > 0) addCircle(drawing, middle, across / 2);
+        else context.show(u"The radius must be greater than 0.");
         co_return;
     }
     if (input.isKeyword(u"3P")) {
@@ -412,16 +415,20 @@ CommandRun insert(CommandContext& context) {
 
 namespace {
 
-// Whether inserting `object` would place block `name`, directly or through other blocks.
-bool places(const Drawing& drawing, const VmDbObject& object, std::u16string_view name, int depth) {
-    constexpr int deepest = 64;
-    const auto* reference = dynamic_cast<const VmDbBlockRef*>(&object);
-    if (reference == nullptr) return false;
-    if (depth > deepest || sameName(reference->blockName.units(), name)) return true;
-    const BlockDefinition* block = drawing.findBlock(reference->blockName.units());
-    if (block == nullptr) return false;
-    for (const VmDbObject* inner : block->view)
-        if (places(drawing, *inner, name, depth + 1)) return true;
+// Whether inserting `object` would place block `name`, directly or through other blocks. Each block is
+// looked into once.
+bool places(const Drawing& drawing, const VmDbObject& object, std::u16string_view name) {
+    std::vector<const VmDbObject*> waiting{&object};
+    std::unordered_set<const BlockDefinition*> seen;
+    while (!waiting.empty()) {
+        const auto* reference = dynamic_cast<const VmDbBlockRef*>(waiting.back());
+        waiting.pop_back();
+        if (reference == nullptr) continue;
+        if (sameName(reference->blockName.units(), name)) return true;
+        const BlockDefinition* block = drawing.findBlock(reference->blockName.units());
+        if (block != nullptr && seen.insert(block).second)
+            waiting.insert(waiting.end(), block->view.begin(), block->view.end());
+    }
     return false;
 }
 
@@ -442,7 +449,7 @@ CommandRun block(CommandContext& context) {
     if (objects.empty()) co_return;
     std::vector<std::unique_ptr<VmDbObject>> contents;
     for (const HostLong member : objects) {
-        if (places(drawing, *drawing.find(member), name.text, 0)) {
+        if (places(drawing, *drawing.find(member), name.text)) {
             context.show(u"A block cannot contain itself.");
             co_return;
         }

@@ -1,6 +1,7 @@
 // Commands that change what is drawn. See commands.h.
 #include "refhost/commands/commands.h"
 
+#include "core/interruption.h"
 #include "refhost/model/objects.h"
 
 #include <algorithm>
@@ -35,6 +36,7 @@ constexpr Step undoTable[] = {{InputKind::integer, u"Enter the number of steps t
 void transformAll(Drawing& drawing, const std::vector<HostLong>& objects,
                   const Similarity& similarity) {
     for (const HostLong id : objects) {
+        if (interruption::pending()) return;
         VmDbObject* object = drawing.open(id, true);
         transform(*object, similarity);
         object->close();
@@ -58,8 +60,10 @@ const std::span<const Step> undoSteps = undoTable;
 
 CommandRun erase(CommandContext& context) {
     const Input chosen = co_await context.ask(eraseTable[0]);
-    for (const HostLong id : context.changeable(chosen.objects))
+    for (const HostLong id : context.changeable(chosen.objects)) {
+        if (interruption::pending()) co_return;
         context.drawing.setErased(id, true);
+    }
 }
 
 CommandRun move(CommandContext& context) {
@@ -80,6 +84,7 @@ CommandRun copy(CommandContext& context) {
     const Input second = co_await context.ask(moveTable[2], flat(base.point));
     const Similarity similarity = Similarity::moved(displacement(base.point, second));
     for (const HostLong id : chosen.objects) {
+        if (interruption::pending()) co_return;
         auto twin = clone(*context.drawing.find(id));
         transform(*twin, similarity);
         const HostLong copied = context.drawing.add(std::move(twin));

@@ -1,6 +1,7 @@
 // Commands that tell about the drawing. See commands.h.
 #include "refhost/commands/commands.h"
 
+#include "core/interruption.h"
 #include "drawing/entity_fields.h"
 
 #include <algorithm>
@@ -81,7 +82,10 @@ const std::span<const Step> distSteps = distTable;
 
 CommandRun list(CommandContext& context) {
     const Input chosen = co_await context.ask(listTable[0]);
-    for (const HostLong each : chosen.objects) describe(context, *context.drawing.find(each));
+    for (const HostLong each : chosen.objects) {
+        if (interruption::pending()) co_return;
+        describe(context, *context.drawing.find(each));
+    }
 }
 
 CommandRun id(CommandContext& context) {

@@ -60,6 +60,20 @@ void setCurrentLayer(const CommandContext& context, const std::u16string& name) 
         context.show(u"There is no layer " + name + u".");
 }
 
+// Whether a layer can have this name: the variable that says which is current must hold it.
+bool canName(std::u16string_view name) {
+    constexpr std::size_t longest = 255;
+    return !name.empty() && name.size() <= longest && std::ranges::all_of(name, [](char16_t unit) {
+        return unit >= 0x20 && unit != u'"' && (unit < 0x7f || unit > 0x9f);
+    });
+}
+
+void makeLayer(const CommandContext& context, const std::u16string& name) {
+    if (name.empty() || context.drawing.findLayer(name) != nullptr) return;
+    if (canName(name)) context.drawing.changeLayer(name);
+    else context.show(u"Not a name for a layer: " + name);
+}
+
 // Several names are divided by commas.
 std::vector<std::u16string> namesIn(std::u16string_view text) {
     std::vector<std::u16string> names = SplitText(text, u",");
@@ -140,10 +154,9 @@ CommandRun layer(CommandContext& context) {
         std::u16string names = name.is(Input::Kind::text) ? name.text : std::u16string();
         if (names.empty()) names = drawing.variables.text(u"CLAYER");
         if (option.text == u"NEW") {
-            for (const std::u16string& each : namesIn(names))
-                if (!each.empty() && drawing.findLayer(each) == nullptr) drawing.changeLayer(each);
+            for (const std::u16string& each : namesIn(names)) makeLayer(context, each);
         } else if (option.text == u"MAKE") {
-            if (drawing.findLayer(names) == nullptr) drawing.changeLayer(names);
+            makeLayer(context, names);
             setCurrentLayer(context, names);
         } else if (option.text == u"SET") {
             setCurrentLayer(context, names);
@@ -226,6 +239,13 @@ CommandRun help(CommandContext& context) {
         co_return;
     }
     const CommandRow* row = findCommand(name.text);
+    if (row == nullptr && context.registered) {
+        for (const auto& [command, description] : context.registered())
+            if (sameName(command, name.text)) {
+                context.show(command + u": " + description);
+                co_return;
+            }
+    }
     if (row == nullptr) {
         context.show(u"There is no command " + name.text + u".");
         co_return;

@@ -129,11 +129,12 @@ void ReferenceHost::provideVariables() {
         return static_cast<int>(platform::tickCount() & 0x7fffffffU);
     });
     variables.provide(u"CMDNAMES", [this]() -> VariableValue {
-        return commandLine_.isActive() ? platform::fromUtf8(commandLine_.command()->name)
-                                       : std::u16string();
+        if (commandLine_.isActive()) return platform::fromUtf8(commandLine_.command()->name);
+        return moduleCommand_ ? upper(moduleCommand_->name) : std::u16string();
     });
-    variables.provide(u"CMDACTIVE",
-                      [this]() -> VariableValue { return commandLine_.isActive() ? 1 : 0; });
+    variables.provide(u"CMDACTIVE", [this]() -> VariableValue {
+        return commandLine_.isActive() || moduleCommand_ ? 1 : 0;
+    });
 }
 
 // --- Threads and messages ---
@@ -225,17 +226,30 @@ void ReferenceHost::serve(const HostRequest& request) {
     taken_.store(true, std::memory_order_release);
     HostRequest reply;
     if (copy.kind == static_cast<std::int32_t>(RequestKind::CommandInput)) {
-        takeCommandInput(copy);
+        ++commandPieces_;
+        guarded([&] { takeCommandInput(copy); });
         reply.mode = copy.mode;
         answers_->takeReply(copy, reply);
     } else if (!answers_->takeReply(copy, reply)) {
-        reply = replyTo(copy);
+        reply = cancelledReply(copy);
+        guarded([&] { reply = replyTo(copy); });
         reply.context = context_;
     }
     if (copy.kind == static_cast<std::int32_t>(RequestKind::CommandInput) && reply.context == 0)
         reply.context = context_;
     context_ = reply.context;
     VelmoraExtUIEntry(&reply);
+}
+
+// Calls `work`; where memory ends, the evaluation that runs ends, or the line that was typed.
+template <class Work> void ReferenceHost::guarded(Work work) {
+    try {
+        work();
+    } catch (const std::bad_alloc&) {
+        if (ownEvaluations_ > 0 || announced_ != ended_)
+            interruption::request(interruption::Reason::outOfMemory);
+        else evaluationError_ = messages::outOfMemory;
+    }
 }
 
 // A result is shown; an error is kept for whoever had the evaluation started.
@@ -249,6 +263,11 @@ void ReferenceHost::takeResult(std::u16string_view text) {
 // Asks for a line; false when there is none, and then the request is cancelled.
 ReferenceHost::Asked ReferenceHost::ask(const HostRequest& request, const std::u16string& prompt,
                                         bool continued, std::u16string& line) {
+    if (!typedAhead_.empty()) {
+        line = std::move(typedAhead_.front());
+        typedAhead_.pop_front();
+        return Asked::line;
+    }
     switch (answers_->read(prompt, continued, line)) {
     case Answers::Outcome::line: return Asked::line;
     case Answers::Outcome::interrupted:
@@ -322,7 +341,7 @@ HostRequest ReferenceHost::objectReply(const std::u16string& line) {
         reply.x = point->x;
         reply.y = point->y;
         id = drawing.nearest({point->x, point->y}, pickReach(drawing));
-    } else if (const auto number = numberNamedBy(line)) {
+    } else if (!line.empty() && std::ranges::all_of(line, isDigit)) {
         id = integerAtFront(line);
         if (const VmDbObject* object = drawing.findLive(id)) {
             const Point2 at = pointOn(*object);
@@ -351,15 +370,24 @@ void ReferenceHost::takeCommandInput(const HostRequest& request) {
         if (!line.text.empty()) startCommand(line.text, true);
         return;
     }
-    if (line.text == u"\\") {
+    if (line.text == u"\\") answerPause();
+    else feed(line);
+}
+
+// The user answers the question that waits: again after a mistake, and until the answer is whole.
+void ReferenceHost::answerPause() {
+    for (bool again = true; again;) {
+        const int mistakesBefore = commandLine_.mistakes();
         HostRequest asked;
         setField(asked.messageText, prompt());
-        if (ask(asked, asked.messageText, false, line.text) != Asked::line) {
+        std::u16string line;
+        if (ask(asked, asked.messageText, false, line) != Asked::line) {
             cancelCommand();
             return;
         }
+        feed({line});
+        again = commandLine_.mistakes() > mistakesBefore || commandLine_.isHalfway();
     }
-    feed(line);
 }
 
 // --- The command line ---
@@ -378,13 +406,27 @@ void ReferenceHost::feed(const Line& line) {
     else if (moduleCommand_) stepModuleCommand(line.text);
 }
 
+void ReferenceHost::answer(const Line& line) {
+    guarded([&] { feed(line); });
+}
+
 void ReferenceHost::enter(const std::u16string& line) {
     unansweredNow_ = 0;
+    guarded([&] { enterUnguarded(line); });
+    typedAhead_.clear();
+}
+
+void ReferenceHost::enterUnguarded(const std::u16string& line) {
     if (commandLine_.isActive() || moduleCommand_) return feed({line});
     std::u16string_view rest = line;
     std::u16string_view name = takeWord(rest);
     if (name.empty()) name = lastCommand_;
+    // A command of LISP asks while it is being started.
+    for (std::u16string_view words = rest, word = takeWord(words); !word.empty();
+         word = takeWord(words))
+        typedAhead_.emplace_back(word);
     if (name.empty() || !startCommand(name, false)) return;
+    typedAhead_.clear();
     // What follows on the line answers the command's questions, a word each; where a line is wanted as
     // it is, all of it.
     while (!prompt().empty() && rest.find_first_not_of(u" \t") != std::u16string_view::npos) {
@@ -403,19 +445,28 @@ void ReferenceHost::refuse(std::u16string_view why) {
 }
 
 bool ReferenceHost::startCommand(std::u16string_view typed, bool fromLisp) {
-    const std::u16string_view name = plainName(typed).empty() ? typed : plainName(typed);
-    // A name is kept before the view of it can go.
-    const std::u16string kept = upper(name);
-    if (const CommandRow* row = findCommand(kept)) {
-        commandLine_.start(*row);
-    } else if (const auto registered = commands_.find(kept); registered != commands_.end()) {
-        startRegistered(registered->second, fromLisp);
-    } else {
-        refuse(u"Unknown command " + kept + u". HELP lists all.");
+    // A full name comes first, then what programs have registered, then short names; a name as it is
+    // typed comes before the name without its marks.
+    const std::u16string asTyped = upper(typed);
+    const std::u16string plain = upper(plainName(typed));
+    const CommandRow* row = findCommandByName(asTyped);
+    const RegisteredCommand* registered = row == nullptr ? findRegistered(asTyped) : nullptr;
+    if (row == nullptr && registered == nullptr) row = findCommandByName(plain);
+    if (row == nullptr && registered == nullptr) registered = findRegistered(plain);
+    if (row == nullptr && registered == nullptr) row = findCommand(plain.empty() ? asTyped : plain);
+    if (row == nullptr && registered == nullptr) {
+        refuse(u"Unknown command " + asTyped + u". HELP lists all.");
         return false;
     }
-    if (!fromLisp) lastCommand_ = kept;
+    if (!fromLisp) lastCommand_ = asTyped;
+    if (row != nullptr) commandLine_.start(*row);
+    else startRegistered(*registered, fromLisp);
     return true;
+}
+
+const RegisteredCommand* ReferenceHost::findRegistered(const std::u16string& name) const {
+    const auto found = commands_.find(name);
+    return found == commands_.end() ? nullptr : &found->second;
 }
 
 void ReferenceHost::startRegistered(const RegisteredCommand& command, bool fromLisp) {
@@ -428,7 +479,7 @@ void ReferenceHost::startRegistered(const RegisteredCommand& command, bool fromL
     if (exported != nullptr) {
         drawing.beginGroup();
         pointExpected_ = false;
-        callModuleCommand({exported->run, 1, exported->evaluates});
+        callModuleCommand({exported->run, 1, exported->evaluates, exported->name});
         return;
     }
     drawing.beginGroup();
@@ -466,7 +517,7 @@ void ReferenceHost::callModuleCommand(ModuleCommand command) {
         moduleCommand_ = command;
         return;
     }
-    modulePrompt_.clear();
+    if (!moduleCommand_) modulePrompt_.clear();  // what it has evaluated may have left another one
     drawing.endGroup();
 }
 

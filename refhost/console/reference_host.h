@@ -67,6 +67,10 @@ class ReferenceHost final : public platform::MessageWindow {
     /// Takes a line that is not LISP: the answer that the running command waits for, or a command,
     /// whose answers may follow on the same line. An empty line repeats the last command.
     void enter(const std::u16string& line);
+    /// Answers the question that waits.
+    void answer(const Line& line);
+    /// Pieces that COMMAND has sent so far.
+    [[nodiscard]] std::uint64_t commandPieces() const noexcept { return commandPieces_; }
     /// Ends the command that waits; false when none does.
     bool cancelCommand();
     [[nodiscard]] bool quits() const noexcept { return commandLine_.quits(); }
@@ -122,6 +126,7 @@ class ReferenceHost final : public platform::MessageWindow {
         int (*run)(int*);
         int step;
         bool evaluates;
+        std::u16string_view name;
     };
     enum class Asked { line, cancelled, end };
 
@@ -139,7 +144,11 @@ class ReferenceHost final : public platform::MessageWindow {
               std::u16string& line);
     void takeCommandInput(const HostRequest& request);
 
+    void enterUnguarded(const std::u16string& line);
     void feed(const Line& line);
+    void answerPause();
+    template <class Work> void guarded(Work work);
+    [[nodiscard]] const RegisteredCommand* findRegistered(const std::u16string& name) const;
     bool startCommand(std::u16string_view name, bool fromLisp);
     void refuse(std::u16string_view why);
     void startRegistered(const RegisteredCommand& command, bool fromLisp);
@@ -159,6 +168,8 @@ class ReferenceHost final : public platform::MessageWindow {
     bool pointExpected_ = false;
     std::u16string lastCommand_;
     std::u16string evaluationError_;
+    std::uint64_t commandPieces_ = 0;
+    std::deque<std::u16string> typedAhead_;  // answers that stood behind a command of LISP
     int refused_ = 0;
 
     std::optional<std::u16string> unanswered_;

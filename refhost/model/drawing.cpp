@@ -2,6 +2,7 @@
 #include "refhost/model/drawing.h"
 
 #include "core/reader.h"
+#include "platform/system.h"
 #include "refhost/model/objects.h"
 
 #include <algorithm>
@@ -22,7 +23,9 @@ std::u16string_view viewOf(const VmDbString& text) noexcept {
 }
 
 constexpr std::u16string_view layerZero = u"0";
+// What is kept for undo: so many steps, and so many states of objects, layers and blocks in all.
 constexpr std::size_t mostSteps = 1000;
+constexpr std::size_t mostStates = 1'000'000;
 
 }  // namespace
 
@@ -38,11 +41,14 @@ Drawing::Drawing() {
     });
     variables.provide(u"EXTMIN", [this]() -> VariableValue {
         const Box box = extents();
-        return box.isEmpty() ? VariablePoint{} : VariablePoint{box.left, box.bottom, 0};
+        constexpr double far = 1e20;
+        return box.isEmpty() ? VariablePoint{far, far, far}
+                             : VariablePoint{box.left, box.bottom, 0};
     });
     variables.provide(u"EXTMAX", [this]() -> VariableValue {
         const Box box = extents();
-        return box.isEmpty() ? VariablePoint{} : VariablePoint{box.right, box.top, 0};
+        constexpr double far = -1e20;
+        return box.isEmpty() ? VariablePoint{far, far, far} : VariablePoint{box.right, box.top, 0};
     });
 }
 
@@ -99,6 +105,10 @@ void Drawing::closed(VmDbObject& object) {
 }
 
 HostLong Drawing::add(std::unique_ptr<VmDbObject> object) {
+    // An object with its place in all tables takes less than this.
+    constexpr std::size_t bytesPerObject = 512;
+    static const std::size_t mostObjects = platform::physicalMemory() / 2 / bytesPerObject;
+    if (slots_.size() >= mostObjects) throw std::bad_alloc();
     const HostLong id = nextId_++;
     object->id = id;
     object->erased = 0;
@@ -346,10 +356,13 @@ void Drawing::remember(HostLong id, const State& state) {
     if (state.extended)
         before.extended = std::make_unique<std::vector<ExtendedDatum>>(*state.extended);
     step_.changes.push_back({id, std::move(before)});
+    ++step_.stateCount;
 }
 
 void Drawing::rememberTables() {
-    if (!step_.tablesBefore) step_.tablesBefore = Tables{layers_, blocks_};
+    if (step_.tablesBefore) return;
+    step_.tablesBefore = Tables{layers_, blocks_};
+    step_.stateCount += layers_.size() + blocks_.size();
 }
 
 void Drawing::beginGroup() { ++groupDepth_; }
@@ -362,9 +375,14 @@ void Drawing::endGroup() {
 void Drawing::closeStep() {
     // What is open for change is changed until it is closed.
     if (step_.empty() || !openForChange_.empty()) return;
-    if (undoable_.size() == mostSteps) undoable_.erase(undoable_.begin());
     undoable_.push_back(std::exchange(step_, {}));
     redoable_.clear();
+    undoableStates_ += undoable_.back().states();
+    // The last step can always be undone.
+    while (undoable_.size() > 1 && (undoable_.size() > mostSteps || undoableStates_ > mostStates)) {
+        undoableStates_ -= undoable_.front().states();
+        undoable_.pop_front();
+    }
 }
 
 // Puts the states that a step holds in the place of those that stand, and keeps those: what undid
@@ -393,6 +411,7 @@ void Drawing::swapStates(Step& step) {
 bool Drawing::undo() {
     if (!step_.empty()) closeStep();
     if (undoable_.empty()) return false;
+    undoableStates_ -= undoable_.back().states();
     redoable_.push_back(std::move(undoable_.back()));
     undoable_.pop_back();
     swapStates(redoable_.back());
@@ -404,6 +423,7 @@ bool Drawing::redo() {
     if (redoable_.empty()) return false;
     undoable_.push_back(std::move(redoable_.back()));
     redoable_.pop_back();
+    undoableStates_ += undoable_.back().states();
     swapStates(undoable_.back());
     return true;
 }

@@ -161,6 +161,9 @@ class Drawing {
         std::unordered_set<HostLong> touched;
         std::optional<Tables> tablesBefore;
         [[nodiscard]] bool empty() const noexcept { return changes.empty() && !tablesBefore; }
+        /// How many states it holds. Of an object that was made there is none.
+        [[nodiscard]] std::size_t states() const noexcept { return stateCount; }
+        std::size_t stateCount = 0;
     };
     struct SelectionSet {
         std::vector<HostLong> members;
@@ -189,7 +192,8 @@ class Drawing {
 
     Step step_;
     int groupDepth_ = 0;
-    std::vector<Step> undoable_;
+    std::deque<Step> undoable_;
+    std::size_t undoableStates_ = 0;
     std::vector<Step> redoable_;
     std::uint64_t revision_ = 0;
 

@@ -769,7 +769,7 @@ TEST(DrawingPlaces, ExtentsFollowWhatLives) {
 
 TEST(DrawingPlaces, ProgramsReadTheExtents) {
     Drawing drawing;
-    EXPECT_EQ(drawing.variables.point(u"EXTMIN"), (VariablePoint{0, 0, 0}));
+    EXPECT_EQ(drawing.variables.point(u"EXTMIN"), (VariablePoint{1e20, 1e20, 1e20}));
     drawing.add(lineFrom(1, 2, 10, 5));
     EXPECT_EQ(drawing.variables.point(u"EXTMIN"), (VariablePoint{1, 2, 0}));
     EXPECT_EQ(drawing.variables.point(u"EXTMAX"), (VariablePoint{10, 5, 0}));
