@@ -417,7 +417,14 @@ void ReferenceHost::enter(const std::u16string& line) {
 }
 
 void ReferenceHost::enterUnguarded(const std::u16string& line) {
-    if (commandLine_.isActive() || moduleCommand_) return feed({line});
+    if (commandLine_.isActive() || moduleCommand_) {
+        // A name may have blanks in it; whoever waits for one, or for a text, gets the line.
+        const bool isName = commandLine_.isActive() && commandLine_.wanted() == InputKind::word;
+        const bool isEmpty = line.find_first_not_of(u" \t") == std::u16string::npos;
+        if (isName || isEmpty || wantsPlainText()) feed({line});
+        else feedWords(line);
+        return;
+    }
     std::u16string_view rest = line;
     std::u16string_view name = takeWord(rest);
     if (name.empty()) name = lastCommand_;
@@ -427,11 +434,16 @@ void ReferenceHost::enterUnguarded(const std::u16string& line) {
         typedAhead_.emplace_back(word);
     if (name.empty() || !startCommand(name, false)) return;
     typedAhead_.clear();
-    // What follows on the line answers the command's questions, a word each; where a line is wanted as
-    // it is, all of it.
+    feedWords(rest);
+}
+
+// What stands on a line answers the questions that wait, a word each; where a line is wanted as it is,
+// all of it.
+void ReferenceHost::feedWords(std::u16string_view rest) {
     while (!prompt().empty() && rest.find_first_not_of(u" \t") != std::u16string_view::npos) {
         if (wantsPlainText()) {
-            rest.remove_prefix(rest.find_first_not_of(u" \t"));
+            if (rest.front() == u' ')
+                rest.remove_prefix(1);  // what divides it from the word before
             feed({std::u16string(rest)});
             return;
         }

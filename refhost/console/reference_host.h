@@ -145,6 +145,7 @@ class ReferenceHost final : public platform::MessageWindow {
     void takeCommandInput(const HostRequest& request);
 
     void enterUnguarded(const std::u16string& line);
+    void feedWords(std::u16string_view rest);
     void feed(const Line& line);
     void answerPause();
     template <class Work> void guarded(Work work);
