@@ -442,8 +442,7 @@ void ReferenceHost::enterUnguarded(const std::u16string& line) {
 void ReferenceHost::feedWords(std::u16string_view rest) {
     while (!prompt().empty() && rest.find_first_not_of(u" \t") != std::u16string_view::npos) {
         if (wantsPlainText()) {
-            if (rest.front() == u' ')
-                rest.remove_prefix(1);  // what divides it from the word before
+            rest.remove_prefix(rest.find_first_not_of(u" \t"));
             feed({std::u16string(rest)});
             return;
         }
