@@ -365,11 +365,33 @@ void Drawing::rememberTables() {
     step_.stateCount += layers_.size() + blocks_.size();
 }
 
-void Drawing::beginGroup() { ++groupDepth_; }
+Drawing::Properties Drawing::properties() const {
+    return {variables.text(u"CLAYER"), variables.text(u"CECOLOR"), variables.text(u"CELTYPE"),
+            variables.integer(u"CELWEIGHT")};
+}
+
+void Drawing::setProperties(const Properties& properties) {
+    variables.storeText(u"CLAYER", properties.layer);
+    variables.storeText(u"CECOLOR", properties.colour);
+    variables.storeText(u"CELTYPE", properties.lineType);
+    variables.storeInt(u"CELWEIGHT", properties.lineweight);
+}
+
+// Variables tell nobody when they change: those of a group are compared with what they were.
+void Drawing::rememberProperties() {
+    if (properties() != propertiesAtBegin_) step_.propertiesBefore = propertiesAtBegin_;
+    propertiesAtBegin_ = properties();
+}
+
+void Drawing::beginGroup() {
+    if (groupDepth_++ == 0) propertiesAtBegin_ = properties();
+}
 
 void Drawing::endGroup() {
     assert(groupDepth_ > 0 && "a group that was not begun");
-    if (--groupDepth_ == 0) closeStep();
+    if (--groupDepth_ > 0) return;
+    rememberProperties();
+    closeStep();
 }
 
 void Drawing::closeStep() {
@@ -388,13 +410,14 @@ void Drawing::closeStep() {
 // Puts the states that a step holds in the place of those that stand, and keeps those: what undid
 // the step redoes it.
 void Drawing::swapStates(Step& step) {
+    const Properties now = properties();
     for (Change& change : step.changes) {
-        State& now = slots_[static_cast<std::size_t>(slotOf(change.id))];
+        State& state = slots_[static_cast<std::size_t>(slotOf(change.id))];
         if (!change.before.object) {  // before it was made it was not there
-            change.before.object = clone(*now.object);
+            change.before.object = clone(*state.object);
             change.before.object->erased = 1;
         }
-        std::swap(now, change.before);
+        std::swap(state, change.before);
         if (indexed_) unindexed_.push_back(change.id);
     }
     if (step.tablesBefore) {
@@ -405,10 +428,16 @@ void Drawing::swapStates(Step& step) {
         if (findLayer(variables.text(u"CLAYER")) == nullptr)
             variables.storeText(u"CLAYER", layerZero);
     }
+    if (step.propertiesBefore) {
+        setProperties(*step.propertiesBefore);
+        step.propertiesBefore = now;
+    }
+    propertiesAtBegin_ = properties();
     ++revision_;
 }
 
 bool Drawing::undo() {
+    if (groupDepth_ > 0) rememberProperties();
     if (!step_.empty()) closeStep();
     if (undoable_.empty()) return false;
     undoableStates_ -= undoable_.back().states();
@@ -419,6 +448,7 @@ bool Drawing::undo() {
 }
 
 bool Drawing::redo() {
+    if (groupDepth_ > 0) rememberProperties();
     if (!step_.empty()) closeStep();
     if (redoable_.empty()) return false;
     undoable_.push_back(std::move(redoable_.back()));

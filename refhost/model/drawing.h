@@ -156,11 +156,20 @@ class Drawing {
         std::vector<Layer> layers;
         std::vector<std::shared_ptr<BlockDefinition>> blocks;
     };
+    /// What is drawn next is drawn with these: the variables of their names.
+    struct Properties {
+        std::u16string layer, colour, lineType;
+        int lineweight = 0;
+        bool operator==(const Properties&) const = default;
+    };
     struct Step {
         std::vector<Change> changes;
         std::unordered_set<HostLong> touched;
         std::optional<Tables> tablesBefore;
-        [[nodiscard]] bool empty() const noexcept { return changes.empty() && !tablesBefore; }
+        std::optional<Properties> propertiesBefore;
+        [[nodiscard]] bool empty() const noexcept {
+            return changes.empty() && !tablesBefore && !propertiesBefore;
+        }
         /// How many states it holds. Of an object that was made there is none.
         [[nodiscard]] std::size_t states() const noexcept { return stateCount; }
         std::size_t stateCount = 0;
@@ -173,6 +182,9 @@ class Drawing {
     void giveLayer(VmDbObject& object);
     void remember(HostLong id, const State& state);
     void rememberTables();
+    void rememberProperties();
+    [[nodiscard]] Properties properties() const;
+    void setProperties(const Properties& properties);
     void changed(HostLong id);
     void closeStep();
     void swapStates(Step& step);
@@ -191,6 +203,7 @@ class Drawing {
     std::deque<SelectionSet> sets_;
 
     Step step_;
+    Properties propertiesAtBegin_;
     int groupDepth_ = 0;
     std::deque<Step> undoable_;
     std::size_t undoableStates_ = 0;

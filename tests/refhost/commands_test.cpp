@@ -1253,6 +1253,31 @@ TEST(SettingCommands, Variables) {
     EXPECT_NE(std::ranges::find(listed, "CECOLOR = \"BYLAYER\""), listed.end());
 }
 
+TEST(SettingCommands, WhatIsDrawnWithIsUndoneToo) {
+    Typist typist;
+    Drawing& drawing = typist.drawing;
+    typist.type("LAYER|M|A|");
+    typist.type("COLOR|1");
+    drawing.beginGroup();
+    EXPECT_TRUE(drawing.variables.setInt(u"CELWEIGHT", 50));
+    drawing.endGroup();
+    ASSERT_TRUE(drawing.undo());
+    EXPECT_EQ(drawing.variables.integer(u"CELWEIGHT"), -1);
+    EXPECT_EQ(drawing.variables.text(u"CECOLOR"), u"1");
+    ASSERT_TRUE(drawing.undo());
+    EXPECT_EQ(drawing.variables.text(u"CECOLOR"), u"BYLAYER");
+    EXPECT_EQ(drawing.variables.text(u"CLAYER"), u"A");
+    ASSERT_TRUE(drawing.undo());
+    EXPECT_EQ(drawing.variables.text(u"CLAYER"), u"0");
+    EXPECT_FALSE(drawing.undo());
+    ASSERT_TRUE(drawing.redo());
+    EXPECT_EQ(drawing.variables.text(u"CLAYER"), u"A");
+    ASSERT_TRUE(drawing.redo());
+    ASSERT_TRUE(drawing.redo());
+    EXPECT_EQ(drawing.variables.integer(u"CELWEIGHT"), 50);
+    EXPECT_FALSE(drawing.redo());
+}
+
 TEST(SettingCommands, Help) {
     Typist typist;
     EXPECT_EQ(typist.dialog("HELP|c"), "Enter a command's name, or nothing for all: c\n"
