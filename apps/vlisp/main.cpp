@@ -58,7 +58,8 @@ void describeCommands(CLI::App& app, Arguments& arguments) {
         ->type_name("");
     check->add_flag("--json", arguments.checkJson, "Print the warnings as JSON");
 
-    CLI::App* help = app.add_subcommand("help", "Explain a command or a LISP name");
+    CLI::App* help =
+        app.add_subcommand("help", "Explain a command of vlisp, a LISP name or a drawing command");
     help->add_option(
             "NAME", arguments.topic,
             "A command of vlisp, a LISP name such as CAR, or a drawing command such as LINE")
