@@ -320,9 +320,13 @@ Cell MakeAtom(std::u16string_view token) {
         if (token.size() < 2) return Cell::string(std::u16string_view());
         return Cell::string(token.substr(1, token.size() - 2));
     }
-    std::u16string name(token);
-    std::transform(name.begin(), name.end(), name.begin(), upperCase);
-    return Cell::symbol(name);
+    return Cell::symbol(upperCased(token));
+}
+
+std::u16string upperCased(std::u16string_view text) {
+    std::u16string upper(text);
+    std::ranges::transform(upper, upper.begin(), upperCase);
+    return upper;
 }
 
 std::vector<std::u16string> SplitText(std::u16string_view text, std::u16string_view delimiter) {

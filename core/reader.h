@@ -117,6 +117,7 @@ std::u16string_view TrimBlanks(std::u16string_view text);
 [[nodiscard]] constexpr char16_t upperCase(char16_t unit) noexcept {
     return unit >= u'a' && unit <= u'z' ? static_cast<char16_t>(unit - 32) : unit;
 }
+[[nodiscard]] std::u16string upperCased(std::u16string_view text);
 [[nodiscard]] constexpr char16_t lowerCase(char16_t unit) noexcept {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + 32) : unit;
 }

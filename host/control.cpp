@@ -10,8 +10,6 @@
 #include "host/typed_text.h"
 #include "platform/system.h"
 
-#include <algorithm>
-
 namespace vlisp {
 namespace {
 
@@ -75,9 +73,7 @@ Cell command(Arguments arguments) {
         send(request, {word, {}});
         return NilCell;
     }
-    std::u16string name(arguments[0].text());
-    std::ranges::transform(name, name.begin(), upperCase);
-    send(request, {word, std::move(name)});
+    send(request, {word, upperCased(arguments[0].text())});
     for (const Cell& argument : arguments.subspan(1)) {
         if (interruption::pending()) return NilCell;
         send(request, pieceOf(argument));

@@ -165,6 +165,9 @@ std::vector<std::u16string> keywordsOf(std::u16string_view prompt);
 /// The reference pages of all commands as Markdown.
 std::string commandsAsMarkdown();
 
+/// A point seen from above.
+[[nodiscard]] inline Point2 flat(const mmPoint& point) noexcept { return {point.x, point.y}; }
+
 // Numbers as commands show them: up to eight decimals, no trailing zeros; a point with commas.
 std::u16string numberText(double value);
 std::u16string pointText(const mmPoint& point);

@@ -13,12 +13,6 @@ namespace {
 
 constexpr std::size_t npos = std::u16string_view::npos;
 
-std::u16string upper(std::u16string_view text) {
-    std::u16string result(text);
-    std::ranges::transform(result, result.begin(), upperCase);
-    return result;
-}
-
 std::u16string_view trimmed(std::u16string_view text) {
     const std::size_t first = text.find_first_not_of(u" \t");
     if (first == npos) return {};
@@ -37,7 +31,7 @@ bool meansKeyword(std::u16string_view typed, std::u16string_view keyword) {
 
 std::optional<std::u16string> keywordIn(std::u16string_view prompt, std::u16string_view typed) {
     for (const std::u16string& keyword : keywordsOf(prompt))
-        if (meansKeyword(typed, keyword)) return upper(keyword);
+        if (meansKeyword(typed, keyword)) return upperCased(keyword);
     return std::nullopt;
 }
 

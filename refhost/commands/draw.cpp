@@ -14,8 +14,6 @@ namespace {
 
 constexpr double degreesPerRadian = 180 / std::numbers::pi;
 
-Point2 flat(const mmPoint& point) { return {point.x, point.y}; }
-
 // An angle in radians, brought to 0 to 2 pi.
 double wholeTurn(double angle) {
     constexpr double turn = 2 * std::numbers::pi;

@@ -9,8 +9,6 @@
 namespace vlisp::refhost {
 namespace {
 
-Point2 flat(const mmPoint& point) { return {point.x, point.y}; }
-
 constexpr Step eraseTable[] = {{InputKind::selection, u"Select objects: "}};
 
 constexpr Step moveTable[] = {

@@ -98,7 +98,7 @@ CommandRun id(CommandContext& context) {
 CommandRun dist(CommandContext& context) {
     const Input first = co_await context.ask(distTable[0]);
     if (!first.is(Input::Kind::point)) co_return;
-    const Input second = co_await context.ask(distTable[1], Point2{first.point.x, first.point.y});
+    const Input second = co_await context.ask(distTable[1], flat(first.point));
     if (!second.is(Input::Kind::point)) co_return;
     const double dx = second.point.x - first.point.x;
     const double dy = second.point.y - first.point.y;

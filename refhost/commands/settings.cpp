@@ -185,15 +185,14 @@ CommandRun zoom(CommandContext& context) {
         const Input second = co_await context.ask(zoomTable[2]);
         if (!first.is(Input::Kind::point) || !second.is(Input::Kind::point)) co_return;
         Box box;
-        box.add(Point2{first.point.x, first.point.y});
-        box.add(Point2{second.point.x, second.point.y});
+        box.add(flat(first.point));
+        box.add(flat(second.point));
         showView(context, box);
     } else if (input.isKeyword(u"CENTER")) {
         const Input centre = co_await context.ask(zoomTable[3]);
         if (!centre.is(Input::Kind::point)) co_return;
-        const Input height =
-            co_await context.ask(zoomTable[4], Point2{centre.point.x, centre.point.y},
-                                 numberText(drawing.variables.real(u"VIEWSIZE")));
+        const Input height = co_await context.ask(zoomTable[4], flat(centre.point),
+                                                  numberText(drawing.variables.real(u"VIEWSIZE")));
         drawing.variables.storePoint(u"VIEWCTR", {centre.point.x, centre.point.y, 0});
         if (height.number > 0) drawing.variables.storeReal(u"VIEWSIZE", height.number);
     } else if (input.is(Input::Kind::number) && input.number > 0) {

@@ -45,12 +45,6 @@ const ExportedCommand* findExported(std::u16string_view name) {
     return nullptr;
 }
 
-std::u16string upper(std::u16string_view text) {
-    std::u16string result(text);
-    std::ranges::transform(result, result.begin(), upperCase);
-    return result;
-}
-
 // A name without the marks that programs put in front of it: _ for its English name, . for the
 // host's own command, - for the one without a dialog.
 std::u16string_view plainName(std::u16string_view name) {
@@ -130,7 +124,7 @@ void ReferenceHost::provideVariables() {
     });
     variables.provide(u"CMDNAMES", [this]() -> VariableValue {
         if (commandLine_.isActive()) return platform::fromUtf8(commandLine_.command()->name);
-        return moduleCommand_ ? upper(moduleCommand_->name) : std::u16string();
+        return moduleCommand_ ? upperCased(moduleCommand_->name) : std::u16string();
     });
     variables.provide(u"CMDACTIVE", [this]() -> VariableValue {
         return commandLine_.isActive() || moduleCommand_ ? 1 : 0;
@@ -246,6 +240,7 @@ template <class Work> void ReferenceHost::guarded(Work work) {
     try {
         work();
     } catch (const std::bad_alloc&) {
+        reserve_.reset();
         if (ownEvaluations_ > 0 || announced_ != ended_)
             interruption::request(interruption::Reason::outOfMemory);
         else evaluationError_ = messages::outOfMemory;
@@ -458,8 +453,8 @@ void ReferenceHost::refuse(std::u16string_view why) {
 bool ReferenceHost::startCommand(std::u16string_view typed, bool fromLisp) {
     // A full name comes first, then what programs have registered, then short names; a name as it is
     // typed comes before the name without its marks.
-    const std::u16string asTyped = upper(typed);
-    const std::u16string plain = upper(plainName(typed));
+    const std::u16string asTyped = upperCased(typed);
+    const std::u16string plain = upperCased(plainName(typed));
     const CommandRow* row = findCommandByName(asTyped);
     const RegisteredCommand* registered = row == nullptr ? findRegistered(asTyped) : nullptr;
     if (row == nullptr && registered == nullptr) row = findCommandByName(plain);
@@ -582,8 +577,8 @@ bool ReferenceHost::chooseFile(const platform::FileDialog& /*dialog*/, char16_t*
 void ReferenceHost::addCommand(RegisteredCommand command) {
     const std::lock_guard lock(showing_);
     // A menu's button names a command that is there already.
-    if (command.lispText.empty() && commands_.contains(upper(command.name))) return;
-    commands_.insert_or_assign(upper(command.name), std::move(command));
+    if (command.lispText.empty() && commands_.contains(upperCased(command.name))) return;
+    commands_.insert_or_assign(upperCased(command.name), std::move(command));
 }
 
 }  // namespace vlisp::refhost

@@ -169,6 +169,9 @@ class ReferenceHost final : public platform::MessageWindow {
     bool pointExpected_ = false;
     std::u16string lastCommand_;
     std::u16string evaluationError_;
+    /// Given back when memory has ended, so that it can be told.
+    static constexpr std::size_t reserveBytes = std::size_t{8} << 20;
+    std::unique_ptr<char[]> reserve_ = std::make_unique_for_overwrite<char[]>(reserveBytes);
     std::uint64_t commandPieces_ = 0;
     std::deque<std::u16string> typedAhead_;  // answers that stood behind a command of LISP
     int refused_ = 0;

@@ -160,7 +160,6 @@ const std::vector<ExtendedDatum>& Drawing::extendedData(HostLong id) const noexc
 }
 
 void Drawing::changed(HostLong id) {
-    ++revision_;
     if (indexed_) unindexed_.push_back(id);
     if (unindexed_.size() > slots_.size()) {  // nobody has asked for long
         indexed_ = false;
@@ -246,7 +245,6 @@ const Layer* Drawing::findLayer(std::u16string_view name) const noexcept {
 
 Layer& Drawing::changeLayer(std::u16string_view name) {
     rememberTables();
-    ++revision_;
     if (const auto layer = layerNamed(name); layer != layers_.end()) return *layer;
     layers_.push_back({std::u16string(name)});
     return layers_.back();
@@ -273,7 +271,6 @@ const BlockDefinition* Drawing::findBlock(std::u16string_view name) const noexce
 void Drawing::defineBlock(std::u16string_view name, Point2 base,
                           std::vector<std::unique_ptr<VmDbObject>> contents) {
     rememberTables();
-    ++revision_;
     indexed_ = false;  // placed blocks may lie elsewhere now
     unindexed_.clear();
     auto block = std::make_shared<BlockDefinition>();
@@ -433,7 +430,6 @@ void Drawing::swapStates(Step& step) {
         step.propertiesBefore = now;
     }
     propertiesAtBegin_ = properties();
-    ++revision_;
 }
 
 bool Drawing::undo() {

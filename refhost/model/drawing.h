@@ -140,9 +140,6 @@ class Drawing {
 
     Variables variables;
 
-    /// Grows with every change of an object or a table.
-    [[nodiscard]] std::uint64_t revision() const noexcept { return revision_; }
-
   private:
     struct State {
         std::unique_ptr<VmDbObject> object;
@@ -208,7 +205,6 @@ class Drawing {
     std::deque<Step> undoable_;
     std::size_t undoableStates_ = 0;
     std::vector<Step> redoable_;
-    std::uint64_t revision_ = 0;
 
     SpatialIndex index_;
     bool indexed_ = false;

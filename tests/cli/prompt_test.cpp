@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace {
@@ -64,6 +65,14 @@ class Terminal {
 
     [[nodiscard]] bool hasShown(const std::string& text) const {
         return screen_.find(text) != std::string::npos;
+    }
+
+    void send(int signal) const { ::kill(child_, signal); }
+
+    // Whether what is typed is shown by the terminal itself, as before a program took it over.
+    bool echoes() const {
+        termios modes{};
+        return ::tcgetattr(terminal_, &modes) == 0 && (modes.c_lflag & ECHO) != 0;
     }
 
     // Waits for the program's end; its exit code.
@@ -353,6 +362,16 @@ TEST_F(Prompt, CompletesCommandsLayersBlocksVariablesAndKeywords) {
     ASSERT_TRUE(terminal.sees("AD"));
     terminal.type("\")\r");
     ASSERT_TRUE(terminal.sees("\r\n1.000\r\n"));
+}
+
+TEST_F(Prompt, ASignalThatEndsItLeavesTheTerminalInOrder) {
+    Terminal terminal(home);
+    ASSERT_TRUE(terminal.sees(ready));
+    ::usleep(300'000);
+    EXPECT_FALSE(terminal.echoes());
+    terminal.send(SIGTERM);
+    EXPECT_EQ(terminal.exitCode(), 128 + SIGTERM);
+    EXPECT_TRUE(terminal.echoes());
 }
 
 TEST_F(Prompt, ACommandThatLispDefinesIsTypedByItsName) {

@@ -220,26 +220,6 @@ TEST(DrawingObjects, AnErasedObjectOpens) {
     EXPECT_EQ(drawing.openCount(), 0);
 }
 
-TEST(DrawingObjects, RevisionGrowsWithChangesOnly) {
-    Drawing drawing;
-    const HostLong id = drawing.add(lineFrom(0, 0, 1, 0));
-    std::uint64_t before = drawing.revision();
-    drawing.open(id, false)->close();
-    drawing.near({0, 0, 1, 1});
-    EXPECT_EQ(drawing.revision(), before);
-    const auto grows = [&](const char* what, const auto& change) {
-        change();
-        EXPECT_GT(drawing.revision(), before) << what;
-        before = drawing.revision();
-    };
-    grows("open for change", [&] { drawing.open(id, true)->close(); });
-    grows("layer", [&] { drawing.changeLayer(u"A"); });
-    grows("block", [&] { drawing.defineBlock(u"B", {0, 0}, oneLine(0, 0, 1, 1)); });
-    grows("data", [&] { drawing.attach(id, {u"a", 1}); });
-    grows("undo", [&] { drawing.undo(); });
-    grows("redo", [&] { drawing.redo(); });
-}
-
 // --- Undo ---
 
 TEST(DrawingUndo, OutsideAGroupEachChangeIsAStep) {
