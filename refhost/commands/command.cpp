@@ -73,7 +73,7 @@ std::vector<std::u16string> keywordsOf(std::u16string_view prompt) {
 std::vector<HostLong> CommandContext::changeable(const std::vector<HostLong>& objects) {
     std::vector<HostLong> free;
     for (const HostLong id : objects)
-        if (const VmDbObject* object = drawing.findLive(id);
+        if (const ObjectView object = drawing.findLive(id);
             object != nullptr && !drawing.isLocked(*object))
             free.push_back(id);
     if (const std::size_t locked = objects.size() - free.size(); locked > 0)

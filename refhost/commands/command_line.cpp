@@ -126,7 +126,7 @@ bool Selection::feed(const Line& line, const std::function<void(std::u16string_v
         const auto* members = drawing_->members(integerAtFront(line.text));
         if (members != nullptr)
             for (const HostLong id : *members)
-                if (drawing_->findLive(id) != nullptr) pick(id);
+                if (drawing_->isLive(id)) pick(id);
         return false;
     }
     std::u16string_view rest = trimmed(line.text);
@@ -154,7 +154,7 @@ bool Selection::feedWord(std::u16string_view word, std::u16string& problem) {
     const auto keyword = keywordIn(u"[ALL/Last/Previous/Window/Crossing/Add/Remove]", word);
     if (keyword == u"ALL") {
         for (int slot = 0; slot < drawing_->slotCount(); ++slot) {
-            const VmDbObject* object = drawing_->at(slot);
+            const ObjectView object = drawing_->at(slot);
             if (object == nullptr || object->erased != 0 || drawing_->isLocked(*object)) continue;
             pick(object->id);
         }
@@ -162,7 +162,7 @@ bool Selection::feedWord(std::u16string_view word, std::u16string& problem) {
     }
     if (keyword == u"LAST") {
         for (int slot = drawing_->slotCount() - 1; slot >= 0; --slot) {
-            const VmDbObject* object = drawing_->at(slot);
+            const ObjectView object = drawing_->at(slot);
             if (object == nullptr || object->erased != 0) continue;
             pick(object->id);
             return true;
@@ -172,7 +172,7 @@ bool Selection::feedWord(std::u16string_view word, std::u16string& problem) {
     }
     if (keyword == u"PREVIOUS") {
         for (const HostLong id : drawing_->selected)
-            if (drawing_->findLive(id) != nullptr) pick(id);
+            if (drawing_->isLive(id)) pick(id);
         return true;
     }
     if (keyword == u"WINDOW" || keyword == u"CROSSING") {
@@ -186,7 +186,7 @@ bool Selection::feedWord(std::u16string_view word, std::u16string& problem) {
     }
     if (std::ranges::all_of(word, isDigit)) {
         const HostLong id = integerAtFront(word);
-        if (drawing_->findLive(id) == nullptr)
+        if (!drawing_->isLive(id))
             problem = u"No object has the id " + std::u16string(word);
         else pick(id);
         return true;
@@ -214,8 +214,8 @@ bool Selection::feedCorner(std::u16string_view word) {
                   std::max(first_.x, point->x), std::max(first_.y, point->y)};
     const BlockLookup lookup = drawing_->blockLookup();
     for (const HostLong id : drawing_->near(box)) {
-        const VmDbObject& object = *drawing_->find(id);
-        if (crossing_ ? crosses(object, box, lookup) : inside(object, box, lookup)) pick(id);
+        const ObjectView object = drawing_->find(id);
+        if (crossing_ ? crosses(*object, box, lookup) : inside(*object, box, lookup)) pick(id);
     }
     return true;
 }

@@ -425,7 +425,7 @@ bool places(const Drawing& drawing, const VmDbObject& object, std::u16string_vie
         if (sameName(reference->blockName.units(), name)) return true;
         const BlockDefinition* block = drawing.findBlock(reference->blockName.units());
         if (block != nullptr && seen.insert(block).second)
-            waiting.insert(waiting.end(), block->view.begin(), block->view.end());
+            waiting.insert(waiting.end(), block->view().begin(), block->view().end());
     }
     return false;
 }

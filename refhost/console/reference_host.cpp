@@ -338,7 +338,7 @@ HostRequest ReferenceHost::objectReply(const std::u16string& line) {
         id = drawing.nearest({point->x, point->y}, pickReach(drawing));
     } else if (!line.empty() && std::ranges::all_of(line, isDigit)) {
         id = integerAtFront(line);
-        if (const VmDbObject* object = drawing.findLive(id)) {
+        if (const ObjectView object = drawing.findLive(id)) {
             const Point2 at = pointOn(*object);
             reply.x = at.x;
             reply.y = at.y;

@@ -1,13 +1,13 @@
 // The drawing. See drawing.h.
 #include "refhost/model/drawing.h"
 
-#include "core/reader.h"
 #include "platform/system.h"
 #include "refhost/model/objects.h"
 
 #include <algorithm>
 #include <cassert>
 #include <limits>
+#include <numeric>
 
 namespace vlisp::refhost {
 namespace {
@@ -29,8 +29,22 @@ constexpr std::size_t mostStates = 1'000'000;
 
 }  // namespace
 
-bool sameName(std::u16string_view a, std::u16string_view b) noexcept {
-    return std::ranges::equal(a, b, {}, upperCase, upperCase);
+ObjectSource::~ObjectSource() = default;
+
+BlockDefinition::BlockDefinition(Contents contents) : contents_(std::move(contents)) {
+    for (const auto& object : contents_) view_.push_back(object.get());
+}
+
+BlockDefinition::BlockDefinition(std::function<Contents()> load, int place)
+    : load_(std::move(load)), place_(place) {}
+
+const std::vector<const VmDbObject*>& BlockDefinition::view() const {
+    if (load_) {
+        contents_ = load_();
+        load_ = nullptr;
+        for (const auto& object : contents_) view_.push_back(object.get());
+    }
+    return view_;
 }
 
 Drawing::Drawing() {
@@ -61,41 +75,131 @@ Drawing& Drawing::current() noexcept {
     return *theDrawing;
 }
 
+void Drawing::load(DrawingContents contents) {
+    assert(openCount_ == 0 && "an object is open");
+    forgetHistory();
+    slots_.clear();
+    slots_.shrink_to_fit();
+    slots_.reserve(contents.ids.size());
+    for (const HostLong id : contents.ids) slots_.push_back({{}, id});
+    source_ = std::move(contents.source);
+    sourceCount_ = slots_.size();
+    byId_.clear();
+    if (!std::ranges::is_sorted(slots_, {}, &Slot::id)) {
+        byId_.resize(sourceCount_);
+        std::iota(byId_.begin(), byId_.end(), 0);
+        std::ranges::sort(byId_, {},
+                          [this](int slot) { return slots_[static_cast<std::size_t>(slot)].id; });
+    }
+    nextId_ = contents.nextId;
+    made_ = {};
+
+    layers_ = std::move(contents.layers);
+    layerIndex_.tableChanged();
+    if (findLayer(layerZero) == nullptr)
+        layers_.insert(layers_.begin(), {std::u16string(layerZero)});
+    layerIndex_.tableChanged();
+    blocks_ = std::move(contents.blocks);
+    blockIndex_.tableChanged();
+    for (SelectionSet& set : sets_) set = {};
+    selected.clear();
+    variables.resetDrawing();
+    propertiesAtBegin_ = properties();
+    indexed_ = false;
+    unindexed_.clear();
+    ++changeCount_;
+}
+
+void Drawing::forgetHistory() {
+    step_ = {};
+    undoable_.clear();
+    redoable_.clear();
+    undoableStates_ = 0;
+}
+
 // --- Objects ---
 
 int Drawing::slotOf(HostLong id) const noexcept {
-    const auto found = slotOfId_.find(id);
-    return found == slotOfId_.end() ? -1 : found->second;
+    // Ids count upwards behind those of the file.
+    const auto idAt = [this](int slot) { return slots_[static_cast<std::size_t>(slot)].id; };
+    const auto fileEnd = slots_.begin() + static_cast<std::ptrdiff_t>(sourceCount_);
+    if (sourceCount_ == slots_.size() || id < fileEnd->id) {
+        if (!byId_.empty()) {
+            const auto found = std::ranges::lower_bound(byId_, id, {}, idAt);
+            return found != byId_.end() && idAt(*found) == id ? *found : -1;
+        }
+        const auto found = std::ranges::lower_bound(slots_.begin(), fileEnd, id, {}, &Slot::id);
+        return found != fileEnd && found->id == id ? static_cast<int>(found - slots_.begin()) : -1;
+    }
+    const auto found = std::ranges::lower_bound(fileEnd, slots_.end(), id, {}, &Slot::id);
+    return found != slots_.end() && found->id == id ? static_cast<int>(found - slots_.begin()) : -1;
 }
 
-const VmDbObject* Drawing::at(int slot) const noexcept {
+// The object of a slot; made when the drawing does not keep it.
+std::shared_ptr<VmDbObject> Drawing::made(int slot) const {
     if (slot < 0 || slot >= slotCount()) return nullptr;
-    return slots_[static_cast<std::size_t>(slot)].object.get();
+    const State& state = slots_[static_cast<std::size_t>(slot)].state;
+    if (state.object) return state.object;
+    Made& place = made_[static_cast<std::size_t>(slot) % made_.size()];
+    if (place.slot != slot) {
+        place.object = source_->make(slot);
+        place.slot = slot;
+    }
+    return place.object;
 }
 
-const VmDbObject* Drawing::find(HostLong id) const noexcept { return at(slotOf(id)); }
+ObjectView Drawing::at(int slot) const { return made(slot); }
 
-const VmDbObject* Drawing::findLive(HostLong id) const noexcept {
-    const VmDbObject* object = find(id);
+ObjectView Drawing::find(HostLong id) const { return at(slotOf(id)); }
+
+ObjectView Drawing::findLive(HostLong id) const {
+    ObjectView object = find(id);
     return object != nullptr && object->erased == 0 ? object : nullptr;
+}
+
+// What came from a file and was not changed is not erased.
+bool Drawing::isLiveAt(const Slot& slot) const noexcept {
+    return slot.state.object == nullptr || slot.state.object->erased == 0;
+}
+
+bool Drawing::isLive(HostLong id) const noexcept {
+    const int slot = slotOf(id);
+    return slot >= 0 && isLiveAt(slots_[static_cast<std::size_t>(slot)]);
+}
+
+bool Drawing::isAsInFile(int slot) const noexcept {
+    const State& state = slots_[static_cast<std::size_t>(slot)].state;
+    return state.object == nullptr && state.extended == nullptr;
 }
 
 VmDbObject* Drawing::open(HostLong id, bool change) { return openSlot(slotOf(id), change); }
 
 VmDbObject* Drawing::openSlot(int slot, bool change) {
-    if (at(slot) == nullptr) return nullptr;
-    const State& state = slots_[static_cast<std::size_t>(slot)];
+    const std::shared_ptr<VmDbObject> object = made(slot);
+    if (object == nullptr) return nullptr;
+    State& state = slots_[static_cast<std::size_t>(slot)].state;
     if (change) {
-        remember(state.object->id, state);
-        openForChange_.push_back(state.object->id);
+        remember(slot);
+        if (state.object == nullptr) state.object = clone(*object);
+        openForChange_.push_back(object->id);
+    } else if (state.object == nullptr) {
+        openForReading_.push_back(object);
     }
     ++openCount_;
-    return state.object.get();
+    return state.object != nullptr ? state.object.get() : object.get();
 }
 
 void Drawing::closed(VmDbObject& object) {
+    const auto pinned =
+        std::ranges::find(openForReading_, &object, [](const auto& held) { return held.get(); });
+    if (pinned != openForReading_.end()) {
+        --openCount_;
+        openForReading_.erase(pinned);
+        return;
+    }
     // An object that a module made for itself is not one of the drawing.
-    if (find(object.id) != &object) return;
+    const int slot = slotOf(object.id);
+    if (slot < 0 || slots_[static_cast<std::size_t>(slot)].state.object.get() != &object) return;
     --openCount_;
     const auto opened = std::ranges::find(openForChange_, object.id);
     if (opened == openForChange_.end()) return;
@@ -109,22 +213,27 @@ HostLong Drawing::add(std::unique_ptr<VmDbObject> object) {
     constexpr std::size_t bytesPerObject = 512;
     static const std::size_t mostObjects = platform::physicalMemory() / 2 / bytesPerObject;
     if (slots_.size() >= mostObjects) throw std::bad_alloc();
+    if (nextId_ == std::numeric_limits<HostLong>::max()) throw std::bad_alloc();
     const HostLong id = nextId_++;
     object->id = id;
     object->erased = 0;
     if (object->layerName.length() == 0) assign(object->layerName, currentLayer());
     giveLayer(*object);
-    slotOfId_.emplace(id, slotCount());
-    slots_.push_back({std::move(object), nullptr});
-    if (step_.touched.insert(id).second) step_.changes.push_back({id, {}});
+    slots_.push_back({{std::move(object), nullptr}, id});
+    if (step_.touched.insert(id).second) step_.changes.push_back({id, true, {}});
     changed(id);
     return id;
 }
 
-// An object lies on a layer that there is.
+// An object lies on a layer that there is, unless its file lacks the layer too.
 void Drawing::giveLayer(VmDbObject& object) {
     if (object.layerName.length() == 0) assign(object.layerName, layerZero);
-    if (findLayer(viewOf(object.layerName)) == nullptr) changeLayer(viewOf(object.layerName));
+    if (findLayer(viewOf(object.layerName)) != nullptr) return;
+    const int slot = slotOf(object.id);
+    if (slot >= 0 && static_cast<std::size_t>(slot) < sourceCount_ &&
+        viewOf(source_->make(slot)->layerName) == viewOf(object.layerName))
+        return;
+    changeLayer(viewOf(object.layerName));
 }
 
 std::u16string Drawing::currentLayer() const {
@@ -142,8 +251,8 @@ void Drawing::setErased(HostLong id, bool erased) {
 void Drawing::attach(HostLong id, ExtendedDatum datum) {
     const int slot = slotOf(id);
     if (slot < 0) return;
-    State& state = slots_[static_cast<std::size_t>(slot)];
-    remember(id, state);
+    State& state = slots_[static_cast<std::size_t>(slot)].state;
+    remember(slot);
     if (!state.extended) state.extended = std::make_unique<std::vector<ExtendedDatum>>();
     const auto same = std::ranges::find(*state.extended, datum.name, &ExtendedDatum::name);
     if (same == state.extended->end()) state.extended->push_back(std::move(datum));
@@ -155,11 +264,12 @@ const std::vector<ExtendedDatum>& Drawing::extendedData(HostLong id) const noexc
     static const std::vector<ExtendedDatum> none;
     const int slot = slotOf(id);
     if (slot < 0) return none;
-    const auto& extended = slots_[static_cast<std::size_t>(slot)].extended;
+    const auto& extended = slots_[static_cast<std::size_t>(slot)].state.extended;
     return extended ? *extended : none;
 }
 
 void Drawing::changed(HostLong id) {
+    ++changeCount_;
     if (indexed_) unindexed_.push_back(id);
     if (unindexed_.size() > slots_.size()) {  // nobody has asked for long
         indexed_ = false;
@@ -175,7 +285,7 @@ BlockLookup Drawing::blockLookup() const {
         const BlockDefinition* block = findBlock(name);
         if (block == nullptr) return nullptr;
         base = {block->record.baseX, block->record.baseY};
-        return &block->view;
+        return &block->view();
     };
 }
 
@@ -185,8 +295,8 @@ Box Drawing::extentOf(const VmDbObject& object) const {
 
 Box Drawing::extents() const {
     Box all;
-    for (const State& state : slots_)
-        if (state.object && state.object->erased == 0) all.add(extentOf(*state.object));
+    for (int slot = 0; slot < slotCount(); ++slot)
+        if (const ObjectView object = at(slot); object->erased == 0) all.add(extentOf(*object));
     return all;
 }
 
@@ -196,14 +306,14 @@ void Drawing::refreshIndex() {
         unindexed_.clear();
         std::vector<std::pair<HostLong, Box>> boxes;
         boxes.reserve(slots_.size());
-        for (const State& state : slots_)
-            if (state.object && state.object->erased == 0)
-                boxes.emplace_back(state.object->id, extentOf(*state.object));
+        for (int slot = 0; slot < slotCount(); ++slot)
+            if (const ObjectView object = at(slot); object->erased == 0)
+                boxes.emplace_back(object->id, extentOf(*object));
         index_.build(boxes);
         indexed_ = true;
     }
     for (const HostLong id : unindexed_) {
-        const VmDbObject* object = findLive(id);
+        const ObjectView object = findLive(id);
         index_.update(id, object != nullptr ? extentOf(*object) : Box());
     }
     unindexed_.clear();
@@ -233,57 +343,58 @@ HostLong Drawing::nearest(Point2 point, double reach) {
 
 // --- Layers ---
 
-std::vector<Layer>::iterator Drawing::layerNamed(std::u16string_view name) noexcept {
-    return std::ranges::find_if(layers_, [&](const Layer& l) { return sameName(l.name, name); });
-}
-
-const Layer* Drawing::findLayer(std::u16string_view name) const noexcept {
-    const auto layer =
-        std::ranges::find_if(layers_, [&](const Layer& l) { return sameName(l.name, name); });
-    return layer == layers_.end() ? nullptr : &*layer;
+const Layer* Drawing::findLayer(std::u16string_view name) const {
+    const std::size_t place = layerIndex_.find(
+        layers_, name, [](const Layer& layer) -> const std::u16string& { return layer.name; });
+    return place == NameIndex::none ? nullptr : &layers_[place];
 }
 
 Layer& Drawing::changeLayer(std::u16string_view name) {
     rememberTables();
-    if (const auto layer = layerNamed(name); layer != layers_.end()) return *layer;
+    ++changeCount_;
+    if (const Layer* layer = findLayer(name))
+        return layers_[static_cast<std::size_t>(layer - layers_.data())];
     layers_.push_back({std::u16string(name)});
+    layerIndex_.tableChanged();
     return layers_.back();
 }
 
-bool Drawing::isVisible(const VmDbObject& object) const noexcept {
+bool Drawing::isVisible(const VmDbObject& object) const {
     const Layer* layer = findLayer(viewOf(object.layerName));
-    return layer == nullptr || layer->on;
+    return layer == nullptr || (layer->on && !layer->frozen);
 }
 
-bool Drawing::isLocked(const VmDbObject& object) const noexcept {
+bool Drawing::isLocked(const VmDbObject& object) const {
     const Layer* layer = findLayer(viewOf(object.layerName));
     return layer != nullptr && layer->locked;
 }
 
 // --- Blocks ---
 
-const BlockDefinition* Drawing::findBlock(std::u16string_view name) const noexcept {
-    const auto block = std::ranges::find_if(
-        blocks_, [&](const auto& b) { return sameName(viewOf(b->record.name), name); });
-    return block == blocks_.end() ? nullptr : block->get();
+const BlockDefinition* Drawing::findBlock(std::u16string_view name) const {
+    const std::size_t place = blockIndex_.find(blocks_, name, [](const auto& block) {
+        return std::u16string(viewOf(block->record.name));
+    });
+    return place == NameIndex::none ? nullptr : blocks_[place].get();
 }
 
 void Drawing::defineBlock(std::u16string_view name, Point2 base,
                           std::vector<std::unique_ptr<VmDbObject>> contents) {
     rememberTables();
+    ++changeCount_;
     indexed_ = false;  // placed blocks may lie elsewhere now
     unindexed_.clear();
-    auto block = std::make_shared<BlockDefinition>();
+    auto block = std::make_shared<BlockDefinition>(std::move(contents));
     assign(block->record.name, name);
     block->record.baseX = base.x;
     block->record.baseY = base.y;
-    block->contents = std::move(contents);
-    for (const auto& object : block->contents) block->view.push_back(object.get());
-    const auto same = std::ranges::find_if(
-        blocks_, [&](const auto& b) { return sameName(viewOf(b->record.name), name); });
-    block->record.id = same == blocks_.end() ? nextId_++ : (*same)->record.id;
-    if (same == blocks_.end()) blocks_.push_back(std::move(block));
-    else *same = std::move(block);
+    const BlockDefinition* former = findBlock(name);
+    block->record.id = former == nullptr ? nextId_++ : former->record.id;
+    if (former == nullptr) blocks_.push_back(std::move(block));
+    else
+        *std::ranges::find(blocks_, former, &std::shared_ptr<BlockDefinition>::get) =
+            std::move(block);
+    blockIndex_.tableChanged();
     if (groupDepth_ == 0) closeStep();
 }
 
@@ -312,7 +423,7 @@ const std::vector<HostLong>* Drawing::members(int set) const noexcept {
 
 void Drawing::addToSet(HostLong id, int number) {
     SelectionSet* set = setOf(number);
-    if (set == nullptr || find(id) == nullptr) return;
+    if (set == nullptr || slotOf(id) < 0) return;
     constexpr std::size_t mostWithoutLookup = 16;
     std::vector<HostLong>& members = set->members;
     if (members.size() > mostWithoutLookup) {
@@ -338,21 +449,23 @@ void Drawing::addAllToSet(int number) {
     SelectionSet* set = setOf(number);
     if (set == nullptr) return;
     const bool wasEmpty = set->members.empty();
-    for (const State& state : slots_) {
-        if (!state.object || state.object->erased != 0) continue;
-        if (wasEmpty) set->members.push_back(state.object->id);
-        else addToSet(state.object->id, number);
+    for (const Slot& slot : slots_) {
+        if (!isLiveAt(slot)) continue;
+        if (wasEmpty) set->members.push_back(slot.id);
+        else addToSet(slot.id, number);
     }
 }
 
 // --- Undo ---
 
-void Drawing::remember(HostLong id, const State& state) {
-    if (!step_.touched.insert(id).second) return;
-    State before{clone(*state.object), nullptr};
-    if (state.extended)
-        before.extended = std::make_unique<std::vector<ExtendedDatum>>(*state.extended);
-    step_.changes.push_back({id, std::move(before)});
+void Drawing::remember(int slot) {
+    const Slot& kept = slots_[static_cast<std::size_t>(slot)];
+    if (!step_.touched.insert(kept.id).second) return;
+    State before;
+    if (kept.state.object) before.object = clone(*kept.state.object);
+    if (kept.state.extended)
+        before.extended = std::make_unique<std::vector<ExtendedDatum>>(*kept.state.extended);
+    step_.changes.push_back({kept.id, false, std::move(before)});
     ++step_.stateCount;
 }
 
@@ -407,12 +520,14 @@ void Drawing::closeStep() {
 // Puts the states that a step holds in the place of those that stand, and keeps those: what undid
 // the step redoes it.
 void Drawing::swapStates(Step& step) {
+    ++changeCount_;
     const Properties now = properties();
     for (Change& change : step.changes) {
-        State& state = slots_[static_cast<std::size_t>(slotOf(change.id))];
-        if (!change.before.object) {  // before it was made it was not there
+        State& state = slots_[static_cast<std::size_t>(slotOf(change.id))].state;
+        if (change.made) {  // before it was made it was not there
             change.before.object = clone(*state.object);
             change.before.object->erased = 1;
+            change.made = false;
         }
         std::swap(state, change.before);
         if (indexed_) unindexed_.push_back(change.id);
@@ -420,6 +535,8 @@ void Drawing::swapStates(Step& step) {
     if (step.tablesBefore) {
         std::swap(layers_, step.tablesBefore->layers);
         std::swap(blocks_, step.tablesBefore->blocks);
+        layerIndex_.tableChanged();
+        blockIndex_.tableChanged();
         indexed_ = false;
         unindexed_.clear();
         if (findLayer(variables.text(u"CLAYER")) == nullptr)

@@ -1,6 +1,7 @@
 // The drawing of the reference host: slots of objects, layers, blocks, selection sets, undo.
 // One idea: every change passes through here, so that undo, the spatial index and the tables cannot
-// miss one. Objects stay at their slots for ever; erasing sets a flag.
+// miss one. Objects stay at their slots for ever; erasing sets a flag. What came from a file is made
+// when it is looked at, and kept only once it has been changed.
 // Tests: tests/refhost/drawing_test.cpp.
 //
 // Not for two threads at once: while LISP evaluates, its thread alone touches the drawing, but for
@@ -9,16 +10,18 @@
 
 #include "host/bridge.h"
 #include "refhost/model/geometry.h"
+#include "refhost/model/name_index.h"
 #include "refhost/model/spatial_index.h"
 #include "refhost/model/variables.h"
 
+#include <array>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <unordered_set>
 #include <variant>
 #include <vector>
@@ -31,13 +34,51 @@ struct Layer {
     bool on = true;
     bool locked = false;
     std::u16string lineType = u"CONTINUOUS";
+    bool frozen = false;
+    bool operator==(const Layer&) const = default;
 };
 
 /// A block definition; its contents never change, a redefinition replaces it.
-struct BlockDefinition {
+class BlockDefinition {
+  public:
+    using Contents = std::vector<std::unique_ptr<VmDbObject>>;
+
+    explicit BlockDefinition(Contents contents);
+    /// Contents that are made when they are first looked at; `place` says which block of the file.
+    BlockDefinition(std::function<Contents()> load, int place);
+
+    /// The contents, as geometry.h reads them; valid as long as the definition.
+    [[nodiscard]] const std::vector<const VmDbObject*>& view() const;
+    /// Which block of the drawing's file it is; -1 when it came from nowhere else.
+    [[nodiscard]] int placeInFile() const noexcept { return place_; }
+
     VmDbBlock record;
-    std::vector<std::unique_ptr<VmDbObject>> contents;
-    std::vector<const VmDbObject*> view;  ///< the contents, as geometry.h reads them
+
+  private:
+    mutable Contents contents_;
+    mutable std::vector<const VmDbObject*> view_;
+    mutable std::function<Contents()> load_;  // empty once they are there
+    int place_ = -1;
+};
+
+/// An object to look at: stays as it is for as long as it is held, unless it is changed.
+using ObjectView = std::shared_ptr<const VmDbObject>;
+
+/// Where the objects of an opened drawing come from.
+class ObjectSource {
+  public:
+    virtual ~ObjectSource();
+    /// The object of a slot as its file has it, with its id. Only memory can be lacking.
+    [[nodiscard]] virtual std::unique_ptr<VmDbObject> make(int slot) const = 0;
+};
+
+/// What an opened drawing begins with.
+struct DrawingContents {
+    std::shared_ptr<const ObjectSource> source;  ///< of as many slots as there are ids
+    std::vector<HostLong> ids;                   ///< by slot; none is there twice
+    HostLong nextId = 1;                         ///< above all ids
+    std::vector<Layer> layers;                   ///< "0" is added when it is missing
+    std::vector<std::shared_ptr<BlockDefinition>> blocks;
 };
 
 /// A value attached to an object under a name.
@@ -56,6 +97,13 @@ class Drawing {
     /// The drawing that the functions of the bridge work on.
     static Drawing& current() noexcept;
 
+    /// Becomes another drawing: objects, layers and blocks are the ones given, variables that a
+    /// drawing keeps have their defaults, sets are empty, and nothing can be undone. Called while
+    /// nothing is open.
+    void load(DrawingContents contents);
+    /// Counts up with every change.
+    [[nodiscard]] std::uint64_t changeCount() const noexcept { return changeCount_; }
+
     // --- Objects ---
 
     [[nodiscard]] int slotCount() const noexcept { return static_cast<int>(slots_.size()); }
@@ -63,10 +111,14 @@ class Drawing {
     [[nodiscard]] int slotOf(HostLong id) const noexcept;
     /// The object in a slot or with an id, erased ones included; null when there is none. For
     /// looking only.
-    [[nodiscard]] const VmDbObject* at(int slot) const noexcept;
-    [[nodiscard]] const VmDbObject* find(HostLong id) const noexcept;
+    [[nodiscard]] ObjectView at(int slot) const;
+    [[nodiscard]] ObjectView find(HostLong id) const;
     /// The same when the object is not erased.
-    [[nodiscard]] const VmDbObject* findLive(HostLong id) const noexcept;
+    [[nodiscard]] ObjectView findLive(HostLong id) const;
+    /// Whether there is such an object and it is not erased.
+    [[nodiscard]] bool isLive(HostLong id) const noexcept;
+    /// Whether the slot's object is as its file has it.
+    [[nodiscard]] bool isAsInFile(int slot) const noexcept;
 
     /// Opens an object; `change` keeps its former state for undo. Null when there is none. Every
     /// one is closed by its close().
@@ -102,18 +154,18 @@ class Drawing {
     /// Names are compared without regard to case.
     /// The name of the layer that is drawn on, as the layer has it.
     [[nodiscard]] std::u16string currentLayer() const;
-    [[nodiscard]] const Layer* findLayer(std::u16string_view name) const noexcept;
+    [[nodiscard]] const Layer* findLayer(std::u16string_view name) const;
     /// The layer of this name, made when there is none; to be changed.
     Layer& changeLayer(std::u16string_view name);
-    [[nodiscard]] bool isVisible(const VmDbObject& object) const noexcept;
-    [[nodiscard]] bool isLocked(const VmDbObject& object) const noexcept;
+    [[nodiscard]] bool isVisible(const VmDbObject& object) const;
+    [[nodiscard]] bool isLocked(const VmDbObject& object) const;
 
     // --- Blocks ---
 
     [[nodiscard]] const std::vector<std::shared_ptr<BlockDefinition>>& blocks() const noexcept {
         return blocks_;
     }
-    [[nodiscard]] const BlockDefinition* findBlock(std::u16string_view name) const noexcept;
+    [[nodiscard]] const BlockDefinition* findBlock(std::u16string_view name) const;
     /// Defines a block, or redefines it; takes the objects over.
     void defineBlock(std::u16string_view name, Point2 base,
                      std::vector<std::unique_ptr<VmDbObject>> contents);
@@ -142,12 +194,17 @@ class Drawing {
 
   private:
     struct State {
-        std::unique_ptr<VmDbObject> object;
+        std::shared_ptr<VmDbObject> object;  // none: as the file has it
         std::unique_ptr<std::vector<ExtendedDatum>> extended;
+    };
+    struct Slot {
+        State state;
+        HostLong id;
     };
     struct Change {
         HostLong id;
-        State before;  // no object: it was made in this step
+        bool made;  // in this step; there is no state before
+        State before;
     };
     struct Tables {
         std::vector<Layer> layers;
@@ -177,7 +234,9 @@ class Drawing {
     };
 
     void giveLayer(VmDbObject& object);
-    void remember(HostLong id, const State& state);
+    [[nodiscard]] std::shared_ptr<VmDbObject> made(int slot) const;
+    [[nodiscard]] bool isLiveAt(const Slot& slot) const noexcept;
+    void remember(int slot);
     void rememberTables();
     void rememberProperties();
     [[nodiscard]] Properties properties() const;
@@ -187,16 +246,29 @@ class Drawing {
     void swapStates(Step& step);
     void refreshIndex();
     SelectionSet* setOf(int number) noexcept;
-    std::vector<Layer>::iterator layerNamed(std::u16string_view name) noexcept;
+    void forgetHistory();
 
-    std::vector<State> slots_;
-    std::unordered_map<HostLong, int> slotOfId_;
+    std::vector<Slot> slots_;
+    std::shared_ptr<const ObjectSource> source_;
+    std::size_t sourceCount_ = 0;  // so many slots came from it
+    std::vector<int> byId_;        // its slots in the order of their ids; empty: they are in it
     HostLong nextId_ = 1;
+    // What was made from the file last: a program looks at an object several times in a row.
+    struct Made {
+        int slot = -1;
+        std::shared_ptr<VmDbObject> object;
+    };
+    mutable std::array<Made, 64> made_;
+    std::vector<std::shared_ptr<VmDbObject>>
+        openForReading_;  // of those that the drawing does not keep
     std::vector<HostLong> openForChange_;
     int openCount_ = 0;
+    std::uint64_t changeCount_ = 0;
 
     std::vector<Layer> layers_;
+    mutable NameIndex layerIndex_;
     std::vector<std::shared_ptr<BlockDefinition>> blocks_;
+    mutable NameIndex blockIndex_;
     std::deque<SelectionSet> sets_;
 
     Step step_;
@@ -210,8 +282,5 @@ class Drawing {
     bool indexed_ = false;
     std::vector<HostLong> unindexed_;  // changed since the index was brought up to date
 };
-
-/// Whether two names are the same without regard to case.
-[[nodiscard]] bool sameName(std::u16string_view a, std::u16string_view b) noexcept;
 
 }  // namespace vlisp::refhost

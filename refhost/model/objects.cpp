@@ -3,6 +3,8 @@
 // Tests: tests/refhost/geometry_test.cpp.
 #include "refhost/model/objects.h"
 
+#include "refhost/model/file_part.h"
+
 #include <algorithm>
 #include <cassert>
 #include <limits>
@@ -44,6 +46,17 @@ template <class Class> const Class* source(const Class* self, const VmDbObject* 
     return other == self ? nullptr : dynamic_cast<const Class*>(other);
 }
 
+// Which of the bridge's classes an object is of: what came from a file is of one derived from it.
+const std::type_info& bridgeClassOf(const VmDbObject& object) {
+    if (dynamic_cast<const VmDb2DPolyline*>(&object) != nullptr) return typeid(VmDb2DPolyline);
+    if (dynamic_cast<const VmDbText*>(&object) != nullptr) return typeid(VmDbText);
+    if (dynamic_cast<const VmDbLine*>(&object) != nullptr) return typeid(VmDbLine);
+    if (dynamic_cast<const VmDbCircle*>(&object) != nullptr) return typeid(VmDbCircle);
+    if (dynamic_cast<const VmDbArc*>(&object) != nullptr) return typeid(VmDbArc);
+    if (dynamic_cast<const VmDbBlockRef*>(&object) != nullptr) return typeid(VmDbBlockRef);
+    return typeid(object);
+}
+
 }  // namespace
 
 // --- Points ---
@@ -66,7 +79,7 @@ VmDbObject::~VmDbObject() { delete[] points.points; }
 void VmDbObject::copyFrom(const VmDbObject* other) {
     if (other == nullptr || other == this) return;
     // The type code tells which class may be assumed, so it never comes from another class.
-    if (typeid(*this) == typeid(*other)) typeCode = other->typeCode;
+    if (bridgeClassOf(*this) == bridgeClassOf(*other)) typeCode = other->typeCode;
     colour = other->colour;
     lineweight = other->lineweight;
     layerName = other->layerName;
@@ -157,10 +170,19 @@ namespace {
 
 template <class Class> std::unique_ptr<VmDbObject> emptyIfOf(const VmDbObject& object) {
     if (dynamic_cast<const Class*>(&object) == nullptr) return nullptr;
+    if (filePartOf(object) != nullptr) return std::make_unique<FromFile<Class>>();
     return std::make_unique<Class>();
 }
 
 std::unique_ptr<VmDbObject> emptyLike(const VmDbObject& object) {
+    if (const auto* carried = dynamic_cast<const CarriedObject*>(&object)) {
+        auto copy = std::make_unique<CarriedObject>();
+        copy->kind = carried->kind;
+        copy->figures = carried->figures;
+        copy->block = carried->block;
+        copy->isShown = carried->isShown;
+        return copy;
+    }
     using Maker = std::unique_ptr<VmDbObject> (*)(const VmDbObject&);
     constexpr Maker makers[] = {emptyIfOf<VmDbLine>,   emptyIfOf<VmDb2DPolyline>,
                                 emptyIfOf<VmDbCircle>, emptyIfOf<VmDbArc>,
@@ -172,12 +194,21 @@ std::unique_ptr<VmDbObject> emptyLike(const VmDbObject& object) {
 
 }  // namespace
 
+FilePart::~FilePart() = default;
+
+FilePart* filePartOf(VmDbObject& object) noexcept { return dynamic_cast<FilePart*>(&object); }
+
+const FilePart* filePartOf(const VmDbObject& object) noexcept {
+    return dynamic_cast<const FilePart*>(&object);
+}
+
 std::unique_ptr<VmDbObject> clone(const VmDbObject& object) {
     std::unique_ptr<VmDbObject> copy = emptyLike(object);
     copy->copyFrom(&object);
     copy->typeCode = object.typeCode;
     copy->id = object.id;
     copy->erased = object.erased;
+    if (const FilePart* from = filePartOf(object)) *filePartOf(*copy) = *from;
     return copy;
 }
 

@@ -94,7 +94,7 @@ std::string blocksOf(const Drawing& drawing) {
     for (const auto& block : drawing.blocks()) {
         all += (all.empty() ? "" : "; ") + toUtf8(block->record.name.units()) + " at " +
                number(block->record.baseX) + "," + number(block->record.baseY) + ":";
-        for (const VmDbObject* object : block->view) all += " (" + describe(*object) + ")";
+        for (const VmDbObject* object : block->view()) all += " (" + describe(*object) + ")";
     }
     return all;
 }

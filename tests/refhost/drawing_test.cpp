@@ -100,7 +100,7 @@ std::string stateOf(const Drawing& drawing) {
     for (const auto& block : drawing.blocks())
         state += "block " + toUtf8(block->record.name.units()) + " " +
                  std::to_string(block->record.baseX) + " of " +
-                 std::to_string(block->contents.size()) + "\n";
+                 std::to_string(block->view().size()) + "\n";
     return state;
 }
 
@@ -537,7 +537,7 @@ TEST(DrawingBridge, PolylinesGrowVertexByVertex) {
     addPolyline(&own, -1);
     const HostLong id = own.id;
     ASSERT_NE(drawing.findLive(id), nullptr);
-    EXPECT_NE(drawing.find(id), &own);
+    EXPECT_NE(drawing.find(id).get(), &own);
     updatePolyline(id, -1, 1, 2);
     updatePolyline(id, -1, 3, 4);
     updatePolyline(id, 0, 5, 6);
