@@ -25,8 +25,9 @@ constexpr EntityField colourField{62, FieldKind::colour};
 constexpr EntityField lineweightField{370, FieldKind::lineweight};
 constexpr EntityField originField{10, FieldKind::origin};
 
-constexpr EntityField realField(std::int32_t code, double& (*member)(VmDbObject&)) {
-    return {code, FieldKind::real, true, member, nullptr};
+constexpr EntityField realField(std::int32_t code, double& (*member)(VmDbObject&),
+                                FileUnit fileUnit = FileUnit::same) {
+    return {code, FieldKind::real, true, member, nullptr, fileUnit};
 }
 
 constexpr EntityField degreesField(std::int32_t code, double& (*member)(VmDbObject&)) {
@@ -60,8 +61,8 @@ constexpr EntityField arcFields[] = {
     colourField,
     originField,
     realField(40, number<VmDbArc, &VmDbArc::radius>),
-    realField(50, number<VmDbArc, &VmDbArc::startAngle>),
-    realField(51, number<VmDbArc, &VmDbArc::endAngle>),
+    realField(50, number<VmDbArc, &VmDbArc::startAngle>, FileUnit::degrees),
+    realField(51, number<VmDbArc, &VmDbArc::endAngle>, FileUnit::degrees),
     lineweightField,
 };
 
@@ -118,19 +119,25 @@ constexpr EntityField textFields[] = {
 };
 
 constexpr EntityKind kinds[] = {
-    {vmDbLwPolyline, u"LWPOLYLINE", asItIs, lwPolylineFields},
-    {vmDbCircle, u"CIRCLE", castTo<VmDbCircle>, circleFields},
-    {vmDbArc, u"ARC", castTo<VmDbArc>, arcFields},
-    {vmDbLine, u"LINE", castTo<VmDbLine>, lineFields},
-    {vmDbPolyline, u"POLYLINE", asItIs, polylineFields},
-    {vmDbInsert, u"INSERT", castTo<VmDbBlockRef>, insertFields},
-    {vmDbText, u"TEXT", castTo<VmDbText>, textFields},
-    {vmDbMText, u"MTEXT", castTo<VmDbText>, textFields},
+    {vmDbLwPolyline, u"LWPOLYLINE", asItIs, lwPolylineFields, "AcDbPolyline"},
+    {vmDbCircle, u"CIRCLE", castTo<VmDbCircle>, circleFields, "AcDbCircle"},
+    {vmDbArc, u"ARC", castTo<VmDbArc>, arcFields, "AcDbArc"},
+    {vmDbLine, u"LINE", castTo<VmDbLine>, lineFields, "AcDbLine"},
+    {vmDbPolyline, u"POLYLINE", asItIs, polylineFields, "AcDb2dPolyline"},
+    {vmDbInsert, u"INSERT", castTo<VmDbBlockRef>, insertFields, "AcDbBlockReference"},
+    {vmDbText, u"TEXT", castTo<VmDbText>, textFields, "AcDbText"},
+    {vmDbMText, u"MTEXT", castTo<VmDbText>, textFields, "AcDbMText"},
 };
 
 }  // namespace
 
 std::span<const EntityKind> entityKinds() noexcept { return kinds; }
+
+const EntityKind* findEntityKind(std::u16string_view typeText) noexcept {
+    for (const EntityKind& kind : kinds)
+        if (kind.typeText == typeText) return &kind;
+    return nullptr;
+}
 
 const EntityKind* findEntityKind(std::int32_t typeCode) noexcept {
     for (const EntityKind& kind : kinds)

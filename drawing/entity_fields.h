@@ -1,6 +1,6 @@
 // Entity fields: what an entity of each kind is made of, in one table.
 // One idea: a row says group code, member, conversion and whether programs may change it; reading
-// an entity as a list and writing a list back both follow the rows.
+// an entity as a list, writing a list back, and the records of drawing files all follow the rows.
 // Tests: tests/drawing/entity_data_test.cpp, tests/drawing/entity_modification_test.cpp.
 #pragma once
 
@@ -21,7 +21,7 @@ enum class FieldKind : std::uint8_t {
     colour,      ///< (62 . colour index), left out when by layer
     lineweight,  ///< (370 . lineweight), left out when not set
     origin,      ///< (10 x y 0.0): point 0, its z left aside
-    points,      ///< (10 x y z) for each point
+    points,      ///< (10 x y z) for each point; in files a line's second has code 11
     vertices,    ///< (10 x y) for each point, and (42 . bulge) behind it when there are bulges
     pointCount,  ///< (90 . number of points)
     closed,      ///< (70 . closed flag)
@@ -32,6 +32,12 @@ enum class FieldKind : std::uint8_t {
     blockName    ///< (2 . block name)
 };
 
+/// How a number of a drawing file becomes the object's.
+enum class FileUnit : std::uint8_t {
+    same,
+    degrees  ///< degrees in the file, radians in the object
+};
+
 struct EntityField {
     std::int32_t code;
     FieldKind kind;
@@ -40,6 +46,7 @@ struct EntityField {
     bool writable = false;
     double& (*number)(VmDbObject&) = nullptr;      ///< for real and degrees
     VmDbString& (*string)(VmDbObject&) = nullptr;  ///< for text and blockName
+    FileUnit fileUnit = FileUnit::same;            ///< for real
 };
 
 struct EntityKind {
@@ -48,10 +55,15 @@ struct EntityKind {
     /// The object as the class that its fields are read through; null when it is not of it.
     VmDbObject* (*cast)(VmDbObject*);
     std::span<const EntityField> fields;
+    /// The subclass marker in front of what entities of this kind have in drawing files.
+    const char* marker;
 };
 
 /// The kinds of entity that a program can read, in the order of their type codes.
 std::span<const EntityKind> entityKinds() noexcept;
+
+/// The kind with this type text, or null.
+const EntityKind* findEntityKind(std::u16string_view typeText) noexcept;
 
 /// The kind with this type code, or null.
 const EntityKind* findEntityKind(std::int32_t typeCode) noexcept;

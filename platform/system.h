@@ -1,6 +1,6 @@
 // The operating system, by intention.
 // One idea: one portable header, one source per system (system_posix.cpp), chosen by the build.
-// Tests: tests/platform/system_test.cpp.
+// Tests: tests/platform/system_test.cpp, tests/platform/replace_file_test.cpp.
 #pragma once
 
 #include "platform/window.h"
@@ -8,7 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <span>
 #include <string>
+#include <string_view>
 
 namespace vlisp::platform {
 
@@ -91,5 +93,34 @@ FileRead readWholeFile(const std::string& path, std::string& bytes, std::string&
 inline bool readFile(const std::string& path, std::string& bytes, std::string& reason) {
     return readWholeFile(path, bytes, reason) == FileRead::done;
 }
+
+/// What becomes of the file that is replaced.
+enum class OldFile {
+    drop,
+    /// It is kept beside the new one under its name and ".bak", in place of an older such file.
+    keep,
+};
+
+/// Makes `pieces`, one after the other, the content of the file at `path` (UTF-8), which exists or
+/// not. True when that is done and on the disk. At every moment, also when the program is killed or
+/// the machine stops, the name shows the whole old content or the whole new one.
+///
+/// False when it cannot be done; then the file is as it was, and `reason` names the path and
+/// says what the system said. A file that the user may not write is not replaced. `reason` is left
+/// alone otherwise.
+///
+/// The new file is written beside the old one, as `.NAME.vlisp-XXXXXX`: a name that remains only when
+/// the program is killed meanwhile, and may be deleted then. It gets the mode of the old file, and
+/// its owner and group as far as the user may give them away; access lists and extended attributes
+/// are not kept, and other hard links go on showing the old content. Where `path` is a symbolic link,
+/// its target is replaced (and the target's name gets the ".bak") and the link stays.
+///
+/// What is no file (a device, a pipe, /dev/stdout, /dev/fd/N) is written directly, without these
+/// promises; what the program's own streams still hold for it must have been flushed before.
+///
+/// Signals neither interrupt it nor, for a closed pipe or a limit of file size, end the program. Any
+/// thread; two that replace one file at the same time leave the content of one.
+bool replaceFile(const std::string& path, std::span<const std::string_view> pieces, OldFile oldFile,
+                 std::string& reason);
 
 }  // namespace vlisp::platform

@@ -4,7 +4,10 @@
 #include "platform/text.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -15,11 +18,15 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <optional>
+#include <poll.h>
 #include <pthread.h>
+#include <random>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 namespace vlisp::platform {
 namespace {
@@ -233,6 +240,314 @@ FileRead readWholeFile(const std::string& path, std::string& bytes, std::string&
     bytes.clear();
     reason = std::strerror(failure);
     return failure == ENOENT ? FileRead::notFound : FileRead::failed;
+}
+
+namespace {
+
+/// Errors are thrown inside this part only, as the text for `reason`.
+struct ReplaceFailure {
+    std::string reason;
+};
+
+[[noreturn]] void failWith(std::string_view what, const std::string& path, int error) {
+    throw ReplaceFailure{std::string(what) + ' ' + path + ": " + std::strerror(error)};
+}
+
+constexpr std::string_view cannotWrite = "cannot write";
+
+/// Repeats a system call for as long as a signal interrupts it.
+template <typename Call> auto uninterrupted(Call call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR) result = call();
+    return result;
+}
+
+class Descriptor {
+  public:
+    explicit Descriptor(int number) noexcept : number_(number) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { close(); }
+
+    [[nodiscard]] int number() const noexcept { return number_; }
+    [[nodiscard]] bool isOpen() const noexcept { return number_ >= 0; }
+
+    /// Some file systems tell only now that there was no room. An interrupted call has closed.
+    bool close() noexcept {
+        const int number = std::exchange(number_, -1);
+        return number < 0 || ::close(number) == 0 || errno == EINTR;
+    }
+
+  private:
+    int number_;
+};
+
+/// While it lives, a closed pipe and a file that grows beyond its limit are errors of `write` in this
+/// thread, no signals.
+class WriteErrorsWithoutSignals {
+  public:
+    WriteErrorsWithoutSignals() noexcept {
+        sigset_t pending;
+        sigemptyset(&mine_);
+        sigemptyset(&pending);
+        ::sigpending(&pending);
+        for (const int signal : {SIGPIPE, SIGXFSZ})  // one that waits already is somebody else's
+            if (sigismember(&pending, signal) == 0) sigaddset(&mine_, signal);
+        ::pthread_sigmask(SIG_BLOCK, &mine_, &before_);
+    }
+    WriteErrorsWithoutSignals(const WriteErrorsWithoutSignals&) = delete;
+    WriteErrorsWithoutSignals& operator=(const WriteErrorsWithoutSignals&) = delete;
+    ~WriteErrorsWithoutSignals() {
+        const int error = errno;
+        const timespec atOnce{};
+        while (uninterrupted([&] { return ::sigtimedwait(&mine_, nullptr, &atOnce); }) > 0) {
+        }
+        ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+        errno = error;
+    }
+
+  private:
+    sigset_t mine_{};
+    sigset_t before_{};
+};
+
+/// False: `errno` says why.
+bool writeAll(int descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t count =
+            uninterrupted([&] { return ::write(descriptor, bytes.data(), bytes.size()); });
+        if (count > 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        } else if (count == 0) {
+            errno = ENOSPC;
+            return false;
+        } else if (errno == EAGAIN) {  // a pipe that others read without waiting
+            pollfd writable{descriptor, POLLOUT, 0};
+            if (uninterrupted([&] { return ::poll(&writable, 1, -1); }) < 0) return false;
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Millions of small pieces reach the system as few large ones.
+bool writePieces(int descriptor, std::span<const std::string_view> pieces) {
+    constexpr std::size_t blockSize = std::size_t{1} << 20;
+    std::string block;
+    for (const std::string_view piece : pieces) {
+        if (block.size() + piece.size() > blockSize) {
+            if (!writeAll(descriptor, block)) return false;
+            block.clear();
+        }
+        if (piece.size() >= blockSize) {
+            if (!writeAll(descriptor, piece)) return false;
+        } else {
+            block += piece;
+        }
+    }
+    return writeAll(descriptor, block);
+}
+
+/// The descriptor of this program that a path such as /dev/stdout or /dev/fd/3 means.
+std::optional<int> descriptorNamedBy(std::string_view path) {
+    if (path == "/dev/stdout") return STDOUT_FILENO;
+    if (path == "/dev/stderr") return STDERR_FILENO;
+    for (const std::string_view folder : {"/dev/fd/", "/proc/self/fd/"}) {
+        if (!path.starts_with(folder)) continue;
+        const char* const end = path.data() + path.size();
+        int number = -1;
+        const auto parsed = std::from_chars(path.data() + folder.size(), end, number);
+        if (parsed.ec == std::errc() && parsed.ptr == end && number >= 0) return number;
+    }
+    return std::nullopt;
+}
+
+/// Where a chain of symbolic links ends, whether there is a file or not.
+std::string targetOf(const std::string& path) {
+    std::filesystem::path target = path;
+    constexpr int longestChain = 40;
+    for (int i = 0; i < longestChain; ++i) {
+        std::error_code notALink;
+        const std::filesystem::path next = std::filesystem::read_symlink(target, notALink);
+        if (notALink) return target.string();
+        target = target.parent_path() / next;
+    }
+    failWith(cannotWrite, path, ELOOP);
+}
+
+/// A file under a name of its own beside another, deleted again unless it is given that name.
+class FileBeside {
+  public:
+    FileBeside(const std::string& target, mode_t mode, std::string_view purpose) {
+        create(target, purpose, [&](const std::string& path) {
+            const int number = uninterrupted([&] {
+                return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+            });
+            descriptor_.emplace(number);
+            return number >= 0;
+        });
+    }
+    /// Another name of the file at `target`.
+    struct Link {};
+    FileBeside(const std::string& target, Link /*unused*/, std::string_view purpose) {
+        create(target, purpose,
+               [&](const std::string& path) { return ::link(target.c_str(), path.c_str()) == 0; });
+    }
+    FileBeside(const FileBeside&) = delete;
+    FileBeside& operator=(const FileBeside&) = delete;
+    ~FileBeside() {
+        // Also after a success: to give one file the second name of itself leaves both names.
+        if (!path_.empty()) ::unlink(path_.c_str());
+    }
+
+    [[nodiscard]] int descriptor() const noexcept { return descriptor_->number(); }
+
+    /// False: `errno` says why.
+    bool finish() {
+        return uninterrupted([&] { return ::fsync(descriptor()); }) == 0 && descriptor_->close();
+    }
+
+    bool giveName(const std::string& name) { return ::rename(path_.c_str(), name.c_str()) == 0; }
+
+  private:
+    template <typename Make>
+    void create(const std::string& target, std::string_view purpose, const Make& make) {
+        constexpr std::size_t suffix = 6;
+        constexpr std::string_view mark = ".vlisp-";
+        constexpr std::size_t longestName = 255 - 1 - mark.size() - suffix;
+        constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
+        const std::size_t slash = target.rfind('/') + 1;
+        std::string name = target.substr(slash);
+        if (name.size() > longestName) {
+            std::size_t end = longestName;  // not inside a character
+            while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xc0) == 0x80) --end;
+            name.resize(end);
+        }
+        std::random_device random;
+        for (int attempt = 0; attempt < 100; ++attempt) {
+            std::string path = target.substr(0, slash) + '.' + name;
+            path += mark;
+            for (std::size_t i = 0; i < suffix; ++i) path += letters[random() % letters.size()];
+            if (make(path)) {
+                path_ = std::move(path);
+                return;
+            }
+            if (errno != EEXIST) break;
+        }
+        failWith(purpose, target, errno);
+    }
+
+    std::string path_;
+    std::optional<Descriptor> descriptor_;
+};
+
+/// The group's rights are given to no other group.
+void keepOwnerAndMode(int descriptor, const struct stat& old) {
+    mode_t mode = old.st_mode & 07777;
+    const bool sameOwner = ::fchown(descriptor, old.st_uid, old.st_gid) == 0;
+    if (!sameOwner) mode &= ~mode_t{S_ISUID};
+    if (!sameOwner && ::fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) != 0)
+        mode = (mode & ~mode_t{S_ISGID | S_IRWXG}) | ((mode & S_IRWXO) << 3);
+    ::fchmod(descriptor, mode);
+}
+
+/// False: `errno` says why.
+bool copyContent(const std::string& from, int to) {
+    const Descriptor source(
+        uninterrupted([&] { return ::open(from.c_str(), O_RDONLY | O_CLOEXEC); }));
+    if (!source.isOpen()) return false;
+    std::string block(std::size_t{1} << 20, '\0');
+    for (;;) {
+        const ssize_t count =
+            uninterrupted([&] { return ::read(source.number(), block.data(), block.size()); });
+        if (count <= 0) return count == 0;
+        if (!writeAll(to, {block.data(), static_cast<std::size_t>(count)})) return false;
+    }
+}
+
+void copyBeside(const std::string& target, const struct stat& old, const std::string& backup) {
+    constexpr std::string_view cannotKeep = "cannot keep a copy of";
+    FileBeside copy(target, 0600, cannotKeep);
+    keepOwnerAndMode(copy.descriptor(), old);
+    if (!copyContent(target, copy.descriptor()) || !copy.finish() || !copy.giveName(backup))
+        failWith(cannotKeep, target, errno);
+}
+
+/// Gives the file at `target` a second name; where the file system has none, copies it.
+void keepBackup(const std::string& target, const struct stat& old) {
+    const std::string backup = target + ".bak";
+    std::optional<FileBeside> link;
+    try {
+        link.emplace(target, FileBeside::Link{}, cannotWrite);
+    } catch (const ReplaceFailure&) {
+        return copyBeside(target, old, backup);
+    }
+    if (!link->giveName(backup)) failWith(cannotWrite, backup, errno);
+}
+
+/// Makes the new names last. The files are whole without it, so a failure is none.
+void syncFolderOf(const std::string& path) {
+    const std::string folder = std::filesystem::path(path).parent_path().string();
+    const Descriptor descriptor(uninterrupted([&] {
+        return ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    }));
+    if (descriptor.isOpen()) uninterrupted([&] { return ::fsync(descriptor.number()); });
+}
+
+void replaceRegularFile(const std::string& path, std::span<const std::string_view> pieces,
+                        OldFile oldFile) {
+    const std::string target = targetOf(path);
+    struct stat old {};
+    const bool exists = ::stat(target.c_str(), &old) == 0;
+    if (!exists && errno != ENOENT) failWith(cannotWrite, path, errno);
+    if (exists && ::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0)
+        failWith(cannotWrite, path, errno);
+
+    constexpr mode_t asTheUserWants = 0666;  // the system takes away what is masked
+    FileBeside fresh(target, exists ? 0600 : asTheUserWants, cannotWrite);
+    if (!writePieces(fresh.descriptor(), pieces)) failWith(cannotWrite, path, errno);
+    if (exists) keepOwnerAndMode(fresh.descriptor(), old);
+    if (!fresh.finish()) failWith(cannotWrite, path, errno);
+    if (exists && oldFile == OldFile::keep) keepBackup(target, old);
+    if (!fresh.giveName(target)) failWith(cannotWrite, path, errno);
+    syncFolderOf(target);
+}
+
+void writeDirectly(int descriptor, const std::string& path,
+                   std::span<const std::string_view> pieces) {
+    if (!writePieces(descriptor, pieces)) failWith(cannotWrite, path, errno);
+}
+
+void replaceAnything(const std::string& path, std::span<const std::string_view> pieces,
+                     OldFile oldFile) {
+    const WriteErrorsWithoutSignals noSignals;
+    if (const auto number = descriptorNamedBy(path)) return writeDirectly(*number, path, pieces);
+    if (const std::size_t zero = path.find('\0'); zero != std::string::npos)
+        failWith(cannotWrite, path.substr(0, zero), EINVAL);
+
+    struct stat found {};
+    const bool exists = ::stat(path.c_str(), &found) == 0;
+    if (exists && S_ISDIR(found.st_mode)) failWith(cannotWrite, path, EISDIR);
+    if (!exists || S_ISREG(found.st_mode)) return replaceRegularFile(path, pieces, oldFile);
+    Descriptor device(
+        uninterrupted([&] { return ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY); }));
+    if (!device.isOpen()) failWith(cannotWrite, path, errno);
+    writeDirectly(device.number(), path, pieces);
+    if (!device.close()) failWith(cannotWrite, path, errno);
+}
+
+}  // namespace
+
+bool replaceFile(const std::string& path, std::span<const std::string_view> pieces, OldFile oldFile,
+                 std::string& reason) {
+    try {
+        replaceAnything(path, pieces, oldFile);
+        return true;
+    } catch (const ReplaceFailure& failure) {
+        reason = failure.reason;
+        return false;
+    }
 }
 
 }  // namespace vlisp::platform

@@ -2,6 +2,7 @@
 #include "refhost/model/drawing.h"
 
 #include "platform/system.h"
+#include "refhost/model/file_part.h"
 #include "refhost/model/objects.h"
 
 #include <algorithm>
@@ -92,6 +93,7 @@ void Drawing::load(DrawingContents contents) {
                           [this](int slot) { return slots_[static_cast<std::size_t>(slot)].id; });
     }
     nextId_ = contents.nextId;
+    lineTypes_.clear();
     made_ = {};
 
     layers_ = std::move(contents.layers);
@@ -219,6 +221,9 @@ HostLong Drawing::add(std::unique_ptr<VmDbObject> object) {
     object->erased = 0;
     if (object->layerName.length() == 0) assign(object->layerName, currentLayer());
     giveLayer(*object);
+    const std::u16string lineType = variables.text(u"CELTYPE");
+    if (filePartOf(*object) == nullptr && !sameName(lineType, u"BYLAYER"))
+        lineTypes_.emplace(id, lineType);
     slots_.push_back({{std::move(object), nullptr}, id});
     if (step_.touched.insert(id).second) step_.changes.push_back({id, true, {}});
     changed(id);
@@ -246,6 +251,12 @@ void Drawing::setErased(HostLong id, bool erased) {
     if (object == nullptr) return;
     object->erased = erased ? 1 : 0;
     object->close();
+}
+
+const std::u16string& Drawing::lineTypeOf(HostLong id) const noexcept {
+    static const std::u16string none;
+    const auto found = lineTypes_.find(id);
+    return found == lineTypes_.end() ? none : found->second;
 }
 
 void Drawing::attach(HostLong id, ExtendedDatum datum) {

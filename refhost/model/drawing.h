@@ -22,6 +22,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <variant>
 #include <vector>
@@ -133,6 +134,12 @@ class Drawing {
     HostLong add(std::unique_ptr<VmDbObject> object);
     /// Marks an object erased, or not.
     void setErased(HostLong id, bool erased);
+
+    /// The id that the next object gets.
+    [[nodiscard]] HostLong nextId() const noexcept { return nextId_; }
+    /// The line type that was current when the object was added; empty: by layer, or as its file
+    /// has it.
+    [[nodiscard]] const std::u16string& lineTypeOf(HostLong id) const noexcept;
 
     void attach(HostLong id, ExtendedDatum datum);
     [[nodiscard]] const std::vector<ExtendedDatum>& extendedData(HostLong id) const noexcept;
@@ -249,6 +256,7 @@ class Drawing {
     void forgetHistory();
 
     std::vector<Slot> slots_;
+    std::unordered_map<HostLong, std::u16string> lineTypes_;
     std::shared_ptr<const ObjectSource> source_;
     std::size_t sourceCount_ = 0;  // so many slots came from it
     std::vector<int> byId_;        // its slots in the order of their ids; empty: they are in it

@@ -1,355 +1,28 @@
 // Plane geometry of drawing objects. See geometry.h.
-// One idea: all arcs are centre + u cos t + v sin t, a form that every placement keeps, so that
-// circles and ellipses are one case.
+// One idea: each question is put to the pieces that an object is drawn as.
 // Tests: tests/refhost/geometry_test.cpp.
 #include "refhost/model/geometry.h"
+
+#include "refhost/model/file_part.h"
+#include "refhost/model/objects.h"
+#include "refhost/model/pieces.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <numbers>
+#include <memory>
 #include <numeric>
+#include <utility>
 #include <variant>
+#include <vector>
 
 namespace vlisp::refhost {
+
+using namespace pieces;
+
 namespace {
 
-constexpr double pi = std::numbers::pi;
-constexpr double fullTurn = 2 * pi;
 constexpr double infinity = std::numeric_limits<double>::infinity();
-// Products of two coordinates stay finite below this.
-constexpr double largestCoordinate = 1e150;
-// Below this the straight segment is nearer to the arc than the arc that doubles can compute.
-constexpr double straightBulge = 1e-8;
-constexpr double characterWidth = 0.6;     // of the height
-constexpr double lineSpacing = 5.0 / 3.0;  // of the height
-
-// --- Vectors and angles ---
-
-Point2 operator+(Point2 a, Point2 b) noexcept { return {a.x + b.x, a.y + b.y}; }
-Point2 operator-(Point2 a, Point2 b) noexcept { return {a.x - b.x, a.y - b.y}; }
-Point2 operator*(double factor, Point2 a) noexcept { return {factor * a.x, factor * a.y}; }
-double dot(Point2 a, Point2 b) noexcept { return a.x * b.x + a.y * b.y; }
-double cross(Point2 a, Point2 b) noexcept { return a.x * b.y - a.y * b.x; }
-double norm(Point2 a) noexcept { return std::hypot(a.x, a.y); }
-Point2 leftOf(Point2 a) noexcept { return {-a.y, a.x}; }
-Point2 planeOf(const mmPoint& point) noexcept { return {point.x, point.y}; }
-
-bool drawable(double number) noexcept { return std::fabs(number) <= largestCoordinate; }
-bool drawable(Point2 point) noexcept { return drawable(point.x) && drawable(point.y); }
-
-// The angle's remainder, from 0 to below `turn`; not a number when the angle is not finite.
-double normalised(double angle, double turn) noexcept {
-    double rest = std::fmod(angle, turn);
-    if (rest < 0) rest += turn;
-    return rest >= turn ? 0 : rest;
-}
-
-// Cosine and sine. Quarter turns are exact, lest what is turned by them be askew by a last digit.
-Point2 directionAt(double angle) noexcept {
-    constexpr double noise = 1e-15;
-    const Point2 exact{std::cos(angle), std::sin(angle)};
-    if (std::fabs(exact.x) < noise) return {0, exact.y < 0 ? -1.0 : 1.0};
-    if (std::fabs(exact.y) < noise) return {exact.x < 0 ? -1.0 : 1.0, 0};
-    return exact;
-}
-
-double radians(double degrees) noexcept { return degrees / 180 * pi; }
-double degrees(double radians) noexcept { return radians / pi * 180; }
-
-// From start to end, counter-clockwise; above 0, a full turn at most.
-double sweepBetween(double start, double end) noexcept {
-    constexpr double noise = 1e-12;
-    const double sweep = normalised(end - start, fullTurn);
-    return sweep < noise || sweep > fullTurn - noise ? fullTurn : sweep;
-}
-
-// --- Pieces ---
-
-struct Segment {
-    Point2 from;
-    Point2 to;
-};
-
-// centre + u cos t + v sin t for t from start to start + sweep; the sweep is above 0.
-struct Curve {
-    Point2 centre;
-    Point2 u;
-    Point2 v;
-    double start;
-    double sweep;
-    Point2 from;  // the ends, not computed from the angles
-    Point2 to;
-};
-
-// A filled parallelogram.
-struct Frame {
-    Point2 corner;
-    Point2 along;
-    Point2 up;
-};
-
-using Piece = std::variant<Segment, Curve, Frame>;
-
-Point2 at(const Curve& curve, double t) noexcept {
-    return curve.centre + std::cos(t) * curve.u + std::sin(t) * curve.v;
-}
-
-bool sweepsOver(const Curve& curve, double t) noexcept {
-    return normalised(t - curve.start, fullTurn) <= curve.sweep;
-}
-
-Curve circleArc(Point2 centre, double radius, double start, double sweep) noexcept {
-    const Point2 u{radius, 0};
-    const Point2 from = centre + radius * directionAt(start);
-    const Point2 to = sweep >= fullTurn ? from : centre + radius * directionAt(start + sweep);
-    return {centre, u, leftOf(u), start, sweep, from, to};
-}
-
-// The arc over a chord. Its height over the chord is half the chord times the bulge, and a positive
-// bulge runs counter-clockwise; centre and radius follow from the triangle of half the chord.
-// None for a segment that is straight.
-std::optional<Curve> bulgeArc(Point2 from, Point2 to, double bulge) noexcept {
-    // Also true when the bulge is not a number.
-    if (!(std::fabs(bulge) >= straightBulge) || from == to) return std::nullopt;
-    const Point2 chord = to - from;
-    const double side = (1 / bulge - bulge) / 4;
-    const Point2 centre = from + 0.5 * chord + side * leftOf(chord);
-    const double amount = std::fabs(bulge);
-    const double radius = norm(chord) * ((1 / amount + amount) / 4);
-    if (!drawable(centre) || !drawable(radius)) return std::nullopt;
-    const Point2 first = bulge > 0 ? from : to;
-    const Point2 last = bulge > 0 ? to : from;
-    const Point2 spoke = first - centre;
-    const Point2 u{radius, 0};
-    return Curve{centre, u,   leftOf(u), std::atan2(spoke.y, spoke.x), 4 * std::atan(amount),
-                 first,  last};
-}
-
-// An affine mapping: (x, y) to x * u + y * v + origin.
-struct Placement {
-    Point2 u{1, 0};
-    Point2 v{0, 1};
-    Point2 origin{0, 0};
-
-    [[nodiscard]] Point2 vector(Point2 p) const noexcept { return p.x * u + p.y * v; }
-    [[nodiscard]] Point2 point(Point2 p) const noexcept { return vector(p) + origin; }
-};
-
-Placement placementOf(const VmDbBlockRef& insert, Point2 insertion, Point2 base) noexcept {
-    const Point2 x = directionAt(radians(insert.rotation));
-    Placement placement{insert.xScale * x, insert.yScale * leftOf(x), {}};
-    placement.origin = insertion - placement.vector(base);
-    return placement;
-}
-
-Piece placed(const Piece& piece, const Placement& by) noexcept {
-    if (const auto* segment = std::get_if<Segment>(&piece))
-        return Segment{by.point(segment->from), by.point(segment->to)};
-    if (const auto* frame = std::get_if<Frame>(&piece))
-        return Frame{by.point(frame->corner), by.vector(frame->along), by.vector(frame->up)};
-    Curve curve = std::get<Curve>(piece);
-    curve.centre = by.point(curve.centre);
-    curve.u = by.vector(curve.u);
-    curve.v = by.vector(curve.v);
-    curve.from = by.point(curve.from);
-    curve.to = by.point(curve.to);
-    return curve;
-}
-
-bool drawable(const Piece& piece) noexcept {
-    if (const auto* segment = std::get_if<Segment>(&piece))
-        return drawable(segment->from) && drawable(segment->to);
-    if (const auto* frame = std::get_if<Frame>(&piece))
-        return drawable(frame->corner) && drawable(frame->along) && drawable(frame->up);
-    const auto& curve = std::get<Curve>(piece);
-    return drawable(curve.centre) && drawable(curve.u) && drawable(curve.v) &&
-           drawable(curve.from) && drawable(curve.to) && std::isfinite(curve.start) &&
-           std::isfinite(curve.sweep);
-}
-
-// --- From objects to pieces ---
-
-double bulgeAt(const VmDb2DPolyline& polyline, std::int32_t vertex) noexcept {
-    return vertex < polyline.bulges.count ? polyline.bulges.values[vertex] : 0;
-}
-
-std::int32_t segmentCount(const VmDb2DPolyline& polyline) noexcept {
-    const std::int32_t vertices = polyline.points.count;
-    return vertices > 1 && polyline.closed != 0 ? vertices : vertices - 1;
-}
-
-// The ends of a polyline's segment.
-Segment segmentAt(const VmDb2DPolyline& polyline, std::int32_t segment) noexcept {
-    const mmPoint* const points = polyline.points.points;
-    const std::int32_t next = segment + 1 < polyline.points.count ? segment + 1 : 0;
-    return {planeOf(points[segment]), planeOf(points[next])};
-}
-
-// Characters, not units: a pair of surrogates is one.
-std::size_t characterCount(std::u16string_view text) noexcept {
-    std::size_t count = 0;
-    bool high = false;
-    for (const char16_t unit : text) {
-        if (!(high && unit >= 0xDC00 && unit <= 0xDFFF)) ++count;
-        high = unit >= 0xD800 && unit <= 0xDBFF;
-    }
-    return count;
-}
-
-struct TextSize {
-    std::size_t lines = 1;
-    std::size_t longest = 0;  // characters
-};
-
-TextSize sizeOf(const VmDbText& text) noexcept {
-    const std::u16string_view whole(text.text.units(), text.text.length());
-    if (text.typeCode != vmDbMText) return {1, characterCount(whole)};
-    constexpr std::u16string_view separator = u"\\P";
-    TextSize size;
-    std::size_t begin = 0;
-    for (std::size_t end = whole.find(separator); end != std::u16string_view::npos;
-         end = whole.find(separator, begin)) {
-        size.longest = std::max(size.longest, characterCount(whole.substr(begin, end - begin)));
-        begin = end + separator.size();
-        ++size.lines;
-    }
-    size.longest = std::max(size.longest, characterCount(whole.substr(begin)));
-    return size;
-}
-
-Frame frameOf(const VmDbText& text, Point2 insertion) noexcept {
-    const TextSize size = sizeOf(text);
-    const double height = std::fabs(text.height);
-    const Point2 x = directionAt(radians(text.rotation));
-    const double width = characterWidth * height * static_cast<double>(size.longest);
-    const double tall = height + static_cast<double>(size.lines - 1) * lineSpacing * height;
-    const Point2 up = tall * leftOf(x);
-    return {text.typeCode == vmDbMText ? insertion - up : insertion, width * x, up};
-}
-
-// Takes objects apart, inserts included. The visitor gets every piece that is drawn, and answers
-// whether it wants more.
-class PieceWalk {
-  public:
-    using Visitor = std::function<bool(const Piece&)>;
-
-    PieceWalk(const BlockLookup& blocks, const Visitor& visitor)
-        : blocks_(blocks), visitor_(visitor) {}
-
-    void run(const VmDbObject& object) {
-        visit(object, Placement());
-        if (!found_ && object.points.count > 0) show(pointPiece(object, 0), Placement());
-    }
-
-  private:
-    static Piece pointPiece(const VmDbObject& object, std::int32_t index) noexcept {
-        const Point2 point = planeOf(object.points.points[index]);
-        return Segment{point, point};
-    }
-
-    // All of these answer whether the walk goes on.
-
-    bool show(const Piece& piece, const Placement& by) {
-        const Piece result = placed(piece, by);
-        if (!drawable(result)) return true;
-        if (!spend()) return false;
-        found_ = true;
-        return visitor_(result);
-    }
-
-    bool spend() noexcept { return open_.empty() || --left_ >= 0; }
-
-    bool visit(const VmDbObject& object, const Placement& by) {
-        if (object.points.count <= 0) return true;
-        const Point2 first = planeOf(object.points.points[0]);
-        if (const auto* insert = dynamic_cast<const VmDbBlockRef*>(&object))
-            return visitContents(*insert, first, by);
-        if (const auto* polyline = dynamic_cast<const VmDb2DPolyline*>(&object))
-            return visitPolyline(*polyline, by);
-        if (dynamic_cast<const VmDbLine*>(&object) != nullptr) {
-            const std::int32_t last = object.points.count > 1 ? 1 : 0;
-            return show(Segment{first, planeOf(object.points.points[last])}, by);
-        }
-        if (const auto* circle = dynamic_cast<const VmDbCircle*>(&object))
-            return show(circleArc(first, std::fabs(circle->radius), 0, fullTurn), by);
-        if (const auto* arc = dynamic_cast<const VmDbArc*>(&object)) {
-            const double start = normalised(arc->startAngle, fullTurn);
-            const double sweep = sweepBetween(arc->startAngle, arc->endAngle);
-            return show(circleArc(first, std::fabs(arc->radius), start, sweep), by);
-        }
-        if (const auto* text = dynamic_cast<const VmDbText*>(&object))
-            return show(frameOf(*text, first), by);
-        for (std::int32_t i = 0; i < object.points.count; ++i)
-            if (!show(pointPiece(object, i), by)) return false;
-        return true;
-    }
-
-    bool visitPolyline(const VmDb2DPolyline& polyline, const Placement& by) {
-        if (polyline.points.count == 1) return show(pointPiece(polyline, 0), by);
-        for (std::int32_t i = 0; i < segmentCount(polyline); ++i) {
-            const Segment ends = segmentAt(polyline, i);
-            const auto arc = bulgeArc(ends.from, ends.to, bulgeAt(polyline, i));
-            if (!show(arc ? Piece(*arc) : Piece(ends), by)) return false;
-        }
-        return true;
-    }
-
-    bool visitContents(const VmDbBlockRef& insert, Point2 insertion, const Placement& by) {
-        if (!blocks_ || open_.size() >= static_cast<std::size_t>(deepestInsert)) return true;
-        Point2 base;
-        const std::u16string_view name(insert.blockName.units(), insert.blockName.length());
-        const auto* const contents = blocks_(name, base);
-        if (contents == nullptr || std::ranges::find(open_, contents) != open_.end()) return true;
-        const Placement inner = placementOf(insert, insertion, base);
-        const Placement whole{by.vector(inner.u), by.vector(inner.v), by.point(inner.origin)};
-        open_.push_back(contents);
-        bool more = true;
-        for (const VmDbObject* object : *contents) {
-            if (object == nullptr || object->erased != 0) continue;
-            more = spend() && visit(*object, whole);
-            if (!more) break;
-        }
-        open_.pop_back();
-        return more;
-    }
-
-    const BlockLookup& blocks_;
-    const Visitor& visitor_;
-    std::vector<const std::vector<const VmDbObject*>*> open_;  // blocks that are being visited
-    int left_ = mostInsertedPieces;
-    bool found_ = false;
-};
-
-void forEachPiece(const VmDbObject& object, const BlockLookup& blocks,
-                  const PieceWalk::Visitor& visitor) {
-    PieceWalk(blocks, visitor).run(object);
-}
-
-// --- Extents ---
-
-Box boxOf(const Segment& segment) noexcept { return Box::between(segment.from, segment.to); }
-
-// A coordinate c + a cos t + b sin t is extreme at the angle of (a, b) and opposite to it.
-Box boxOf(const Curve& curve) noexcept {
-    Box box = Box::between(curve.from, curve.to);
-    const auto stretch = [&curve](double centre, double a, double b, double& low, double& high) {
-        const double reach = std::hypot(a, b);
-        const double t = std::atan2(b, a);
-        if (sweepsOver(curve, t)) high = std::max(high, centre + reach);
-        if (sweepsOver(curve, t + pi)) low = std::min(low, centre - reach);
-    };
-    stretch(curve.centre.x, curve.u.x, curve.v.x, box.left, box.right);
-    stretch(curve.centre.y, curve.u.y, curve.v.y, box.bottom, box.top);
-    return box;
-}
-
-Box boxOf(const Frame& frame) noexcept {
-    Box box = Box::between(frame.corner, frame.corner + frame.along + frame.up);
-    box.add(frame.corner + frame.along);
-    box.add(frame.corner + frame.up);
-    return box;
-}
 
 // --- Distances ---
 
@@ -358,13 +31,6 @@ double distance(const Segment& segment, Point2 point) noexcept {
     const double square = dot(run, run);
     const double t = square > 0 ? std::clamp(dot(point - segment.from, run) / square, 0.0, 1.0) : 0;
     return std::min(norm(point - (segment.from + t * run)), norm(point - segment.to));
-}
-
-bool isCircular(const Curve& curve) noexcept {
-    constexpr double noise = 1e-12;
-    const double u = dot(curve.u, curve.u);
-    const double v = dot(curve.v, curve.v);
-    return std::fabs(u - v) <= noise * u && std::fabs(dot(curve.u, curve.v)) <= noise * u;
 }
 
 // Where the curve comes nearest the slope of the distance turns from negative to positive. The
@@ -406,6 +72,29 @@ double distance(const Curve& curve, Point2 point) noexcept {
     const double t = std::atan2(dot(spoke, curve.v), dot(spoke, curve.u));
     if (!sweepsOver(curve, t)) return toEnds;
     return std::min(toEnds, std::fabs(norm(spoke) - norm(curve.u)));
+}
+
+// Chords of a cubic: they leave it by less than 1e-4 of its size.
+constexpr int chordCount = 256;
+
+// Calls `with` for each chord until it answers false.
+template <class With> void forEachChord(const Cubic& cubic, With with) {
+    Point2 before = cubic.from;
+    for (int i = 1; i <= chordCount; ++i) {
+        const Point2 here =
+            i == chordCount ? cubic.to : at(cubic, i / static_cast<double>(chordCount));
+        if (!with(Segment{before, here})) return;
+        before = here;
+    }
+}
+
+double distance(const Cubic& cubic, Point2 point) noexcept {
+    double nearest = infinity;
+    forEachChord(cubic, [&](const Segment& chord) {
+        nearest = std::min(nearest, distance(chord, point));
+        return true;
+    });
+    return nearest;
 }
 
 bool covers(const Frame& frame, Point2 point) noexcept {
@@ -484,6 +173,15 @@ bool touches(const Curve& curve, const Box& box) noexcept {
     return passesX(box.left) || passesX(box.right) || passesY(box.bottom) || passesY(box.top);
 }
 
+bool touches(const Cubic& cubic, const Box& box) noexcept {
+    bool found = false;
+    forEachChord(cubic, [&](const Segment& chord) {
+        found = touches(chord, box);
+        return !found;
+    });
+    return found;
+}
+
 bool touches(const Frame& frame, const Box& box) noexcept {
     for (const Segment& edge : edges(frame))
         if (touches(edge, box)) return true;
@@ -494,6 +192,7 @@ bool touches(const Frame& frame, const Box& box) noexcept {
 
 double lengthOf(const Segment& segment) noexcept { return norm(segment.to - segment.from); }
 double lengthOf(const Curve& curve) noexcept { return curve.sweep * norm(curve.u); }
+double lengthOf(const Cubic&) noexcept { return 0; }  // of carried objects, which have no measure
 double lengthOf(const Frame&) noexcept { return 0; }
 
 // angle - sin(angle), by its series where the difference would lose its digits.
@@ -628,6 +327,7 @@ Point2 pointOn(const VmDbObject& object) {
 
 double length(const VmDbObject& object) {
     double sum = 0;
+    if (dynamic_cast<const CarriedObject*>(&object) != nullptr) return sum;
     forEachPiece(object, BlockLookup(), [&sum](const Piece& piece) {
         sum += std::visit([](const auto& shape) { return lengthOf(shape); }, piece);
         return true;
@@ -705,29 +405,112 @@ mmPoint Similarity::apply(const mmPoint& point) const noexcept {
     return {plane.x, plane.y, factor * point.z + dz};
 }
 
-void transform(VmDbObject& object, const Similarity& by) {
-    for (std::int32_t i = 0; i < object.points.count; ++i)
-        object.points.points[i] = by.apply(object.points.points[i]);
-    const auto turn = [&by](double& rotation) {
-        if (by.angle != 0) rotation = normalised(rotation + degrees(by.angle), 360);
+namespace {
+
+mmPoint combined(const PlaneAxes& axes, const mmPoint& p) noexcept {
+    return {p.x * axes.x.x + p.y * axes.y.x + p.z * axes.up.x,
+            p.x * axes.x.y + p.y * axes.y.y + p.z * axes.up.y,
+            p.x * axes.x.z + p.y * axes.y.z + p.z * axes.up.z};
+}
+
+double along(const mmPoint& axis, const mmPoint& p) noexcept {
+    return axis.x * p.x + axis.y * p.y + axis.z * p.z;
+}
+
+mmPoint seenIn(const PlaneAxes& axes, const mmPoint& p) noexcept {
+    return {along(axes.x, p), along(axes.y, p), along(axes.up, p)};
+}
+
+// How a transformation of the drawing is one of an object in its own plane, and the plane after it.
+struct PlaneChange {
+    PlaneAxes before;
+    PlaneAxes after;
+    Similarity by;
+    double turn = 0;  // of directions in the plane, radians
+
+    [[nodiscard]] mmPoint apply(const mmPoint& point) const noexcept {
+        return seenIn(after, by.apply(combined(before, point)));
+    }
+};
+
+PlaneChange changeOf(const mmPoint& normal, const Similarity& by) noexcept {
+    Similarity rotation;
+    rotation.angle = by.angle;
+    rotation.cosine = by.cosine;
+    rotation.sine = by.sine;
+    PlaneChange change;
+    change.by = by;
+    change.before = axesOf(normal);
+    change.after = axesOf(rotation.apply(change.before.up));
+    const mmPoint turned = seenIn(change.after, rotation.apply(change.before.x));
+    change.turn = std::atan2(turned.y, turned.x);
+    return change;
+}
+
+// What an object from a file has beyond its members; `pointBy` maps a point of its plane.
+void transformPart(Appearance& look, double factor, const Similarity& by,
+                   const std::function<mmPoint(const mmPoint&)>& pointBy) {
+    look.alignment = planeOf(pointBy({look.alignment.x, look.alignment.y, 0}));
+    look.width *= factor;
+    look.columnSpacing *= factor;
+    look.rowSpacing *= factor;
+    if (look.attributes == nullptr) return;
+    auto attributes = std::make_shared<std::vector<std::unique_ptr<VmDbObject>>>();
+    for (const auto& attribute : *look.attributes) {
+        if (attribute == nullptr) continue;
+        attributes->push_back(clone(*attribute));
+        transform(*attributes->back(), by);
+    }
+    look.attributes = std::move(attributes);
+}
+
+// Members that are no points: sizes by the factor, directions by an angle in radians.
+void transformMembers(VmDbObject& object, double factor, double angle) {
+    const auto turn = [angle](double& rotation) {
+        if (angle != 0) rotation = normalised(rotation + degrees(angle), 360);
     };
-    if (auto* circle = dynamic_cast<VmDbCircle*>(&object)) circle->radius *= by.factor;
+    if (auto* circle = dynamic_cast<VmDbCircle*>(&object)) circle->radius *= factor;
     if (auto* arc = dynamic_cast<VmDbArc*>(&object)) {
-        arc->radius *= by.factor;
-        if (by.angle != 0) {
-            arc->startAngle = normalised(arc->startAngle + by.angle, fullTurn);
-            arc->endAngle = normalised(arc->endAngle + by.angle, fullTurn);
+        arc->radius *= factor;
+        if (angle != 0) {
+            arc->startAngle = normalised(arc->startAngle + angle, fullTurn);
+            arc->endAngle = normalised(arc->endAngle + angle, fullTurn);
         }
     }
     if (auto* text = dynamic_cast<VmDbText*>(&object)) {
-        text->height *= by.factor;
+        text->height *= factor;
         turn(text->rotation);
     }
     if (auto* insert = dynamic_cast<VmDbBlockRef*>(&object)) {
-        insert->xScale *= by.factor;
-        insert->yScale *= by.factor;
+        insert->xScale *= factor;
+        insert->yScale *= factor;
         turn(insert->rotation);
     }
+}
+
+bool isUpright(const mmPoint& normal) noexcept {
+    return normal.x == 0 && normal.y == 0 && normal.z > 0;
+}
+
+}  // namespace
+
+void transform(VmDbObject& object, const Similarity& by) {
+    FilePart* const part = filePartOf(object);
+    std::function<mmPoint(const mmPoint&)> pointBy = [&by](const mmPoint& p) {
+        return by.apply(p);
+    };
+    double angle = by.angle;
+    if (part != nullptr && !isUpright(part->appearance.normal) &&
+        dynamic_cast<VmDbLine*>(&object) == nullptr) {
+        const PlaneChange change = changeOf(part->appearance.normal, by);
+        part->appearance.normal = change.after.up;
+        if (by.angle != 0) angle = change.turn;
+        pointBy = [change](const mmPoint& p) { return change.apply(p); };
+    }
+    for (std::int32_t i = 0; i < object.points.count; ++i)
+        object.points.points[i] = pointBy(object.points.points[i]);
+    transformMembers(object, by.factor, angle);
+    if (part != nullptr) transformPart(part->appearance, by.factor, by, pointBy);
 }
 
 // --- Construction ---

@@ -14,7 +14,12 @@
 //   A TEXT has its insertion point at the bottom left; a MTEXT at the top left of its first line,
 //   and its lines follow downwards at 5/3 of its height. The sign of the height does not matter;
 // - an insert: the contents of its block. When they show nothing, its insertion point;
+// - a carried object: its figures, of a filled one the outline, and the contents of its block as
+//   they are;
 // - an object of no class of its own: its points.
+// What a file says of an object besides counts as well: the plane that it lies in, which is seen
+// from above; how a text is aligned, and that its codes do not show; the copies and the texts of an
+// insert. An object that is marked as invisible is not drawn.
 // Pieces with a coordinate that is not a number, or beyond 1e150, are not drawn.
 #pragma once
 
@@ -127,7 +132,8 @@ struct Similarity {
     [[nodiscard]] mmPoint apply(const mmPoint& point) const noexcept;
 };
 
-/// Moves, turns and scales an object with everything that it has. A rotation brings an arc's angles
+/// Moves, turns and scales an object with everything that it has, but for a carried object, whose
+/// shape stays. A rotation brings an arc's angles
 /// into 0 to 2 pi and rotations of texts and inserts into 0 to 360; without one they stay as they
 /// are.
 void transform(VmDbObject& object, const Similarity& by);
