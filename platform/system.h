@@ -94,6 +94,10 @@ inline bool readFile(const std::string& path, std::string& bytes, std::string& r
     return readWholeFile(path, bytes, reason) == FileRead::done;
 }
 
+/// A text that is another one when the file at `path` has been replaced or written to; empty when
+/// there is no such file.
+std::string fileIdentity(const std::string& path);
+
 /// What becomes of the file that is replaced.
 enum class OldFile {
     drop,

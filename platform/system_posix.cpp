@@ -217,6 +217,19 @@ std::u16string nativePath(std::u16string_view path) {
     return native;
 }
 
+std::string fileIdentity(const std::string& path) {
+    struct stat found {};
+    if (::stat(path.c_str(), &found) != 0) return {};
+    std::string identity;
+    const auto add = [&identity](auto part) { identity += std::to_string(part) + " "; };
+    add(found.st_dev);
+    add(found.st_ino);
+    add(found.st_size);
+    add(found.st_mtim.tv_sec);
+    add(found.st_mtim.tv_nsec);
+    return identity;
+}
+
 FileRead readWholeFile(const std::string& path, std::string& bytes, std::string& reason) {
     bytes.clear();
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),
@@ -227,6 +240,9 @@ FileRead readWholeFile(const std::string& path, std::string& bytes, std::string&
     }
     char block[65536];
     constexpr std::size_t largest = std::size_t{1} << 30;
+    struct stat found {};
+    if (::fstat(::fileno(file.get()), &found) == 0 && found.st_size > 0)
+        bytes.reserve(std::min(largest, static_cast<std::size_t>(found.st_size)));
     while (const std::size_t count = std::fread(block, 1, sizeof block, file.get())) {
         bytes.append(block, count);
         if (bytes.size() > largest) {

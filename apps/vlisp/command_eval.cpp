@@ -70,9 +70,12 @@ class Evaluation {
     virtual void show(std::u16string_view text) = 0;
     [[nodiscard]] bool quits() const noexcept { return lisp_.host().quits(); }
 
-    int finish() {
+    /// The exit code; the texts must not be taken when it is not 0.
+    int open(const DrawingOptions& options, bool json) { return openDrawing(lisp_, options, json); }
+
+    int finish(const DrawingOptions& options, bool json) {
         if (!lisp_.allAnswered()) fail(exitError);
-        return code_;
+        return finishDrawing(lisp_, options, json, code_);
     }
 
   protected:
@@ -165,6 +168,13 @@ void takeAll(Evaluation& evaluation, const std::vector<std::string>& texts, Line
         evaluation.take(line);
 }
 
+int run(Evaluation& evaluation, const EvalOptions& options, LineSource& input) {
+    if (const int code = evaluation.open(options.drawing, options.json); code != exitOk)
+        return code;
+    takeAll(evaluation, options.texts, input);
+    return evaluation.finish(options.drawing, options.json);
+}
+
 }  // namespace
 
 int evalTexts(const EvalOptions& options) {
@@ -183,13 +193,11 @@ int evalTexts(const EvalOptions& options) {
                               [&](std::u16string_view text) { evaluation->show(text); });
         JsonEvaluation all(answers);
         evaluation = &all;
-        takeAll(all, options.texts, *standardInput);
-        code = all.finish();
+        code = run(all, options, *standardInput);
     } else {
         ScriptAnswers answers(lines, [](std::u16string_view text) { writeLine(text); });
         PlainEvaluation all(answers);
-        takeAll(all, options.texts, *standardInput);
-        code = all.finish();
+        code = run(all, options, *standardInput);
     }
     return exitCodeOfSignals(exitCodeOfOutput(code));
 }

@@ -21,7 +21,8 @@ void writeFinalError(const LoadReport& report, const std::string& path,
                platform::toUtf8(TrimBlanks(lineOf(source, report.line))));
 }
 
-int runForPeople(const std::string& path, std::u16string_view source, LineSource& lines) {
+int runForPeople(const RunOptions& options, std::u16string_view source, LineSource& lines) {
+    const std::string& path = options.path;
     bool announced = false;
     ScriptAnswers answers(lines, [](std::u16string_view text) { writeLine(text); });
     Lisp lisp(
@@ -34,13 +35,16 @@ int runForPeople(const std::string& path, std::u16string_view source, LineSource
             }
         },
         answers);
+    if (const int code = openDrawing(lisp, options.drawing, false); code != exitOk) return code;
     const LoadReport report = lisp.load(path, source);
     const bool answered = lisp.allAnswered();
     if (!report.errorText.empty()) writeFinalError(report, path, source);
-    return std::max<int>(exitCodeOfError(report.errorText), answered ? exitOk : exitError);
+    const int code =
+        std::max<int>(exitCodeOfError(report.errorText), answered ? exitOk : exitError);
+    return finishDrawing(lisp, options.drawing, false, code);
 }
 
-int runForPrograms(const std::string& path, std::u16string_view source, LineSource& lines) {
+int runForPrograms(const RunOptions& options, std::u16string_view source, LineSource& lines) {
     nlohmann::ordered_json result;
     result["shown"] = nlohmann::ordered_json::array();
     const auto show = [&](std::u16string_view text) {
@@ -48,11 +52,13 @@ int runForPrograms(const std::string& path, std::u16string_view source, LineSour
     };
     QueuedAnswers answers(&lines, show);
     Lisp lisp(show, answers);
-    const LoadReport report = lisp.load(path, source);
+    if (const int code = openDrawing(lisp, options.drawing, true); code != exitOk) return code;
+    const LoadReport report = lisp.load(options.path, source);
     result["done"] = platform::toUtf8(report.errorText);
     writeLine(result.dump());
-    return std::max<int>(exitCodeOfError(report.errorText),
-                         lisp.allAnswered() ? exitOk : exitError);
+    const int code =
+        std::max<int>(exitCodeOfError(report.errorText), lisp.allAnswered() ? exitOk : exitError);
+    return finishDrawing(lisp, options.drawing, true, code);
 }
 
 }  // namespace
@@ -63,8 +69,8 @@ int runFile(const RunOptions& options) {
     const auto lines = openLines(options.input);
     if (lines == nullptr) return exitUnreadable;
     cancelOnSignals();
-    const int code = options.json ? runForPrograms(options.path, source, *lines)
-                                  : runForPeople(options.path, source, *lines);
+    const int code = options.json ? runForPrograms(options, source, *lines)
+                                  : runForPeople(options, source, *lines);
     return exitCodeOfSignals(exitCodeOfOutput(code));
 }
 

@@ -2,6 +2,8 @@
 // Tests: tests/cli/.
 #pragma once
 
+#include "apps/vlisp/drawing_job.h"
+
 #include <string>
 #include <vector>
 
@@ -9,6 +11,7 @@ namespace vlisp::app {
 
 struct RunOptions {
     std::string path;
+    DrawingOptions drawing;
     std::string input = "-";  ///< file of answers; "-": standard input
     bool json = false;
 };
@@ -18,12 +21,32 @@ int runFile(const RunOptions& options);
 
 struct EvalOptions {
     std::vector<std::string> texts;
+    DrawingOptions drawing;
     std::string input = "-";  ///< file of answers; "-": standard input
     bool json = false;
 };
 
 /// `vlisp eval`: evaluates texts, or the lines of standard input when there are none.
 int evalTexts(const EvalOptions& options);
+
+struct PlotOptions {
+    std::string path;
+    std::string output;
+    std::string window;
+    std::vector<std::string> layers;
+    std::string paper;
+    std::string scale;
+    bool landscape = false;
+    bool portrait = false;
+    bool mono = false;
+    bool dark = false;
+    double dpi = 150;
+    int pixels = 0;
+    bool recover = false;
+};
+
+/// `vlisp plot`: draws a picture of a drawing.
+int plotDrawing(const PlotOptions& options);
 
 /// `vlisp script`: takes the lines of a file as if they were typed at the command line.
 int runScript(const std::string& path);

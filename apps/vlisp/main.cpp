@@ -18,6 +18,7 @@ constexpr const char* programDescription = "LISP for CAD drawings.";
 struct Arguments {
     RunOptions run;
     EvalOptions eval;
+    PlotOptions plot;
     std::string script;
     std::vector<std::string> files;
     std::string topic;
@@ -30,12 +31,62 @@ struct Arguments {
 constexpr const char* inputHelp =
     "Answer prompts from FILE, a line each, instead of standard input";
 
+void describeDrawing(CLI::App& command, DrawingOptions& options) {
+    command.add_option("--drawing", options.drawing, "Open the drawing FILE.dxf first")
+        ->type_name("FILE");
+    command.add_option("--save", options.save, "Save the drawing as FILE.dxf at the end")
+        ->type_name("FILE");
+    command
+        .add_option("--plot", options.plot, "Plot it at the end to FILE.svg, FILE.pdf or FILE.png")
+        ->type_name("FILE");
+    command.add_flag("--dry-run", options.dryRun,
+                     "Tell what saving would change, and write nothing");
+    command.add_flag("--backup", options.backup, "Keep what is replaced as FILE.dxf.bak");
+    command.add_flag("--recover", options.recover,
+                     "Open what can be opened of a damaged drawing, and tell what cannot");
+    command.add_flag("--keep-going", options.keepGoing,
+                     "Save and plot although LISP has reported an error");
+}
+
+void describePlot(CLI::App& app, PlotOptions& options) {
+    CLI::App* plot = app.add_subcommand("plot", "Draw a picture of a drawing");
+    plot->add_option("FILE", options.path, "The drawing")->required()->type_name("");
+    plot->add_option("-o,--output", options.output,
+                     "The picture: its ending .svg, .pdf or .png says what kind")
+        ->required()
+        ->type_name("FILE");
+    plot->add_option("--window", options.window, "Show this part only, in drawing units")
+        ->type_name("X1,Y1,X2,Y2");
+    plot->add_option("--layer", options.layers,
+                     "Show only layers that match, with the wildcards of WCMATCH; may be repeated")
+        ->type_name("PATTERN")
+        ->expected(1)
+        ->take_all();
+    plot->add_option("--paper", options.paper,
+                     "A0 to A6, Letter, Legal, Tabloid, or WxH in mm [A4]")
+        ->type_name("SIZE");
+    plot->add_option("--scale", options.scale,
+                     "fit, or 1:50, or millimetres of paper for a drawing unit [fit]")
+        ->type_name("SCALE");
+    CLI::Option* landscape =
+        plot->add_flag("--landscape", options.landscape, "Lay the paper across");
+    plot->add_flag("--portrait", options.portrait, "Lay the paper upright")->excludes(landscape);
+    plot->add_flag("--mono", options.mono, "Everything in one colour");
+    plot->add_flag("--dark", options.dark, "A dark ground");
+    plot->add_option("--dpi", options.dpi, "Resolution of a PNG [150]")->type_name("N");
+    plot->add_option("--pixels", options.pixels, "Pixels of a PNG's longer side, instead of --dpi")
+        ->type_name("N");
+    plot->add_flag("--recover", options.recover,
+                   "Show what can be opened of a damaged drawing, and tell what cannot");
+}
+
 void describeCommands(CLI::App& app, Arguments& arguments) {
     CLI::App* run = app.add_subcommand("run", "Load a LISP file");
     run->add_option("FILE", arguments.run.path, "The file; - reads standard input")
         ->required()
         ->type_name("");
     run->add_option("--input", arguments.run.input, inputHelp)->type_name("FILE");
+    describeDrawing(*run, arguments.run.drawing);
     run->add_flag("--json", arguments.run.json,
                   "Print one JSON object: the texts shown, and the final error text");
 
@@ -44,7 +95,10 @@ void describeCommands(CLI::App& app, Arguments& arguments) {
                      "What to evaluate; without any, the lines of standard input")
         ->type_name("");
     eval->add_option("--input", arguments.eval.input, inputHelp)->type_name("FILE");
+    describeDrawing(*eval, arguments.eval.drawing);
     eval->add_flag("--json", arguments.eval.json, "Print one JSON object a text");
+
+    describePlot(app, arguments.plot);
 
     CLI::App* script =
         app.add_subcommand("script", "Take lines as if they were typed at the command line");
@@ -127,13 +181,17 @@ int help(const Arguments& arguments) {
 // "check" every word that is no option is marked, and the mark taken off when it has come through.
 constexpr char literalMark = '\x01';
 
+bool takesFile(const std::string& word) {
+    return word == "--input" || word == "--drawing" || word == "--save" || word == "--plot";
+}
+
 std::vector<std::string> marked(int argc, char** argv) {
     std::vector<std::string> words(argv + 1, argv + argc);
     if (words.empty() || (words[0] != "eval" && words[0] != "check")) return words;
     bool onlyTexts = false;
     for (auto word = words.begin() + 1; word != words.end(); ++word) {
         if (!onlyTexts && *word == "--") onlyTexts = true;
-        else if (!onlyTexts && *word == "--input" && word + 1 != words.end()) ++word;
+        else if (!onlyTexts && takesFile(*word) && word + 1 != words.end()) ++word;
         else if (onlyTexts || !word->starts_with('-') || *word == "-")
             word->insert(0, 1, literalMark);
     }
@@ -173,6 +231,7 @@ int main(int argc, char** argv) {
     unmark(arguments.files);
     if (app.got_subcommand("run")) return runFile(arguments.run);
     if (app.got_subcommand("eval")) return evalTexts(arguments.eval);
+    if (app.got_subcommand("plot")) return plotDrawing(arguments.plot);
     if (app.got_subcommand("script")) return runScript(arguments.script);
     if (app.got_subcommand("check")) return checkFiles(arguments.files, arguments.checkJson);
     if (app.got_subcommand("help")) return help(arguments);

@@ -4,6 +4,7 @@
 #include "core/reader.h"
 #include "platform/text.h"
 #include "refhost/commands/commands.h"
+#include "refhost/model/file_part.h"
 
 #include <algorithm>
 #include <charconv>
@@ -30,11 +31,16 @@ const CommandRow rows[] = {
     {"LIST",   "LI", "Tells everything about objects.",                        listSteps,   list},
     {"MOVE",   "M",  "Moves objects.",                                         moveSteps,   move},
     {"MTEXT",  "MT", "Writes a text of several lines.",                        mtextSteps,  mtext},
+    {"NEW",    "",   "Begins an empty drawing.",                               newSteps,    newDrawing},
+    {"OPEN",   "",   "Opens a drawing.",                                       openSteps,   openDrawing},
     {"PLINE",  "PL", "Draws a polyline of straight lines and arcs.",           plineSteps,  pline},
-    {"QUIT",   "EXIT", "Ends the program.",                                    {},          quit},
+    {"PLOT",   "PRINT", "Draws a picture of the drawing: SVG, PDF or PNG.",     plotSteps,   plotDrawing},
+    {"QUIT",   "EXIT", "Ends the program.",                                    quitSteps,   quit},
     {"REDO",   "",   "Does again what was undone last.",                       {},          redo},
     {"REGEN",  "RE", "Regenerates the drawing.",                               {},          regen},
     {"ROTATE", "RO", "Turns objects about a point.",                           rotateSteps, rotate},
+    {"SAVE",   "QSAVE", "Saves the drawing, or a copy under another name.",      saveSteps,   save},
+    {"SAVEAS", "",   "Saves the drawing under another name and goes on with that file.", saveAsSteps, saveAs},
     {"SCALE",  "SC", "Makes objects larger or smaller.",                       scaleSteps,  scale},
     {"SETVAR", "SET", "Shows a system variable and sets it.",                  setvarSteps, setVariable},
     {"TEXT",   "DT", "Writes a line of text.",                                 textSteps,   text},
@@ -45,6 +51,16 @@ const CommandRow rows[] = {
 // clang-format on
 
 std::u16string wide(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
+
+// Kinds that are only carried have no shape that could be changed. What lies in a plane of its own
+// can be moved in the drawing's where that is the same one seen from above or from below.
+bool canTransform(const VmDbObject& object) {
+    if (dynamic_cast<const CarriedObject*>(&object) != nullptr) return false;
+    const FilePart* part = filePartOf(object);
+    if (part == nullptr) return true;
+    const mmPoint& normal = part->appearance.normal;
+    return normal.x == 0 && normal.y == 0 && normal.z != 0;
+}
 
 }  // namespace
 
@@ -79,6 +95,17 @@ std::vector<HostLong> CommandContext::changeable(const std::vector<HostLong>& ob
     if (const std::size_t locked = objects.size() - free.size(); locked > 0)
         show(numberText(static_cast<double>(locked)) + u" on a locked layer.");
     return free;
+}
+
+std::vector<HostLong> CommandContext::movable(const std::vector<HostLong>& objects) {
+    std::vector<HostLong> able;
+    for (const HostLong id : objects)
+        if (const ObjectView object = drawing.findLive(id);
+            object != nullptr && canTransform(*object))
+            able.push_back(id);
+    if (const std::size_t others = objects.size() - able.size(); others > 0)
+        show(numberText(static_cast<double>(others)) + u" of a kind that cannot be moved.");
+    return able;
 }
 
 std::string commandsAsMarkdown() {

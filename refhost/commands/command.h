@@ -4,6 +4,7 @@
 // Tests: tests/refhost/commands_test.cpp, tests/cli/commands.session.
 #pragma once
 
+#include "refhost/dxf/drawing_file.h"
 #include "refhost/model/drawing.h"
 
 #include <coroutine>
@@ -96,9 +97,10 @@ struct AskOptions {
 /// What a running command works with.
 class CommandContext {
   public:
-    CommandContext(Drawing& changed, std::function<void(std::u16string_view)> sink)
-        : drawing(changed), show(std::move(sink)) {}
+    CommandContext(dxf::DrawingFile& worked, std::function<void(std::u16string_view)> sink)
+        : file(worked), drawing(worked.drawing()), show(std::move(sink)) {}
 
+    dxf::DrawingFile& file;
     Drawing& drawing;
     /// Shows a line.
     std::function<void(std::u16string_view)> show;
@@ -141,6 +143,9 @@ class CommandContext {
 
     /// The objects of a selection that may be changed; tells how many are on locked layers.
     std::vector<HostLong> changeable(const std::vector<HostLong>& objects);
+    /// Those whose shape can be changed; tells how many are of kinds that are only carried, or lie
+    /// in a plane of their own.
+    std::vector<HostLong> movable(const std::vector<HostLong>& objects);
 };
 
 struct CommandRow {

@@ -186,8 +186,7 @@ bool Selection::feedWord(std::u16string_view word, std::u16string& problem) {
     }
     if (std::ranges::all_of(word, isDigit)) {
         const HostLong id = integerAtFront(word);
-        if (!drawing_->isLive(id))
-            problem = u"No object has the id " + std::u16string(word);
+        if (!drawing_->isLive(id)) problem = u"No object has the id " + std::u16string(word);
         else pick(id);
         return true;
     }
@@ -230,8 +229,8 @@ std::vector<HostLong> Selection::take() {
 
 // --- CommandLine ---
 
-CommandLine::CommandLine(Drawing& drawing, std::function<void(std::u16string_view)> show)
-    : context_(drawing, std::move(show)) {}
+CommandLine::CommandLine(dxf::DrawingFile& file, std::function<void(std::u16string_view)> show)
+    : context_(file, std::move(show)) {}
 
 CommandLine::~CommandLine() { cancel(); }
 

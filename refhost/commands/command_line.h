@@ -53,7 +53,7 @@ class Selection {
 
 class CommandLine {
   public:
-    CommandLine(Drawing& drawing, std::function<void(std::u16string_view)> show);
+    CommandLine(dxf::DrawingFile& file, std::function<void(std::u16string_view)> show);
     ~CommandLine();
 
     /// Tells HELP of commands that are not in the table: name and description.

@@ -38,6 +38,15 @@ CommandRun zoom(CommandContext&);
 CommandRun regen(CommandContext&);
 CommandRun setVariable(CommandContext&);
 CommandRun help(CommandContext&);
+
+// files.cpp
+extern const std::span<const Step> openSteps, newSteps, saveSteps, saveAsSteps, plotSteps,
+    quitSteps;
+CommandRun openDrawing(CommandContext&);
+CommandRun newDrawing(CommandContext&);
+CommandRun save(CommandContext&);
+CommandRun saveAs(CommandContext&);
+CommandRun plotDrawing(CommandContext&);
 CommandRun quit(CommandContext&);
 
 // inquiry.cpp

@@ -66,7 +66,7 @@ CommandRun erase(CommandContext& context) {
 
 CommandRun move(CommandContext& context) {
     const Input chosen = co_await context.ask(moveTable[0]);
-    const std::vector<HostLong> objects = context.changeable(chosen.objects);
+    const std::vector<HostLong> objects = context.movable(context.changeable(chosen.objects));
     if (objects.empty()) co_return;
     const Input base = co_await context.ask(moveTable[1]);
     if (!base.is(Input::Kind::point)) co_return;
@@ -76,12 +76,13 @@ CommandRun move(CommandContext& context) {
 
 CommandRun copy(CommandContext& context) {
     const Input chosen = co_await context.ask(moveTable[0]);
-    if (chosen.objects.empty()) co_return;
+    const std::vector<HostLong> objects = context.movable(chosen.objects);
+    if (objects.empty()) co_return;
     const Input base = co_await context.ask(moveTable[1]);
     if (!base.is(Input::Kind::point)) co_return;
     const Input second = co_await context.ask(moveTable[2], flat(base.point));
     const Similarity similarity = Similarity::moved(displacement(base.point, second));
-    for (const HostLong id : chosen.objects) {
+    for (const HostLong id : objects) {
         if (interruption::pending()) co_return;
         auto twin = clone(*context.drawing.find(id));
         transform(*twin, similarity);
@@ -93,7 +94,7 @@ CommandRun copy(CommandContext& context) {
 
 CommandRun rotate(CommandContext& context) {
     const Input chosen = co_await context.ask(rotateTable[0]);
-    const std::vector<HostLong> objects = context.changeable(chosen.objects);
+    const std::vector<HostLong> objects = context.movable(context.changeable(chosen.objects));
     if (objects.empty()) co_return;
     const Input base = co_await context.ask(rotateTable[1]);
     if (!base.is(Input::Kind::point)) co_return;
@@ -103,7 +104,7 @@ CommandRun rotate(CommandContext& context) {
 
 CommandRun scale(CommandContext& context) {
     const Input chosen = co_await context.ask(scaleTable[0]);
-    const std::vector<HostLong> objects = context.changeable(chosen.objects);
+    const std::vector<HostLong> objects = context.movable(context.changeable(chosen.objects));
     if (objects.empty()) co_return;
     const Input base = co_await context.ask(scaleTable[1]);
     if (!base.is(Input::Kind::point)) co_return;

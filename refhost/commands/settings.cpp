@@ -260,9 +260,4 @@ CommandRun help(CommandContext& context) {
     }
 }
 
-CommandRun quit(CommandContext& context) {
-    context.quit = true;
-    co_return;
-}
-
 }  // namespace vlisp::refhost

@@ -65,7 +65,7 @@ std::u16string_view takeWord(std::u16string_view& rest) {
 
 ReferenceHost::ReferenceHost(Sink shown, Answers& answers)
     : shown_(std::move(shown)), answers_(&answers),
-      commandLine_(drawing, [this](std::u16string_view text) { show(text); }) {
+      commandLine_(file, [this](std::u16string_view text) { show(text); }) {
     assert(theHost == nullptr && "one host at a time");
     theHost = this;
     provideVariables();

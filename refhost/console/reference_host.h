@@ -50,6 +50,7 @@ class ReferenceHost final : public platform::MessageWindow {
     static ReferenceHost& current() noexcept;
 
     Drawing drawing;
+    dxf::DrawingFile file{drawing};
 
     /// Starts the extension that is linked into this program; false when it refuses the host.
     bool startExtension();

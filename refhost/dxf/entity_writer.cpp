@@ -56,22 +56,26 @@ constexpr int commonOrder[] = {5, 330, 67, 410, 8, 6, 347, 62, 370};
 
 constexpr std::size_t mostBytesOfText = 250;
 
-// Cuts a text so that each part but the last takes as much as a pair may hold.
+// Cuts an encoded text so that each part but the last takes as much as a pair may hold, and no
+// character or escape is cut: readers may decode the parts one by one.
 std::vector<std::string> chunksOf(const TextCodec& codec, std::u16string_view text,
                                   std::string_view before) {
-    std::vector<std::string> chunks(1);
-    while (!text.empty()) {
-        // A character with its second surrogate; a caret with what follows, which tells its spelling.
-        std::size_t units = 1;
-        if (text.size() > 1 && (text[0] == u'^' || (text[0] & 0xFC00) == 0xD800)) units = 2;
-        // An escape stays in one piece, as it could be mistaken for another otherwise.
-        if (text[0] == u'\\') units = std::min<std::size_t>(text.size(), 8);
-        const std::string bytes = codec.encode(text.substr(0, units), before);
-        if (!chunks.back().empty() && chunks.back().size() + bytes.size() > mostBytesOfText)
-            chunks.emplace_back();
-        chunks.back() += bytes;
-        text.remove_prefix(units);
+    const std::string whole = codec.encode(text, before);
+    std::string_view rest = whole;
+    std::vector<std::string> chunks;
+    while (rest.size() > mostBytesOfText) {
+        constexpr std::size_t longestEscape = 8;
+        const auto cutsNothing = [&](std::size_t cut) {
+            const std::string_view ahead = rest.substr(cut, 2 * longestEscape);
+            return codec.decode(rest.substr(0, cut)) + codec.decode(ahead) ==
+                   codec.decode(rest.substr(0, cut + ahead.size()));
+        };
+        std::size_t cut = mostBytesOfText;
+        while (cut > mostBytesOfText - longestEscape && !cutsNothing(cut)) --cut;
+        chunks.emplace_back(rest.substr(0, cut));
+        rest.remove_prefix(cut);
     }
+    chunks.emplace_back(rest);
     return chunks;
 }
 

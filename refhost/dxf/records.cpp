@@ -18,12 +18,6 @@ void assign(VmDbString& member, std::u16string_view text) {
     member.assign(text.data(), text.size());
 }
 
-// Goes over the own pairs of a record that do not stand in braces.
-template <class Visit> void forEachOwn(const Record& record, Visit visit) {
-    for (std::size_t i = 1; i < record.own; ++i)
-        if (!record.grouped[i]) visit(record.pairs[i]);
-}
-
 class EntityReader {
   public:
     EntityReader(const Source& source, const std::vector<Record>& records)
@@ -68,11 +62,9 @@ class EntityReader {
         return object;
     }
 
-    [[nodiscard]] double real(const Pair& pair) const {
-        return source_.value(pair).real().value_or(0);
-    }
-    [[nodiscard]] std::int32_t integer(const Pair& pair) const {
-        return source_.value(pair).integer().value_or(0);
+    [[nodiscard]] double real(const Pair& pair) const noexcept { return source_.real(pair); }
+    [[nodiscard]] std::int32_t integer(const Pair& pair) const noexcept {
+        return source_.integer(pair);
     }
 
     // What every entity may have.

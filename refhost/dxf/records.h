@@ -29,6 +29,13 @@ struct Source {
     [[nodiscard]] std::u16string text(const Pair& pair) const {
         return codec.decode(value(pair).raw());
     }
+    /// 0 when the value is no number.
+    [[nodiscard]] double real(const Pair& pair) const noexcept {
+        return value(pair).real().value_or(0);
+    }
+    [[nodiscard]] std::int32_t integer(const Pair& pair) const noexcept {
+        return value(pair).integer().value_or(0);
+    }
 };
 
 /// The pairs of an entity's records, as they are understood.
@@ -47,6 +54,13 @@ struct Record {
     [[nodiscard]] std::size_t findLast(int code) const noexcept;
     std::vector<bool> grouped;  ///< by pair: it stands in a group in braces
 };
+
+/// Goes over the own pairs of a record, in their order, without those of groups in braces and
+/// without the 0.
+template <class Visit> void forEachOwn(const Record& record, Visit visit) {
+    for (std::size_t i = 1; i < record.own; ++i)
+        if (!record.grouped[i]) visit(record.pairs[i]);
+}
 
 /// The records of an entity: its own, then those that belong to it.
 [[nodiscard]] std::vector<Record> recordsOf(const Source& source, Span span);

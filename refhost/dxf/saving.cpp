@@ -291,7 +291,7 @@ class Saving {
             putInteger(70, (old & ~ours) | flagsOf(after));
         }
         if (colourOf(before) != colourOf(after)) putInteger(62, colourOf(after));
-        if (before.lineType != after.lineType) putText(6, after.lineType);
+        if (!sameName(before.lineType, after.lineType)) putText(6, after.lineType);
         return changes;
     }
 

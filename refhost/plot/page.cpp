@@ -33,8 +33,8 @@ struct NamedPaper {
     double height;
 };
 constexpr NamedPaper papers[] = {
-    {"a0", 841, 1189}, {"a1", 594, 841},         {"a2", 420, 594},       {"a3", 297, 420},
-    {"a4", 210, 297},  {"a5", 148, 210},         {"a6", 105, 148},       {"letter", 215.9, 279.4},
+    {"a0", 841, 1189},       {"a1", 594, 841},         {"a2", 420, 594}, {"a3", 297, 420},
+    {"a4", 210, 297},        {"a5", 148, 210},         {"a6", 105, 148}, {"letter", 215.9, 279.4},
     {"legal", 215.9, 355.6}, {"tabloid", 279.4, 431.8}};
 
 bool isSide(double length) noexcept { return length >= thinnestPaper && length <= widestPaper; }

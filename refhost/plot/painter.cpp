@@ -10,6 +10,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <numbers>
+#include <ranges>
 
 namespace vlisp::refhost::plot {
 
@@ -22,7 +23,7 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double reach = 10'000;
 // An arc of a greater radius is written as cubics: readers lose too many digits at its centre.
 constexpr double greatestRadius = 100'000;
-constexpr double mostWalked = 2e7;
+constexpr std::size_t mostHullPoints = 100'000;  // before they are reduced
 
 std::u16string_view viewOf(const VmDbString& text) noexcept {
     return {text.units(), text.length()};
@@ -39,6 +40,45 @@ bool matches(std::u16string_view name, const std::vector<std::u16string>& patter
 // Whether what is upright stays upright, so that a box's place is the box of what is in it.
 bool keepsBoxes(const Placement& by) noexcept {
     return (by.u.y == 0 && by.v.x == 0) || (by.u.x == 0 && by.v.y == 0);
+}
+
+// The corners of a piece, of what is curved enough points.
+void addOutline(std::vector<Point2>& points, const Piece& piece) {
+    constexpr int chords = 64;
+    if (const auto* segment = std::get_if<Segment>(&piece)) {
+        points.insert(points.end(), {segment->from, segment->to});
+    } else if (const auto* frame = std::get_if<Frame>(&piece)) {
+        const Point2 above = frame->corner + frame->up;
+        points.insert(points.end(),
+                      {frame->corner, frame->corner + frame->along, above, above + frame->along});
+    } else if (const auto* curve = std::get_if<Curve>(&piece)) {
+        for (int i = 0; i <= chords; ++i)
+            points.push_back(at(*curve, curve->start + curve->sweep * i / chords));
+    } else if (const auto* cubic = std::get_if<Cubic>(&piece)) {
+        for (int i = 0; i <= chords; ++i)
+            points.push_back(at(*cubic, static_cast<double>(i) / chords));
+    }
+}
+
+// Leaves the corners of the convex hull: the lower and the upper chain from left to right.
+void reduceToHull(std::vector<Point2>& points) {
+    if (points.size() < 4) return;
+    std::ranges::sort(points,
+                      [](Point2 a, Point2 b) { return a.x != b.x ? a.x < b.x : a.y < b.y; });
+    std::vector<Point2> hull;
+    const auto chain = [&hull](const auto& sorted) {
+        const std::size_t begin = hull.size();
+        for (const Point2 p : sorted) {
+            while (hull.size() >= begin + 2 &&
+                   !(cross(hull.back() - hull[hull.size() - 2], p - hull.back()) > 0))
+                hull.pop_back();
+            hull.push_back(p);
+        }
+        hull.pop_back();
+    };
+    chain(points);
+    chain(std::views::reverse(points));
+    points = std::move(hull);
 }
 
 double stretchOf(const Placement& by) noexcept { return std::sqrt(std::fabs(cross(by.u, by.v))); }
@@ -64,11 +104,15 @@ std::u16string kindNameOf(const VmDbObject& object) {
     }
 }
 
-Box placed(const Box& box, const Placement& by) noexcept {
+Box placed(const Block& block, const Placement& by) noexcept {
     Box result;
-    if (box.isEmpty()) return result;
-    for (const double x : {box.left, box.right})
-        for (const double y : {box.bottom, box.top}) result.add(by.point({x, y}));
+    if (block.box.isEmpty()) return result;
+    if (keepsBoxes(by)) {
+        result.add(by.point({block.box.left, block.box.bottom}));
+        result.add(by.point({block.box.right, block.box.top}));
+        return result;
+    }
+    for (const Point2 corner : block.hull) result.add(by.point(corner));
     return result;
 }
 
@@ -142,7 +186,9 @@ const Block* Scene::blockNamed(std::u16string_view name) {
 
 void Scene::measure(Block& block) {
     const auto take = [&block](const Piece& piece) {
-        if (drawable(piece)) block.box.add(boxOf(piece));
+        if (!drawable(piece)) return true;
+        block.box.add(boxOf(piece));
+        addOutline(block.hull, piece);
         return true;
     };
     for (const VmDbObject* object : *block.contents) {
@@ -161,40 +207,36 @@ void Scene::measure(Block& block) {
         if (inner == nullptr) continue;
         double copies = 0;
         forEachCopy(*object, Placement(), inner->base, [&](const Placement& by) {
-            block.box.add(placed(inner->box, by));
-            block.isExact &= inner->isExact && keepsBoxes(by);
+            block.box.add(placed(*inner, by));
+            for (const Point2 corner : inner->hull) block.hull.push_back(by.point(corner));
+            if (block.hull.size() > mostHullPoints) reduceToHull(block.hull);
             return ++copies < mostInsertedPieces;
         });
         block.objects += copies * inner->objects;
     }
+    reduceToHull(block.hull);
 }
 
 Box Scene::extentOf(const VmDbObject& object) {
-    const Block* const block = blockOf(object);
-    if (block == nullptr) return refhost::extentOf(object, BlockLookup());
-    // An insert's box from its block's, where that is exact or all other ways take too long.
     Box box;
     const auto take = [&box](const Piece& piece) {
         if (drawable(piece)) box.add(boxOf(piece));
         return true;
     };
-    bool isExact = block->isExact;
-    double copies = 0;
-    forEachCopy(object, Placement(), block->base, [&](const Placement& by) {
-        box.add(placed(block->box, by));
-        isExact &= keepsBoxes(by);
-        return ++copies < mostInsertedPieces;
-    });
-    const double work = copies * block->objects;
-    if (!isExact && walked_ + work < mostWalked) {
-        walked_ += work;
-        return refhost::extentOf(object, lookup_);
-    }
+    forEachOwnPiece(object, Placement(), take);
     if (const auto* attributes = attributesOf(object))
         for (const auto& attribute : *attributes)
             if (attribute != nullptr && !isInvisible(*attribute))
                 forEachOwnPiece(*attribute, Placement(), take);
-    forEachOwnPiece(object, Placement(), take);
+    if (const Block* const block = blockOf(object)) {
+        int copies = 0;
+        forEachCopy(object, Placement(), block->base, [&](const Placement& by) {
+            const Box copy = placed(*block, by);
+            if (drawable(Point2{copy.left, copy.bottom}) && drawable(Point2{copy.right, copy.top}))
+                box.add(copy);
+            return ++copies < mostInsertedPieces;
+        });
+    }
     return box;
 }
 
@@ -255,11 +297,13 @@ Path clipped(const Path& path, const Placement& by, const Box& box) {
         if (cubic == nullptr) rings.back().push_back(segment->to);
         else
             for (int i = 1; i <= chords; ++i)
-                rings.back().push_back(i == chords ? cubic->to : at(*cubic, static_cast<double>(i) / chords));
+                rings.back().push_back(i == chords ? cubic->to
+                                                   : at(*cubic, static_cast<double>(i) / chords));
         return true;
     });
     // One side of the box after the other cuts off what is beyond it.
-    const auto cut = [](std::vector<Point2>& ring, double Point2::*axis, double level, double sign) {
+    const auto cut = [](std::vector<Point2>& ring, double Point2::*axis, double level,
+                        double sign) {
         std::vector<Point2> kept;
         for (std::size_t i = 0; i < ring.size(); ++i) {
             const Point2 a = ring[i];
@@ -428,8 +472,7 @@ void Painter::paint(const VmDbObject& object, const Placement& by, const Surroun
     }
 }
 
-void Painter::paintContents(const Block& block, const Placement& whole,
-                            const Surroundings& inner) {
+void Painter::paintContents(const Block& block, const Placement& whole, const Surroundings& inner) {
     for (const VmDbObject* object : *block.contents)
         if (object != nullptr) paint(*object, whole, inner);
 }
@@ -490,10 +533,11 @@ void Painter::fillFigure(const Figure& figure, const Placement& by, const Ink& i
     const bool fits = limit_.contains(box);
     const Path part = fits ? Path() : clipped(figure.path, by, limit_);
     fill(ink, [&](Tracer& tracer) {
-        forEachPieceOf(fits ? figure.path : part, fits ? by : Placement(), [&tracer](const Piece& piece) {
-            tracer.piece(piece);
-            return true;
-        });
+        forEachPieceOf(fits ? figure.path : part, fits ? by : Placement(),
+                       [&tracer](const Piece& piece) {
+                           tracer.piece(piece);
+                           return true;
+                       });
     });
 }
 
@@ -544,7 +588,7 @@ void Painter::paintBlock(const VmDbObject& object, const Placement& by, const In
     open_.push_back(block);
     forEachCopy(object, by, block->base, [&](const Placement& whole) {
         left -= std::max(block->objects, 1.0);
-        const Box box = placed(block->box, whole);
+        const Box box = placed(*block, whole);
         if (box.isEmpty() || !drawable(Point2{box.left, box.bottom}) ||
             !drawable(Point2{box.right, box.top})) {
             omit(object, "it is too large or not on the plane");

@@ -51,10 +51,10 @@ struct Ink {
 struct Block {
     const std::vector<const VmDbObject*>* contents = nullptr;
     Point2 base;
-    Box box;                  ///< around the contents, in the block's own axes
-    bool isExact = true;      ///< whether the box is the smallest one
-    double objects = 0;       ///< how many it shows, those of its inserts included
-    bool usesLayer = false;   ///< whether something in it looks as the insert's layer says
+    Box box;                   ///< around the contents, in the block's own axes
+    std::vector<Point2> hull;  ///< their convex hull, nearly: arcs bulge out of it by thousandths
+    double objects = 0;        ///< how many it shows, those of its inserts included
+    bool usesLayer = false;    ///< whether something in it looks as the insert's layer says
 };
 
 /// What is to be known of the drawing while it is painted. Blocks and layers are looked up once.
@@ -91,8 +91,7 @@ class Scene {
     BlockLookup lookup_;
     std::unordered_map<std::u16string, std::unique_ptr<LayerLook>> layers_;
     std::unordered_map<std::u16string, std::unique_ptr<Block>> blocks_;
-    int measuring_ = 0;       // blocks, one within the other
-    double walked_ = 0;       // objects looked at for extents of inserts
+    int measuring_ = 0;  // blocks, one within the other
     std::map<std::pair<std::u16string, std::string>, std::size_t> omitted_;
     std::unordered_set<const VmDbObject*> omittedObjects_;  // contents of blocks are shown often
 };
@@ -100,8 +99,8 @@ class Scene {
 /// The name of an object's kind, such as "LINE".
 [[nodiscard]] std::u16string kindNameOf(const VmDbObject& object);
 
-/// A box around the places of a box's corners.
-[[nodiscard]] Box placed(const Box& box, const pieces::Placement& by) noexcept;
+/// A box around a block's contents where it is placed.
+[[nodiscard]] Box placed(const Block& block, const pieces::Placement& by) noexcept;
 
 /// Draws a path, point by point.
 class Pen {
@@ -116,17 +115,17 @@ class Pen {
 };
 
 /// Everything: a box without ends.
-inline constexpr Box everywhere{-std::numeric_limits<double>::infinity(),
-                                -std::numeric_limits<double>::infinity(),
-                                std::numeric_limits<double>::infinity(),
-                                std::numeric_limits<double>::infinity()};
+inline constexpr Box everywhere{
+    -std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
+    std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity()};
 
 /// The part of a filled path that is in the box, its curves as chords.
 [[nodiscard]] Path clipped(const Path& path, const pieces::Placement& by, const Box& box);
 
 /// Calls `with` for cubics that follow the curve in the object's direction, nearer than 1e-5 of its
 /// size.
-void forEachCubic(const pieces::Curve& curve, const std::function<void(const pieces::Cubic&)>& with);
+void forEachCubic(const pieces::Curve& curve,
+                  const std::function<void(const pieces::Cubic&)>& with);
 
 /// Strings pieces together to paths. A path that comes back to its start is closed.
 class Tracer {

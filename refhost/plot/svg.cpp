@@ -280,15 +280,16 @@ class SvgPainter final : public Painter {
         pen.finish();
         if (data_.empty()) return;
         begin("path", ink);
-        *to_ += " fill=\"currentColor\" fill-rule=\"evenodd\" stroke=\"none\" d=\"" + data_ + "\"/>";
+        *to_ +=
+            " fill=\"currentColor\" fill-rule=\"evenodd\" stroke=\"none\" d=\"" + data_ + "\"/>";
     }
 
     void text(const Ink& ink, const TextShape& shape, const Lines& lines,
               const Placement& by) override {
         const double size = norm(by.vector(shape.up));  // mm for a unit of height
         const Point2 x = (shape.widthFactor / size) * by.vector(shape.along);
-        const Point2 y = (-1 / size) * by.vector(shape.up + std::tan(radians(shape.oblique)) *
-                                                                shape.along);
+        const Point2 y =
+            (-1 / size) * by.vector(shape.up + std::tan(radians(shape.oblique)) * shape.along);
         const Point2 origin = by.point(shape.baseline);
         const bool isPlain = std::fabs(x.x - 1) < 5e-7 && std::fabs(x.y) < 5e-7 &&
                              std::fabs(y.x) < 5e-7 && std::fabs(y.y - 1) < 5e-7;
@@ -318,8 +319,7 @@ class SvgPainter final : public Painter {
                 if (lines[i].empty()) continue;
                 *to_ += "<tspan";
                 appendAttribute(*to_, "x", first.x);
-                appendAttribute(*to_, "y",
-                                first.y + static_cast<double>(i) * shape.advance * size);
+                appendAttribute(*to_, "y", first.y + static_cast<double>(i) * shape.advance * size);
                 *to_ += '>' + xmlOf(lines[i]) + "</tspan>";
             }
         *to_ += "</text>";
@@ -327,7 +327,7 @@ class SvgPainter final : public Painter {
 
     bool block(const Block& block, const Placement& whole, const Ink& ink,
                const Surroundings& inner) override {
-        const Box box = placed(block.box, whole);
+        const Box box = placed(block, whole);
         const double most = mostSheets * std::max(page_.width, page_.height);
         if (isWrittenHere_ && std::max(box.right - box.left, box.top - box.bottom) > most) {
             shown_ += block.objects;
@@ -495,8 +495,8 @@ class SvgPainter final : public Painter {
         const auto known = forms_.find(key);
         if (known != forms_.end()) return known->second;
         if (formCounts_[&block] >= mostForms) {
-            const double mean = std::sqrt(std::fabs(stretch.xx * stretch.yy -
-                                                    stretch.xy * stretch.xy));
+            const double mean =
+                std::sqrt(std::fabs(stretch.xx * stretch.yy - stretch.xy * stretch.xy));
             const double near =
                 std::exp2(std::round(std::log2(std::clamp(mean > 0 ? mean : size, 1e-9, 1e9))));
             rest = std::clamp(mean / near, 1e-3, 1e3);

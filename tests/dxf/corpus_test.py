@@ -518,10 +518,11 @@ def choose_edits(file):
     return list(chosen.values())
 
 
-def head_of(pair, binary):
+def head_of(pair, file):
     """The bytes of a pair in front of its value."""
-    if binary:
-        return pair.raw[:2]
+    if file.binary:
+        short = file.data[dxf_pairs.BINARY_HEAD:].startswith(b"\0SECTION")
+        return pair.raw[:2 if not short else 3 if pair.raw[0] == 255 else 1]
     return pair.raw.split(b"\n", 1)[0]
 
 
@@ -573,7 +574,7 @@ def compare_edited(file, edits, new_data):
         if i in replaced and has is not None:
             expect(has.code == had.code and replaced[i](has), "b: pair", had, "became", has,
                    "wanted", ascii(replaced[i].wanted))
-            expect(head_of(has, file.binary) == head_of(had, file.binary), "b: pair", had,
+            expect(head_of(has, file) == head_of(had, file), "b: pair", had,
                    "has another head:", has.raw)
             if not file.binary and had.value.strip():
                 expect(line_end_of(has) == line_end_of(had), "b: pair", had,
@@ -776,6 +777,8 @@ def judge_saved(file, out, difference):
     wanted = before.counts.copy()
     wanted.update(difference)
     wanted = +wanted
+    if "countsInFile" in file.entry:  # it joins texts in columns
+        del wanted["MTEXT"], after.counts["MTEXT"]
     expect(after.counts == wanted, "ezdxf counts", dict(after.counts), "not", dict(wanted))
     more = after.complaints - before.complaints
     expect(not more, "ezdxf complains:", dict(more))
@@ -803,7 +806,7 @@ def check_added_values(doc, file, block):
     """What ezdxf reads of the new entities, and of layer and block."""
     new = collections.defaultdict(list)
     for entity in doc.modelspace():
-        if entity.dxf.layer == ADDED_LAYER:
+        if entity.dxf.is_supported("layer") and entity.dxf.layer == ADDED_LAYER:
             new[entity.dxftype()].append(entity)
     e = new["LINE"][0].dxf
     expect(e.start.isclose((1, 2, 3)) and e.end.isclose((3.5, 4.25, 0)), "c: LINE", e.start, e.end)
@@ -814,7 +817,8 @@ def check_added_values(doc, file, block):
            "c: ARC", e.center, e.radius, e.start_angle, e.end_angle)
     e = new["TEXT"][0].dxf
     expect(e.insert.isclose((1, 1, 0)) and near(e.height, 2.5, e.rotation, 30), "c: TEXT", e.insert)
-    expect(dxf_pairs.unescape(e.text) == ADDED_TEXT, "c: TEXT is", ascii(e.text))
+    if file.entry.get("ezdxfTexts", True):
+        expect(dxf_pairs.unescape(e.text) == ADDED_TEXT, "c: TEXT is", ascii(e.text))
     if file.is_old:
         points = [(v.dxf.location.x, v.dxf.location.y, v.dxf.bulge)
                   for v in new["POLYLINE"][0].vertices]

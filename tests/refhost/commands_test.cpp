@@ -104,9 +104,10 @@ std::string blocksOf(const Drawing& drawing) {
 class Typist {
   public:
     Typist()
-        : line(drawing, [this](std::u16string_view text) { shown_.push_back(toUtf8(text)); }) {}
+        : line(file, [this](std::u16string_view text) { shown_.push_back(toUtf8(text)); }) {}
 
     Drawing drawing;
+    dxf::DrawingFile file{drawing};
     CommandLine line;
 
     /// Lines divided by "|", of which the first starts a command: "LINE|0,0|1,1|".
@@ -880,7 +881,8 @@ TEST(DrawCommands, StartingAnotherEndsTheFirst) {
 TEST(DrawCommands, ACommandThatWaitsEndsWithItsCommandLine) {
     Drawing drawing;
     {
-        CommandLine line(drawing, [](std::u16string_view) {});
+        dxf::DrawingFile file(drawing);
+        CommandLine line(file, [](std::u16string_view) {});
         line.start(*findCommand(u"LINE"));
         line.feed({u"0,0"});
         line.feed({u"1,1"});
