@@ -9,10 +9,7 @@
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <unordered_map>
-#include <unordered_set>
-#include <utility>
 
 namespace vlisp::app {
 namespace {
@@ -37,14 +34,30 @@ constexpr VersionRow versions[] = {
 
 // By the number in $INSUNITS.
 constexpr const char* unitNames[] = {
-    "unitless",     "inches",           "feet",
-    "miles",        "millimetres",      "centimetres",
-    "metres",       "kilometres",       "microinches",
-    "mils",         "yards",            "angstroms",
-    "nanometres",   "microns",          "decimetres",
-    "decametres",   "hectometres",      "gigametres",
-    "astronomical units", "light years", "parsecs",
-    "US survey feet", "US survey inches", "US survey yards",
+    "unitless",
+    "inches",
+    "feet",
+    "miles",
+    "millimetres",
+    "centimetres",
+    "metres",
+    "kilometres",
+    "microinches",
+    "mils",
+    "yards",
+    "angstroms",
+    "nanometres",
+    "microns",
+    "decimetres",
+    "decametres",
+    "hectometres",
+    "gigametres",
+    "astronomical units",
+    "light years",
+    "parsecs",
+    "US survey feet",
+    "US survey inches",
+    "US survey yards",
     "US survey miles",
 };
 
@@ -98,6 +111,11 @@ bool isModelSpace(std::u16string_view name) {
     return refhost::sameName(name, u"*Model_Space") || refhost::sameName(name, u"$MODEL_SPACE");
 }
 
+// The layout that is shown; others have a number behind the name.
+bool isShownPaperSpace(std::u16string_view name) {
+    return refhost::sameName(name, u"*Paper_Space") || refhost::sameName(name, u"$PAPER_SPACE");
+}
+
 bool isPaperSpace(std::u16string_view name) {
     return beginsWith(name, u"*Paper_Space") || beginsWith(name, u"$PAPER_SPACE");
 }
@@ -142,8 +160,7 @@ class Collector {
         if (units == nullptr) return;
         auto reader = document_.source().reader(units->values);
         refhost::dxf::Pair pair;
-        if (reader.next(pair))
-            facts_.units = document_.source().value(pair).integer().value_or(0);
+        if (reader.next(pair)) facts_.units = document_.source().value(pair).integer().value_or(0);
     }
 
     // What holds for entities of model space and of blocks.
@@ -162,7 +179,11 @@ class Collector {
         for (const Span& span : structure_.entities) ++types[look(span).type];
         facts_.total = structure_.entities.size();
         facts_.types = named(types);
-        facts_.layerCounts = named(onLayer_);
+        // Under the names that the layers have, where there are such.
+        for (const auto& [name, count] : named(onLayer_)) {
+            const Layer* layer = drawing_.findLayer(name);
+            facts_.layerCounts.emplace(layer != nullptr ? layer->name : name, count);
+        }
         for (const auto& [type, count] : facts_.types)
             if (findEntityKind(type) == nullptr) facts_.carried.emplace(type, count);
     }
@@ -170,7 +191,6 @@ class Collector {
     // What blocks hold is counted too, but for the layers' counts, which are of model space.
     void readBlocks() {
         facts_.paperSpace = structure_.paperEntities;
-        bool hasPaperSpace = false;
         for (const auto& definition : drawing_.blocks()) {
             const VmDbBlock& record = definition->record;
             const auto& contents =
@@ -179,10 +199,9 @@ class Collector {
             BlockFacts facts{record.name.units(), contents.size(), {record.baseX, record.baseY}};
             facts.isLayout = isModelSpace(facts.name) || isPaperSpace(facts.name);
             if (isPaperSpace(facts.name)) facts_.paperSpace += contents.size();
-            // The entities of these two stand in the section of entities.
+            // Their entities stand in the section of entities.
             if (isModelSpace(facts.name)) facts.entities += structure_.entities.size();
-            if (isPaperSpace(facts.name) && !std::exchange(hasPaperSpace, true))
-                facts.entities += structure_.paperEntities;
+            if (isShownPaperSpace(facts.name)) facts.entities += structure_.paperEntities;
             facts_.blocks.push_back(std::move(facts));
         }
         std::ranges::stable_sort(facts_.blocks, LessByName(), &BlockFacts::name);
@@ -264,8 +283,7 @@ Json asJson(const std::string& path, const DrawingFacts& facts) {
                           {"layout", block.isLayout}});
     const Box& box = facts.extents;
     Json extents;
-    if (!box.isEmpty())
-        extents = {{"min", {box.left, box.bottom}}, {"max", {box.right, box.top}}};
+    if (!box.isEmpty()) extents = {{"min", {box.left, box.bottom}}, {"max", {box.right, box.top}}};
     return {{"file", path},
             {"version", facts.version},
             {"year", facts.year != nullptr ? Json(facts.year) : Json()},
@@ -314,8 +332,7 @@ std::string tableOf(const std::vector<TableLine>& lines, const std::vector<std::
 
 std::string countsTable(const std::string& heading, const Counts& counts) {
     std::vector<TableLine> lines{{heading, "Entities"}};
-    for (const auto& [name, count] : counts)
-        lines.push_back({shown(name), std::to_string(count)});
+    for (const auto& [name, count] : counts) lines.push_back({shown(name), std::to_string(count)});
     return tableOf(lines, {1});
 }
 
@@ -386,8 +403,8 @@ int describeDrawing(const InfoOptions& options) {
             // Problems quote the file's bytes, which may be of any code page.
             for (std::string& problem : facts.problems)
                 problem = platform::toUtf8(platform::fromUtf8(problem));
-            writeLine(asJson(options.path, facts).dump(
-                -1, ' ', false, nlohmann::json::error_handler_t::replace));
+            writeLine(asJson(options.path, facts)
+                          .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
         } else {
             writeText(asText(options.path, facts));
         }

@@ -54,6 +54,36 @@ int runScript(const std::string& path);
 /// `vlisp check`: tells what the reader and the evaluator pass over in silence.
 int checkFiles(const std::vector<std::string>& paths, bool json);
 
+struct InfoOptions {
+    std::string path;
+    bool json = false;
+    bool recover = false;  ///< a damaged file is read as far as it can be
+};
+
+/// `vlisp info`: tells what is in a drawing file.
+int describeDrawing(const InfoOptions& options);
+
+/// Entities match that match every option given; of several values of an option, one is enough.
+struct QueryOptions {
+    std::string path;
+    std::vector<std::string> types;      ///< patterns, without regard to case
+    std::vector<std::string> layers;     ///< patterns, without regard to case
+    std::vector<std::string> colours;    ///< 0 to 256, BYLAYER or BYBLOCK
+    std::vector<std::string> handles;    ///< hexadecimal
+    std::vector<std::string> codes;      ///< CODE=PATTERN
+    std::vector<std::string> windows;    ///< X1,Y1,X2,Y2: what is wholly inside
+    std::vector<std::string> crossings;  ///< X1,Y1,X2,Y2: what is inside or crosses
+    bool count = false;                  ///< only how many
+    bool json = false;
+    bool recover = false;
+};
+
+/// `vlisp query`: prints the entities of model space that match; exitError when none does.
+int queryDrawing(const QueryOptions& options);
+
+/// `vlisp diff`: tells what differs between two drawing files; exitError when a pair does.
+int diffFiles(const std::string& before, const std::string& after, bool json);
+
 /// `vlisp` alone in a terminal: a command line.
 int promptForTexts();
 

@@ -2,6 +2,7 @@
 #include "apps/vlisp/drawing_facts.h"
 
 #include "apps/vlisp/console.h"
+#include "apps/vlisp/drawing_job.h"
 #include "platform/text.h"
 #include "refhost/commands/command.h"
 
@@ -50,7 +51,7 @@ int withDrawingFile(
             refhost::dxf::Document::open(path, recover ? OnDamage::recover : OnDamage::stop));
     } catch (const refhost::dxf::FileError& error) {
         writeError(std::string("vlisp: ") + error.what());
-        return exitUnreadable;
+        return exitCodeOf(error.kind);
     } catch (const std::bad_alloc&) {
         writeError("vlisp: out of memory");
         return exitLimit;
@@ -91,7 +92,8 @@ bool numbersAreFinite(const Source& source, Span span) {
     Pair pair;
     while (reader.next(pair)) {
         if (pair.code < 10 || pair.code >= firstOfExtendedData) continue;
-        if (valueTypeOf(pair.code) == refhost::dxf::ValueType::real && !isFinite(source, pair))
+        if (refhost::dxf::valueTypeOf(pair.code) == refhost::dxf::ValueType::real &&
+            !isFinite(source, pair))
             return false;
     }
     return true;

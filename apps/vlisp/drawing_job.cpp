@@ -63,6 +63,3 @@ int finishDrawing(Lisp& lisp, const DrawingOptions& options, bool json, int code
 }
 
 }  // namespace vlisp::app
-namespace vlisp::app {
-__attribute__((weak)) void writeDifferences(std::string_view, std::string_view, bool) {}
-}

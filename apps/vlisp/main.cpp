@@ -21,8 +21,13 @@ struct Arguments {
     PlotOptions plot;
     std::string script;
     std::vector<std::string> files;
+    InfoOptions info;
+    QueryOptions query;
+    std::string before;
+    std::string after;
     std::string topic;
     bool checkJson = false;
+    bool diffJson = false;
     bool markdown = false;
     bool commandsMarkdown = false;
     bool variablesMarkdown = false;
@@ -80,6 +85,47 @@ void describePlot(CLI::App& app, PlotOptions& options) {
                    "Show what can be opened of a damaged drawing, and tell what cannot");
 }
 
+constexpr const char* recoverHelp = "Read a damaged file as far as it can be read";
+
+void describeInfo(CLI::App& app, InfoOptions& options) {
+    CLI::App* info = app.add_subcommand("info", "Tell what is in a drawing file");
+    info->add_option("FILE", options.path, "The drawing file")->required()->type_name("");
+    info->add_flag("--json", options.json, "Print one JSON object");
+    info->add_flag("--recover", options.recover, recoverHelp);
+}
+
+void describeQuery(CLI::App& app, QueryOptions& options) {
+    CLI::App* query = app.add_subcommand("query", "List the entities of a drawing file that match");
+    query->add_option("FILE", options.path, "The drawing file")->required()->type_name("");
+    const auto filter = [&](const char* name, std::vector<std::string>& values, const char* type,
+                            const char* help) {
+        // One value each time: what follows is the file.
+        query->add_option(name, values, help)->type_name(type)->allow_extra_args(false);
+    };
+    filter("--type", options.types, "PATTERN", "Of types that match, in any case");
+    filter("--layer", options.layers, "PATTERN", "On layers that match, in any case");
+    filter("--colour", options.colours, "N", "Of a colour: 0 to 256, BYLAYER or BYBLOCK");
+    filter("--handle", options.handles, "HANDLE", "With this handle");
+    filter("--code", options.codes, "CODE=PATTERN",
+           "With a pair of a group code whose value matches, or is that number");
+    filter("--window", options.windows, "X1,Y1,X2,Y2", "Wholly inside a rectangle");
+    filter("--crossing", options.crossings, "X1,Y1,X2,Y2", "Inside a rectangle or crossing it");
+    query->add_flag("--count", options.count, "Print only how many there are");
+    query->add_flag("--json", options.json, "Print one JSON object an entity");
+    query->add_flag("--recover", options.recover, recoverHelp);
+    query->footer(
+        "Patterns are those of WCMATCH. An entity must match every option; of an\n"
+        "option that is given several times one value is enough. Exit code 1: nothing matches.");
+}
+
+void describeDiff(CLI::App& app, Arguments& arguments) {
+    CLI::App* diff = app.add_subcommand("diff", "Tell what differs between two drawing files");
+    diff->add_option("OLD", arguments.before, "The older drawing")->required()->type_name("");
+    diff->add_option("NEW", arguments.after, "The newer drawing")->required()->type_name("");
+    diff->add_flag("--json", arguments.diffJson, "Print one JSON object");
+    diff->footer("Exit code 0: no pair of group code and value differs; 1: one does.");
+}
+
 void describeCommands(CLI::App& app, Arguments& arguments) {
     CLI::App* run = app.add_subcommand("run", "Load a LISP file");
     run->add_option("FILE", arguments.run.path, "The file; - reads standard input")
@@ -112,6 +158,10 @@ void describeCommands(CLI::App& app, Arguments& arguments) {
         ->type_name("");
     check->add_flag("--json", arguments.checkJson, "Print the warnings as JSON");
 
+    describeInfo(app, arguments.info);
+    describeQuery(app, arguments.query);
+    describeDiff(app, arguments);
+
     CLI::App* help =
         app.add_subcommand("help", "Explain a command of vlisp, a LISP name or a drawing command");
     help->add_option(
@@ -134,9 +184,10 @@ void describe(CLI::App& app, Arguments& arguments) {
     app.footer(
         "Without a command: a command line when standard input is a terminal, otherwise\n"
         "as 'vlisp eval'.\n\n"
-        "Exit codes: 0 success, 1 LISP reported an error, a prompt got no answer, or the checker\n"
-        "has something to say, 2 the command line is wrong, 3 an input is missing or invalid,\n"
-        "4 output cannot be written, 5 stack or memory ran out, 130 and 143 ended by a signal.");
+        "Exit codes: 0 success, 1 LISP reported an error, a prompt got no answer, the checker has\n"
+        "something to say, nothing matches, or drawings differ, 2 the command line is wrong, 3 an\n"
+        "input is missing or invalid, 4 output cannot be written, 5 stack or memory ran out, 130\n"
+        "and 143 ended by a signal.");
 }
 
 int help(const Arguments& arguments) {
@@ -234,6 +285,10 @@ int main(int argc, char** argv) {
     if (app.got_subcommand("plot")) return plotDrawing(arguments.plot);
     if (app.got_subcommand("script")) return runScript(arguments.script);
     if (app.got_subcommand("check")) return checkFiles(arguments.files, arguments.checkJson);
+    if (app.got_subcommand("info")) return describeDrawing(arguments.info);
+    if (app.got_subcommand("query")) return queryDrawing(arguments.query);
+    if (app.got_subcommand("diff"))
+        return diffFiles(arguments.before, arguments.after, arguments.diffJson);
     if (app.got_subcommand("help")) return help(arguments);
     return isatty(STDIN_FILENO) != 0 ? promptForTexts() : evalTexts({});
 }

@@ -3,6 +3,7 @@
 
 #include "core/interruption.h"
 #include "drawing/entity_fields.h"
+#include "refhost/model/file_part.h"
 
 #include <algorithm>
 #include <cmath>
@@ -23,6 +24,12 @@ std::u16string degreesText(double radians) { return numberText(radians * 180 / s
 std::u16string colourText(std::int32_t colour) {
     if (colour == colourByLayer) return u"by layer";
     return colour == 0 ? u"by block" : numberText(colour);
+}
+
+std::u16string kindOf(const VmDbObject& object) {
+    if (const auto* carried = dynamic_cast<const CarriedObject*>(&object)) return carried->kind;
+    const EntityKind* kind = findEntityKind(object.typeCode);
+    return kind != nullptr ? kind->typeText : u"Object of type " + numberText(object.typeCode);
 }
 
 // What is particular to the object's kind, a line each.
@@ -55,10 +62,7 @@ std::u16string valueText(const ExtendedDatum& datum) {
 
 void describe(const CommandContext& context, const VmDbObject& object) {
     const Drawing& drawing = context.drawing;
-    const EntityKind* kind = findEntityKind(object.typeCode);
-    const std::u16string name =
-        kind != nullptr ? kind->typeText : u"Object of type " + numberText(object.typeCode);
-    context.show(name + u"  id " + numberText(object.id) + u"  layer " + object.layerName.units() +
+    context.show(kindOf(object) + u"  id " + numberText(object.id) + u"  layer " + object.layerName.units() +
                  u"  colour " + colourText(object.colour));
     constexpr int mostPoints = 50;
     for (int i = 0; i < std::min(object.points.count, mostPoints); ++i)

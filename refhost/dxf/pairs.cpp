@@ -15,23 +15,6 @@ static_assert(std::endian::native == std::endian::little, "binary files are read
 
 bool isBlank(char c) noexcept { return c == ' ' || c == '\t'; }
 
-std::string_view withoutBlanks(std::string_view text) noexcept {
-    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-    while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
-    return text;
-}
-
-// What stood there, for people: short, and without what a terminal would act on.
-std::string quoted(std::string_view text) {
-    constexpr std::size_t most = 40;
-    std::string shown = "'";
-    for (const char c : text.substr(0, most)) {
-        const auto byte = static_cast<unsigned char>(c);
-        shown += byte < 0x20 || byte == 0x7f ? '?' : c;
-    }
-    return shown + (text.size() > most ? "...'" : "'");
-}
-
 template <class Number> Number numberAt(std::string_view bytes) noexcept {
     Number number{};
     std::memcpy(&number, bytes.data(), sizeof number);
@@ -106,6 +89,22 @@ ValueType valueTypeOf(int code) noexcept {
     return ValueType::text;
 }
 
+std::string_view withoutBlanks(std::string_view text) noexcept {
+    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+    return text;
+}
+
+std::string quoted(std::string_view text) {
+    constexpr std::size_t most = 40;
+    std::string shown = "'";
+    for (const char c : text.substr(0, most)) {
+        const auto byte = static_cast<unsigned char>(c);
+        shown += byte < 0x20 || byte == 0x7f ? '?' : c;
+    }
+    return shown + (text.size() > most ? "...'" : "'");
+}
+
 // --- Reading pairs ---
 
 bool PairReader::nextText(Pair& pair) {
@@ -125,8 +124,8 @@ bool PairReader::nextText(Pair& pair) {
     }
     while (p < end && isBlank(*p)) ++p;
     if (p < end && *p == '\r') ++p;
-    const bool ended = p == end;
-    if (digits == 0 || digits > mostCodeDigits || (!ended && *p != '\n')) {
+    const bool lineEnds = p < end && *p == '\n';
+    if (digits == 0 || digits > mostCodeDigits || (p < end && !lineEnds)) {
         const auto* lineEnd = static_cast<const char*>(
             std::memchr(begin, '\n', static_cast<std::size_t>(end - begin)));
         std::string_view line(
@@ -134,10 +133,10 @@ bool PairReader::nextText(Pair& pair) {
         if (line.ends_with('\r')) line.remove_suffix(1);
         throw Damage(at_, quoted(line) + " stands where a group code is expected");
     }
-    if (ended)
+    if (lineEnds) ++p;
+    if (p == end)
         throw Damage(at_, "the file ends behind the group code " + std::to_string(code) +
                               " where its value is expected");
-    ++p;
     pair.code = negative ? -code : code;
     pair.begin = at_;
     pair.valueBegin = static_cast<std::uint64_t>(p - bytes_);
@@ -155,7 +154,7 @@ bool PairReader::nextText(Pair& pair) {
     if (lineEnd > p && lineEnd[-1] == '\r') --lineEnd;
     pair.valueEnd = static_cast<std::uint64_t>(lineEnd - bytes_);
     // The type of a value is asked for only where it matters: texts are most.
-    if (pair.code >= 10 && pair.code < 1072) {
+    if (checks_ && pair.code >= 10 && pair.code < 1072) {
         const std::string_view value(p, static_cast<std::size_t>(lineEnd - p));
         if (isNumber(valueTypeOf(pair.code)) && !looksLikeNumber(value))
             throw Damage(pair.valueBegin, quoted(value) +
@@ -194,8 +193,7 @@ bool PairReader::nextBinary(Pair& pair) {
         throw Damage(begin, std::to_string(pair.code) + " stands where a group code is expected");
     }
     if (type == ValueType::text) {
-        const auto* zero = static_cast<const char*>(
-            std::memchr(bytes_ + at_, 0, left()));
+        const auto* zero = static_cast<const char*>(std::memchr(bytes_ + at_, 0, left()));
         if (zero == nullptr) throw cut("a text");
         pair.valueEnd = static_cast<std::uint64_t>(zero - bytes_);
         at_ = pair.valueEnd + 1;

@@ -46,11 +46,16 @@ class Damage : public std::runtime_error {
     std::uint64_t offset;
 };
 
+/// Whether the numbers of pairs are looked at: those of a file whose structure is known have been.
+enum class Numbers : std::uint8_t { check, trust };
+
 /// Goes through the pairs of a range of bytes. The bytes must outlive it.
 class PairReader {
   public:
-    PairReader(std::string_view bytes, Form form, std::uint64_t begin, std::uint64_t end) noexcept
-        : bytes_(bytes.data()), at_(begin), end_(end), form_(form) {}
+    PairReader(std::string_view bytes, Form form, std::uint64_t begin, std::uint64_t end,
+               Numbers numbers = Numbers::check) noexcept
+        : bytes_(bytes.data()), at_(begin), end_(end), form_(form),
+          checks_(numbers == Numbers::check) {}
 
     /// The next pair; false at the end. Throws Damage.
     bool next(Pair& pair) { return form_ == Form::text ? nextText(pair) : nextBinary(pair); }
@@ -66,6 +71,7 @@ class PairReader {
     std::uint64_t at_;
     std::uint64_t end_;
     Form form_;
+    bool checks_;
 };
 
 /// How a file's bytes are written, and where its first pair begins: behind a mark of the byte order,
@@ -103,6 +109,12 @@ class Value {
     int code_;
     Form form_;
 };
+
+/// A text without the blanks around it.
+[[nodiscard]] std::string_view withoutBlanks(std::string_view text) noexcept;
+
+/// What stood somewhere, for people: in quotes, short, and without what a terminal would act on.
+[[nodiscard]] std::string quoted(std::string_view text);
 
 /// A number's text as the text form has it, without regard to the locale; blanks around it are
 /// allowed.

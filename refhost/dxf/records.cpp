@@ -316,6 +316,8 @@ std::vector<Record> recordsOf(const Source& source, Span span) {
             records.emplace_back();
             records.back().type = source.value(pair).trimmed();
             records.back().span.begin = pair.begin;
+            constexpr std::size_t usualPairs = 24;
+            records.back().pairs.reserve(usualPairs);
             inBraces = false;
             beyond = false;
         }

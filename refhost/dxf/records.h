@@ -24,7 +24,7 @@ struct Source {
 
     [[nodiscard]] Value value(const Pair& pair) const noexcept { return {bytes, form, pair}; }
     [[nodiscard]] PairReader reader(Span span) const noexcept {
-        return {bytes, form, span.begin, span.end};
+        return {bytes, form, span.begin, span.end, Numbers::trust};
     }
     [[nodiscard]] std::u16string text(const Pair& pair) const {
         return codec.decode(value(pair).raw());

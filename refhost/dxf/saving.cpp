@@ -455,13 +455,19 @@ class Saving {
 
     // What makes a damaged file whole.
     void repairs() {
+        const std::uint64_t size = source_.bytes.size();
+        const bool endIsDropped =
+            std::ranges::any_of(structure_.repairs, [&](const Repair& repair) {
+                return repair.dropped.begin < repair.dropped.end && repair.dropped.end == size;
+            });
+        // A last line that stays needs its end before another one can follow.
+        bool needsLineEnd =
+            source_.form == Form::text && size > 0 && !endIsDropped && source_.bytes.back() != '\n';
         for (const Repair& repair : structure_.repairs) {
             std::string bytes;
             if (!repair.record.empty()) {
-                const std::uint64_t at = repair.dropped.begin;
-                const bool joins = source_.form == Form::text && at > 0 &&
-                                   at == source_.bytes.size() && source_.bytes[at - 1] != '\n';
-                if (joins && !std::exchange(lineEnded_, true)) bytes += document_.style_.lineEnd;
+                if (repair.dropped.begin == size && std::exchange(needsLineEnd, false))
+                    bytes += document_.style_.lineEnd;
                 appendText(bytes, document_.style_, 0, repair.record);
             }
             change(repair.dropped, std::move(bytes));
@@ -506,7 +512,6 @@ class Saving {
     std::map<std::u16string, bool> applications_;
     std::map<std::string, std::string> newRows_;  // by table
     std::map<std::string, std::uint64_t> newTableHandles_;
-    bool lineEnded_ = false;
 };
 
 std::vector<Change> Document::changes(const Drawing& drawing,

@@ -21,6 +21,7 @@ struct Record {
     std::int32_t vertexCount = -1;    // 90, the first
     std::uint64_t vertexCountAt = 0;  // where it stands
     std::int32_t vertices = 0;        // how many pairs 10 there are
+    std::int32_t heights = 0;         // and pairs 20
 };
 
 std::string upperCaseOf(std::string_view name) {
@@ -83,6 +84,8 @@ class Scanner {
             } catch (const Damage& damage) {
                 if (!recovering_) throw;
                 note(damage);
+                variables_.clear();
+                inVariable_ = false;
                 drop({record_.span.begin, resynchronise(damage.offset)});
             }
         }
@@ -94,6 +97,10 @@ class Scanner {
         record_.type = valueOf(next_);
         record_.span.begin = next_.begin;
         hasNext_ = false;
+        if (record_.type == "EOF") {  // whatever is behind it is not looked at
+            record_.span.end = next_.end;
+            return;
+        }
         bool embedded = false;
         while (nextOfRecord()) {
             switch (next_.code) {
@@ -103,7 +110,7 @@ class Scanner {
                 takeHandle();
                 return;
             case 2:
-                if (record_.name.empty()) record_.name = valueOf(next_);
+                if (record_.name.empty()) record_.name = Value(bytes_, opening_.form, next_).raw();
                 break;
             case 5:
                 // A dimension style has a name there.
@@ -116,6 +123,7 @@ class Scanner {
                 if (record_.type == "SECTION") variableBegins();
                 break;
             case 10: record_.vertices += embedded ? 0 : 1; break;
+            case 20: record_.heights += embedded ? 0 : 1; break;
             case 66: record_.attributesFollow = integer() != 0; break;
             case 67: record_.inPaper = record_.inPaper || integer() != 0; break;
             case 90:
@@ -146,6 +154,8 @@ class Scanner {
                     reader_.moveTo(lineEnd == std::string_view::npos ? bytes_.size() : lineEnd + 1);
                 }
                 drop({begin, reader_.position()});
+                // The variable that it was part of is none any more.
+                if (std::exchange(inVariable_, false)) variables_.pop_back();
             }
         }
     }
@@ -163,8 +173,13 @@ class Scanner {
     }
 
     void variableBegins() {
-        if (!variables_.empty()) variables_.back().values.end = next_.begin;
+        endVariable(next_.begin);
+        inVariable_ = true;
         variables_.push_back({valueOf(next_), {next_.end, next_.end}});
+    }
+
+    void endVariable(std::uint64_t end) {
+        if (std::exchange(inVariable_, false)) variables_.back().values.end = end;
     }
 
     // --- Recovering ---
@@ -184,7 +199,11 @@ class Scanner {
     }
 
     void drop(Span span) {
-        if (span.begin < span.end) found_.repairs.push_back({span, {}});
+        if (span.begin == span.end) return;
+        // What is left out ends the vertices or attributes that it stands among: an entity is whole.
+        if (std::exchange(sequence_, Sequence::none) != Sequence::none && sequenceHasMembers_)
+            insert("SEQEND", span.begin);
+        found_.repairs.push_back({span, {}});
     }
 
     void insert(std::string_view record, std::uint64_t where) {
@@ -253,14 +272,15 @@ class Scanner {
 
     void closeVariables() {
         if (variables_.empty()) return;
-        variables_.back().values.end = record_.span.end;
+        endVariable(record_.span.end);
         found_.variables.insert(found_.variables.end(), variables_.begin(), variables_.end());
         variables_.clear();
     }
 
     void unexpected(const std::string& expected) {
-        problem(record_.span.begin, "'" + std::string(record_.type.substr(0, 40)) +
-                                        "' stands where " + expected + " is expected");
+        const bool atEnd = record_.span.begin == bytes_.size();
+        problem(record_.span.begin, (atEnd ? "the file ends" : quoted(record_.type) + " stands") +
+                                        " where " + expected + " is expected");
     }
 
     // What is still open where a section or the file ends.
@@ -316,7 +336,8 @@ class Scanner {
             insert("ENDSEC", at);
             found_.sections.back().end = at;
         }
-        found_.sections.push_back({record_.name, at, at});
+        if (record_.name.empty()) problem(at, "a section without a name");
+        found_.sections.push_back({withoutBlanks(record_.name), at, at});
         where_ = Where::section;
     }
 
@@ -333,7 +354,8 @@ class Scanner {
                 insert("ENDTAB", record_.span.begin);
                 found_.tables.back().end = record_.span.begin;
             }
-            found_.tables.push_back({record_.name, record_.span, record_.handle, {}, 0});
+            found_.tables.push_back(
+                {withoutBlanks(record_.name), record_.span, record_.handle, {}, 0});
             where_ = Where::table;
         } else if (where_ != Where::table) {
             unexpected("TABLE or ENDSEC");
@@ -393,6 +415,8 @@ class Scanner {
             problem(record_.vertexCountAt, "group code 90 tells of " +
                                                std::to_string(record_.vertexCount) + " vertices, " +
                                                std::to_string(record_.vertices) + " stand there");
+        if (record_.type == "LWPOLYLINE" && record_.heights != record_.vertices)
+            problem(record_.span.begin, "a vertex lacks one of its coordinates");
         if (block != nullptr) {
             block->contents.push_back(record_.span);
             if (record_.type == "INSERT")
@@ -500,6 +524,7 @@ class Scanner {
     bool done_ = false;
     Where where_ = Where::outside;
     std::vector<HeaderVariable> variables_;  // of the record that is read
+    bool inVariable_ = false;                // the last of them is being read
     Sequence sequence_ = Sequence::none;
     bool sequenceHasMembers_ = false;
     std::uint64_t sequenceBegin_ = 0;

@@ -1,7 +1,7 @@
 // Drawing objects taken apart. See pieces.h.
 // One idea: all arcs are centre + u cos t + v sin t, a form that every placement keeps, so that
 // circles and ellipses are one case.
-// Tests: tests/refhost/geometry_test.cpp.
+// Tests: tests/refhost/pieces_test.cpp, tests/refhost/geometry_test.cpp.
 #include "refhost/model/pieces.h"
 
 #include "refhost/model/text_layout.h"
@@ -447,16 +447,17 @@ bool forEachPieceOf(const Path& path, const Placement& by, const Visitor& visito
     Point2 here;
     bool bare = false;  // a move that nothing followed yet: a dot
     const auto left = [&] { return path.points.size() - next; };
+    const auto finish = [&] { return !bare || visitor(pointPiece(here)); };
     for (const Path::Verb verb : path.verbs) {
         switch (verb) {
         case Path::Verb::move:
-            if (left() < 1) return true;
+            if (left() < 1) return finish();
             if (bare && !visitor(pointPiece(here))) return false;
             start = here = by.point(path.points[next++]);
             bare = true;
             break;
         case Path::Verb::line: {
-            if (left() < 1) return true;
+            if (left() < 1) return finish();
             const Point2 to = by.point(path.points[next++]);
             bare = false;
             if (!visitor(Segment{here, to})) return false;
@@ -464,7 +465,7 @@ bool forEachPieceOf(const Path& path, const Placement& by, const Visitor& visito
             break;
         }
         case Path::Verb::cubic: {
-            if (left() < 3) return true;
+            if (left() < 3) return finish();
             const Point2 first = by.point(path.points[next]);
             const Point2 second = by.point(path.points[next + 1]);
             const Point2 to = by.point(path.points[next + 2]);
@@ -479,7 +480,7 @@ bool forEachPieceOf(const Path& path, const Placement& by, const Visitor& visito
             here = start;
         }
     }
-    return !bare || visitor(pointPiece(here));
+    return finish();
 }
 
 bool forEachOwnPiece(const VmDbObject& object, const Placement& outer, const Visitor& visitor) {

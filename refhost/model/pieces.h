@@ -1,7 +1,7 @@
 // Drawing objects taken apart into straight, elliptic, cubic and rectangular pieces.
 // One idea: the form of every piece is kept by every placement, so that what stands in a turned
 // plane or in inserts is of the same few forms as what stands in the drawing.
-// Tests: tests/refhost/geometry_test.cpp.
+// Tests: tests/refhost/pieces_test.cpp, tests/refhost/geometry_test.cpp.
 //
 // For geometry and pictures of drawings. What an object is drawn as is said in geometry.h.
 #pragma once

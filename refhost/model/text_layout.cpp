@@ -1,5 +1,5 @@
 // What the text of a TEXT or MTEXT says. See text_layout.h.
-// Tests: tests/refhost/geometry_test.cpp.
+// Tests: tests/refhost/text_layout_test.cpp.
 #include "refhost/model/text_layout.h"
 
 #include "core/reader.h"

@@ -1,6 +1,6 @@
 // What the text of a TEXT or MTEXT says: codes of its notation resolved, lines apart.
 // One idea: what is not understood is left out rather than shown, for a code never reads as text.
-// Tests: tests/refhost/geometry_test.cpp.
+// Tests: tests/refhost/text_layout_test.cpp.
 #pragma once
 
 #include <string>

@@ -114,7 +114,7 @@ class Letters {
         pango_layout_get_extents(layout_.get(), nullptr, &whole);
         const double natural = pango_units_to_double(whole.width);
         const double baseline = pango_units_to_double(pango_layout_get_baseline(layout_.get()));
-        if (width && natural > 0) cairo_scale(canvas_, *width / natural, 1);
+        if (width && *width > 0 && natural > 0) cairo_scale(canvas_, *width / natural, 1);
         cairo_move_to(canvas_, -anchor * natural, -baseline);
         pango_cairo_show_layout(canvas_, layout_.get());
         cairo_new_path(canvas_);
@@ -199,7 +199,7 @@ class CairoPainter final : public Painter {
         const Point2 y =
             by.vector(-unit * (shape.up + std::tan(radians(shape.oblique)) * shape.along));
         // A canvas does not stand mappings that lose a dimension.
-        if (!(std::fabs(cross(x, y)) > 1e-12 * norm(x) * norm(y))) return;
+        if (!(std::fabs(cross(x, y)) > 1e-9 * norm(x) * norm(y))) return;
         for (std::size_t i = 0; i < lines.size(); ++i) {
             if (lines[i].empty()) continue;
             const Point2 origin =

@@ -1,5 +1,5 @@
 // From the drawing's objects to what is drawn on paper. See painter.h.
-// Tests: tests/plot/svg_test.cpp, tests/plot/painter_test.cpp.
+// Tests: tests/plot/svg_test.cpp, tests/plot/cairo_picture_test.cpp.
 #include "refhost/plot/painter.h"
 
 #include "builtins/wildcard.h"
@@ -83,6 +83,10 @@ void reduceToHull(std::vector<Point2>& points) {
 
 double stretchOf(const Placement& by) noexcept { return std::sqrt(std::fabs(cross(by.u, by.v))); }
 
+Point2 clamped(Point2 p, const Box& box) noexcept {
+    return {std::clamp(p.x, box.left, box.right), std::clamp(p.y, box.bottom, box.top)};
+}
+
 Box widened(const Box& box, double by) noexcept {
     return {box.left - by, box.bottom - by, box.right + by, box.top + by};
 }
@@ -122,19 +126,25 @@ Scene::Scene(const Drawing& drawing, const Options& options)
     : drawing_(drawing), options_(options), lookup_(drawing.blockLookup()) {}
 
 const LayerLook& Scene::layerNamed(std::u16string_view name) {
-    auto& entry = layers_[std::u16string(name)];
-    if (entry == nullptr) {
-        entry = std::make_unique<LayerLook>();
-        const Layer* const layer = drawing_.findLayer(name);
-        entry->name = layer != nullptr ? layer->name : std::u16string(name);
-        entry->colour = options_.mono
-                            ? plainColour()
-                            : colourOfIndex(layer != nullptr ? layer->colour : 7, options_.dark);
-        entry->shown = (layer == nullptr || (layer->on && !layer->frozen)) &&
-                       matches(entry->name, options_.layers);
-        entry->isZero = entry->name == u"0";
+    const auto [place, isNew] = layers_.try_emplace(std::u16string(name), nullptr);
+    if (!isNew) return *place->second;
+    const Layer* const layer = drawing_.findLayer(name);
+    // Another spelling of a layer's name is the same layer.
+    if (layer != nullptr && layer->name != name) {
+        const LayerLook& same = layerNamed(layer->name);
+        layers_[std::u16string(name)] = &same;
+        return same;
     }
-    return *entry;
+    LayerLook& look = looks_.emplace_back();
+    look.name = name;
+    look.colour = options_.mono
+                      ? plainColour()
+                      : colourOfIndex(layer != nullptr ? layer->colour : 7, options_.dark);
+    look.shown =
+        (layer == nullptr || (layer->on && !layer->frozen)) && matches(look.name, options_.layers);
+    look.isZero = look.name == u"0";
+    place->second = &look;
+    return look;
 }
 
 const LayerLook& Scene::layerOf(const VmDbObject& object, const Surroundings& around) {
@@ -168,20 +178,19 @@ const Block* Scene::blockOf(const VmDbObject& object) {
 }
 
 const Block* Scene::blockNamed(std::u16string_view name) {
-    const auto [place, isNew] = blocks_.try_emplace(std::u16string(name));
-    if (!isNew) return place->second.get();
-    // While it is measured it is not there: a block in itself shows nothing.
     auto block = std::make_unique<Block>();
     block->contents = lookup_(name, block->base);
     if (block->contents == nullptr) return nullptr;
-    if (measuring_ >= deepestInsert) {
-        blocks_.erase(std::u16string(name));
-        return nullptr;
-    }
+    const auto* const key = block->contents;
+    const auto known = blocks_.find(key);
+    if (known != blocks_.end()) return known->second.get();
+    if (measuring_ >= deepestInsert) return nullptr;
+    // While it is measured it is not there: a block in itself shows nothing.
+    blocks_[key] = nullptr;
     ++measuring_;
     measure(*block);
     --measuring_;
-    return (blocks_[std::u16string(name)] = std::move(block)).get();
+    return (blocks_[key] = std::move(block)).get();
 }
 
 void Scene::measure(Block& block) {
@@ -325,8 +334,8 @@ Path clipped(const Path& path, const Placement& by, const Box& box) {
         cut(ring, &Point2::y, box.bottom, -1);
         cut(ring, &Point2::y, box.top, 1);
         if (ring.size() < 3) continue;
-        result.moveTo(ring[0]);
-        for (std::size_t i = 1; i < ring.size(); ++i) result.lineTo(ring[i]);
+        result.moveTo(clamped(ring[0], box));
+        for (std::size_t i = 1; i < ring.size(); ++i) result.lineTo(clamped(ring[i], box));
         result.close();
     }
     return result;
@@ -377,22 +386,25 @@ void Tracer::segment(const Segment& segment) {
         lineTo(segment.to);
         return;
     }
-    const Point2 run = segment.to - segment.from;
-    double first = 0;
-    double last = 1;
-    const auto narrow = [&first, &last](double from, double along, double low, double high) {
-        if (along == 0) return low <= from && from <= high;
-        const double a = (low - from) / along;
-        const double b = (high - from) / along;
-        first = std::max(first, std::min(a, b));
-        last = std::min(last, std::max(a, b));
-        return first <= last;
+    // One side after the other cuts off what is beyond it. The coordinate is then the side's own, for
+    // of far ends the digits are lost.
+    Point2 from = segment.from;
+    Point2 to = segment.to;
+    const auto cut = [&from, &to](double Point2::*axis, double level, double sign) {
+        const double outFrom = sign * (from.*axis - level);
+        const double outTo = sign * (to.*axis - level);
+        if (outFrom > 0 && outTo > 0) return false;
+        if (outFrom <= 0 && outTo <= 0) return true;
+        Point2 crossing = from + (outFrom / (outFrom - outTo)) * (to - from);
+        crossing.*axis = level;
+        (outFrom > 0 ? from : to) = crossing;
+        return true;
     };
-    if (!narrow(segment.from.x, run.x, limit_.left, limit_.right) ||
-        !narrow(segment.from.y, run.y, limit_.bottom, limit_.top))
+    if (!cut(&Point2::x, limit_.left, -1) || !cut(&Point2::x, limit_.right, 1) ||
+        !cut(&Point2::y, limit_.bottom, -1) || !cut(&Point2::y, limit_.top, 1))
         return;
-    goTo(first > 0 ? segment.from + first * run : segment.from);
-    lineTo(last < 1 ? segment.from + last * run : segment.to);
+    goTo(clamped(from, limit_));
+    lineTo(clamped(to, limit_));
 }
 
 void Tracer::curve(const Curve& curve) {
@@ -480,6 +492,7 @@ void Painter::paintContents(const Block& block, const Placement& whole, const Su
 void Painter::paintText(const VmDbText& text, const Placement& by, const Ink& ink) {
     constexpr double smallest = 1e-3;
     constexpr double largest = 1e5;
+    constexpr double mostStretched = 1e4;  // letters, one way or the other
     if (text.points.count <= 0) return;
     if (!(std::fabs(text.height) > 0)) {
         omit(text, "it has no height");
@@ -494,7 +507,10 @@ void Painter::paintText(const VmDbText& text, const Placement& by, const Ink& in
     const auto lines = linesOf(text);
     const TextShape shape = shapeOf(text, lines.size());
     const double height = shape.height * norm(whole.vector(shape.up));
-    if (box.isEmpty() || !(height <= largest)) {
+    const double width = shape.widthFactor * shape.height * norm(whole.vector(shape.along));
+    const bool isStretched = width > mostStretched * height || height > mostStretched * width;
+    const double way = shape.width.value_or(0) * norm(whole.vector(shape.along));
+    if (box.isEmpty() || !(height <= largest) || !(way <= largest) || isStretched) {
         omit(text, "it is too large or not on the plane");
         return;
     }

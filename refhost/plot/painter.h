@@ -1,7 +1,7 @@
 // From the drawing's objects to strokes, fills, texts and blocks on paper.
 // One idea: everything is handed over in millimetres of paper as soon as it is known, so that what
 // is drawn is never kept; what is outside the picture, or could break it, is cut off on the way.
-// Tests: tests/plot/svg_test.cpp, tests/plot/painter_test.cpp.
+// Tests: tests/plot/svg_test.cpp, tests/plot/cairo_picture_test.cpp.
 #pragma once
 
 #include "refhost/model/drawing.h"
@@ -10,6 +10,7 @@
 #include "refhost/plot/page.h"
 #include "refhost/plot/plot.h"
 
+#include <deque>
 #include <functional>
 #include <limits>
 #include <map>
@@ -89,8 +90,9 @@ class Scene {
     const Drawing& drawing_;
     const Options& options_;
     BlockLookup lookup_;
-    std::unordered_map<std::u16string, std::unique_ptr<LayerLook>> layers_;
-    std::unordered_map<std::u16string, std::unique_ptr<Block>> blocks_;
+    std::deque<LayerLook> looks_;
+    std::unordered_map<std::u16string, const LayerLook*> layers_;  // by every spelling
+    std::unordered_map<const std::vector<const VmDbObject*>*, std::unique_ptr<Block>> blocks_;
     int measuring_ = 0;  // blocks, one within the other
     std::map<std::pair<std::u16string, std::string>, std::size_t> omitted_;
     std::unordered_set<const VmDbObject*> omittedObjects_;  // contents of blocks are shown often

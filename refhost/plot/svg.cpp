@@ -344,9 +344,9 @@ class SvgPainter final : public Painter {
         const Point2 v{whole.v.x, -whole.v.y};
         Stretch stretch = stretchOf(u, v);
         double rest = 1;
-        const Form form = formOf(block, stretch, inner, rest);
+        const int form = formOf(block, stretch, inner, rest);
         begin("use", ink);
-        *to_ += " href=\"#b" + std::to_string(form.number) + '"';
+        *to_ += " href=\"#b" + std::to_string(form) + '"';
         if (rest != 1) appendAttribute(*to_, "stroke-width", defaultWeight / rest);
         const Point2 place = whole.point(middle);
         const Point2 ux{stretch.u.x, -stretch.u.y};
@@ -364,12 +364,8 @@ class SvgPainter final : public Painter {
 
   private:
     using Layers = std::vector<std::pair<const LayerLook*, std::vector<int>>>;
-    // A block, the colour of layer "0" in it, and the stretch in thousandths of thousandths.
+    // A block, the colour of layer "0" in it, and the stretch with six digits.
     using Key = std::tuple<const Block*, Rgb, double, double, double>;
-    struct Form {
-        int number = 0;
-    };
-
     static bool keepsBlanks(const std::u16string& line) {
         return line.starts_with(u' ') || line.ends_with(u' ') ||
                line.find(u"  ") != std::u16string::npos || line.find(u'\t') != std::u16string::npos;
@@ -485,7 +481,7 @@ class SvgPainter final : public Painter {
 
     // The definition of a block in this stretch. When there are too many, it is one of a similar
     // size; `stretch` then turns and scales it, by `rest` in the middle.
-    Form formOf(const Block& block, Stretch& stretch, const Surroundings& inner, double& rest) {
+    int formOf(const Block& block, Stretch& stretch, const Surroundings& inner, double& rest) {
         constexpr double digits = 1e6;
         const double size = std::max(std::fabs(stretch.xx), std::fabs(stretch.yy));
         const double unit = size > 0 ? std::pow(10, std::floor(std::log10(size))) / digits : 1;
@@ -509,12 +505,12 @@ class SvgPainter final : public Painter {
             if (similar != forms_.end()) return similar->second;
         }
         ++formCounts_[&block];
-        const Form form = define(block, stretch, inner);
+        const int form = define(block, stretch, inner);
         forms_.emplace(key, form);
         return form;
     }
 
-    Form define(const Block& block, const Stretch& stretch, const Surroundings& inner) {
+    int define(const Block& block, const Stretch& stretch, const Surroundings& inner) {
         // What is being written is put aside. Contents in the colour of the insert have none.
         std::string text;
         std::string* const to = std::exchange(to_, &text);
@@ -540,8 +536,8 @@ class SvgPainter final : public Painter {
         elements_ = elements;
         current_ = current;
         to_ = to;
-        const Form form{++formCount_};
-        definitions_ += "<g id=\"b" + std::to_string(form.number) + "\">" + text + "</g>\n";
+        const int form = ++formCount_;
+        definitions_ += "<g id=\"b" + std::to_string(form) + "\">" + text + "</g>\n";
         return form;
     }
 
@@ -557,7 +553,7 @@ class SvgPainter final : public Painter {
     double shown_ = 0;
     int layerCount_ = 0;
     int formCount_ = 0;
-    std::map<Key, Form> forms_;
+    std::map<Key, int> forms_;  // numbers of definitions
     std::unordered_map<const Block*, int> formCounts_;
 };
 

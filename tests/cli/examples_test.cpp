@@ -1,4 +1,6 @@
-// The programs of examples/: each shows what stands in its .expected file, and nothing goes wrong.
+// The programs of examples/: each shows what stands in its .expected file, and nothing goes wrong. The
+// pictures of the documents, and the parts of them that the program prints.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -42,14 +44,47 @@ std::vector<fs::path> examples() {
 
 class Examples : public ::testing::TestWithParam<fs::path> {};
 
+// A folder with a copy of the examples; removed at the end.
+class ExamplesFolder {
+  public:
+    ExamplesFolder() {
+        std::string pattern = (fs::temp_directory_path() / "vlisp-examples-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) == nullptr) std::abort();
+        path_ = pattern;
+        fs::copy(fs::path(PROJECT_ROOT) / "examples", path_ / "examples",
+                 fs::copy_options::recursive);
+    }
+    ExamplesFolder(const ExamplesFolder&) = delete;
+    ExamplesFolder& operator=(const ExamplesFolder&) = delete;
+    ~ExamplesFolder() { fs::remove_all(path_); }
+
+    [[nodiscard]] const fs::path& path() const noexcept { return path_; }
+    // Runs a command in the folder.
+    [[nodiscard]] Ran run(const std::string& command) const {
+        return ::run("cd '" + path_.string() + "' && " + command);
+    }
+
+  private:
+    fs::path path_;
+};
+
+// The command that a program's comment tells to run it by; empty without one.
+std::string commandOf(const fs::path& program) {
+    const std::string text = contentsOf(program);
+    const std::string begin = "; Run it: ";
+    const std::size_t at = text.find(begin);
+    if (at == std::string::npos) return {};
+    const std::size_t from = at + begin.size();
+    return text.substr(from, text.find('\n', from) - from);
+}
+
 TEST_P(Examples, ShowsWhatIsExpected) {
     const fs::path expected = fs::path(GetParam()).replace_extension(".expected");
     ASSERT_TRUE(fs::exists(expected)) << expected;
-    // A program that asks has its answers beside it; the others are given none.
-    const fs::path answers = fs::path(GetParam()).replace_extension(".input");
-    const std::string input = fs::exists(answers) ? answers.string() : "/dev/null";
-    const Ran ran =
-        run("vlisp run --input '" + input + "' '" + GetParam().string() + "' 2>/dev/null");
+    const std::string command = commandOf(GetParam());
+    ASSERT_NE(command.find(GetParam().filename().string()), std::string::npos) << command;
+    const ExamplesFolder folder;
+    const Ran ran = folder.run(command + " 2>/dev/null < /dev/null");
     EXPECT_EQ(ran.status, 0);
     EXPECT_EQ(ran.shown, contentsOf(expected));
 }
@@ -100,6 +135,38 @@ TEST(Documents, TheReferenceOfTheCommandsIsWhatTheProgramPrints) {
 
 TEST(Documents, TheReferenceOfTheVariablesIsWhatTheProgramPrints) {
     expectPart("commands.md", "variables", "vlisp help --variables-markdown");
+}
+
+// What a document shows is what a command makes.
+void expectPicture(const char* name, const std::string& command) {
+    const fs::path kept = fs::path(PROJECT_ROOT) / "docs" / "pictures" / name;
+    const ExamplesFolder folder;
+    const fs::path examples = folder.path() / "examples";
+    const Ran ran = ::run("cd '" + examples.string() + "' && " + command + " 2>&1");
+    ASSERT_EQ(ran.status, 0) << ran.shown;
+    const std::string made = contentsOf(examples / name);
+    ASSERT_NE(made, "") << command;
+    if (std::getenv("VLISP_ACCEPT") != nullptr) {
+        std::ofstream(kept, std::ios::binary) << made;
+        return;
+    }
+    EXPECT_TRUE(made == contentsOf(kept)) << kept << " is not what this makes: " << command;
+}
+
+// The first two are made by these commands in ./dev demo too.
+TEST(Documents, ThePictureOfThePlateIsUpToDate) {
+    expectPicture("plate-before.svg", "vlisp plot plate.dxf -o plate-before.svg");
+}
+
+TEST(Documents, ThePictureOfTheNumberedPlateIsUpToDate) {
+    expectPicture("plate-after.svg", "vlisp run number-holes.lsp --drawing plate.dxf "
+                                     "--save numbered.dxf --plot plate-after.svg");
+}
+
+TEST(Documents, ThePictureOfADetailIsUpToDate) {
+    expectPicture("plate-detail.svg", "vlisp plot plate.dxf -o plate-detail.svg "
+                                      "--window 60,20,140,100 --layer HOLES --layer 'CENT*' "
+                                      "--paper 100x100 --dark");
 }
 
 }  // namespace

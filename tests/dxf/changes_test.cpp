@@ -26,23 +26,26 @@ Value valueIn(const std::string& bytes, Form form, std::uint64_t begin) {
 // --- The style ----------------------------------------------------------------------------------
 
 TEST(Style, IsThatOfThePairs) {
-    const Style unix = styleOf(dxf("0 LINE|62 5|10 1.5", plain));
-    EXPECT_EQ(unix.lineEnd, "\n");
-    EXPECT_FALSE(unix.paddedCodes);
-    EXPECT_FALSE(unix.paddedNumbers);
-    EXPECT_EQ(unix.real, "1.5");
-    const Style wide = styleOf(dxf("0 LINE|62 5|10 1.500", padded));
-    EXPECT_EQ(wide.lineEnd, "\r\n");
-    EXPECT_TRUE(wide.paddedCodes);
-    EXPECT_TRUE(wide.paddedNumbers);
-    EXPECT_EQ(wide.real, "1.500");
+    const std::string narrow = dxf("0 LINE|62 5|10 1.5", plain);
+    const Style style = styleOf(narrow);
+    EXPECT_EQ(style.lineEnd, "\n");
+    EXPECT_FALSE(style.paddedCodes);
+    EXPECT_FALSE(style.paddedNumbers);
+    EXPECT_EQ(style.real, "1.5");
+    const std::string wide = dxf("0 LINE|62 5|10 1.500", padded);
+    const Style wideStyle = styleOf(wide);
+    EXPECT_EQ(wideStyle.lineEnd, "\r\n");
+    EXPECT_TRUE(wideStyle.paddedCodes);
+    EXPECT_TRUE(wideStyle.paddedNumbers);
+    EXPECT_EQ(wideStyle.real, "1.500");
     EXPECT_EQ(styleOf(dxf("0 LINE", windows)).lineEnd, "\r\n");
     EXPECT_EQ(styleOf(dxf("0 LINE|62 5", binary)).form, Form::binary);
     EXPECT_EQ(styleOf(dxf("0 LINE|62 5", shortBinary)).form, Form::binaryShortCodes);
 }
 
 TEST(Style, WhatPairsDoNotShowIsAsElsewhere) {
-    const Style file = styleOf(dxf("0 LINE|62 5|10 1.500", padded));
+    const std::string whole = dxf("0 LINE|62 5|10 1.500", padded);
+    const Style file = styleOf(whole);
     const Style style = styleOf("  0\nLINE\n", file);
     EXPECT_EQ(style.lineEnd, "\n");
     EXPECT_TRUE(style.paddedCodes);
@@ -128,7 +131,8 @@ TEST(ChangedNumber, ResemblesWhatStoodThere) {
 
 TEST(ChangedNumber, NeverLosesADigit) {
     std::mt19937_64 random(11);
-    for (const char* old : {"0", "0.0", "1.", "12.500000", "1.5E+00", "1.500000e-03", "   1.50", "-1"}) {
+    for (const char* old :
+         {"0", "0.0", "1.", "12.500000", "1.5E+00", "1.500000e-03", "   1.50", "-1"}) {
         const std::string bytes = std::string("10\n") + old + "\n";
         const Value value = valueIn(bytes, Form::text, 0);
         for (int i = 0; i < 3000; ++i) {
@@ -149,8 +153,12 @@ TEST(ChangedNumber, WholeNumbersKeepTheirWidth) {
         std::int64_t number;
         const char* changed;
     } cases[] = {
-        {"1", 2, "2"},          {"     1", 2, "     2"},   {"     1", 12345, " 12345"},
-        {"     1", -1, "    -1"}, {"     1", 1234567, "1234567"}, {"        5", 6, "        6"},
+        {"1", 2, "2"},
+        {"     1", 2, "     2"},
+        {"     1", 12345, " 12345"},
+        {"     1", -1, "    -1"},
+        {"     1", 1234567, "1234567"},
+        {"        5", 6, "        6"},
         {"7", 256, "256"},
     };
     for (const auto& one : cases) {
@@ -163,8 +171,7 @@ TEST(ChangedNumber, WholeNumbersKeepTheirWidth) {
 TEST(ChangedNumber, OfTheBinaryFormsAreAsLong) {
     for (const Look& look : {binary, shortBinary}) {
         const std::string bytes = dxf("10 1.5", look);
-        const std::string changed =
-            realLike(valueIn(bytes, look.form, 22), look.form, 10, 0.1);
+        const std::string changed = realLike(valueIn(bytes, look.form, 22), look.form, 10, 0.1);
         std::string wanted;
         appendNumber(wanted, 0.1);
         EXPECT_EQ(changed, wanted);

@@ -149,7 +149,7 @@ def records(pairs):
 
 
 class Entity:
-    """A record of ENTITIES with those that belong to it: its VERTEX or ATTRIB records and SEQEND."""
+    """A record of ENTITIES with those that belong to it: VERTEX or ATTRIB records and SEQEND."""
 
     __slots__ = ("kind", "records", "pairs")
 
@@ -167,7 +167,7 @@ class Entity:
         return self.records[-1].end
 
     def values(self, code, record=0):
-        """Values of a group code in one of its records, embedded objects and extended data apart."""
+        """Values of a group code in one of its records, without embedded and extended data."""
         return [self.pairs[i].value for i in self.indices(code, record)]
 
     def indices(self, code, record=0):

@@ -46,7 +46,8 @@ Failure failureIn(const std::string& bytes) {
     PairReader reader(bytes, opening.form, opening.begin, bytes.size());
     Pair pair;
     try {
-        while (reader.next(pair)) {}
+        while (reader.next(pair)) {
+        }
     } catch (const Damage& damage) {
         return {damage.offset, damage.what()};
     }
@@ -91,8 +92,6 @@ TEST(PairReader, ReadsTheTextForm) {
         {"\t0\t\r\nLINE\n", "0 LINE"},
         {"0\nLINE", "0 LINE"},
         {"0\nLINE\r", "0 LINE"},
-        {"1\n", "1 "},
-        {"1\r\n", "1 "},
         {"1\n\n", "1 "},
         {"1\n\n0\nX\n", "1 |0 X"},
         {"1\n  both sides  \n", "1   both sides  "},
@@ -123,7 +122,7 @@ TEST(PairReader, ReadsLinesOfAnyLength) {
     for (std::size_t length = 0; length < 40; ++length) {
         const std::string part(length, 'y');
         EXPECT_EQ(readAll("1\r\n" + part + "\r\n0\r\nEOF\r\n"), "1 " + part + "|0 EOF");
-        EXPECT_EQ(readAll("1\n" + part), "1 " + part);
+        if (length > 0) EXPECT_EQ(readAll("1\n" + part), "1 " + part);
     }
 }
 
@@ -144,6 +143,8 @@ TEST(PairReader, TellsWhereTheTextFormIsDamaged) {
         {"0\nLINE\nABC", 7, "'ABC'", "group code"},
         {"0\nLINE\nAB\x01\x1b[2J\nX\n", 7, "'AB??[2J'", "group code"},
         {"0", 0, "ends", "value"},
+        {"0\nLINE\n1\n", 7, "ends behind the group code 1", "value"},
+        {"0\nLINE\n1\r\n", 7, "ends behind the group code 1", "value"},
         {"0\nLINE\n10", 7, "ends behind the group code 10", "value"},
         {"0\nLINE\n10\nabc\n", 10, "'abc'", "number of group code 10"},
         {"0\nLINE\n10\n\n", 10, "''", "number of group code 10"},
@@ -226,8 +227,9 @@ TEST(PairReader, TellsWhereTheBinaryFormsAreCut) {
             const Failure failure = failureIn(whole.substr(0, size));
             const auto behind = std::ranges::upper_bound(begins, size);
             const std::uint64_t begin = *(behind - 1);
-            if (begin == size) EXPECT_EQ(failure.what, "") << size;
-            else {
+            if (begin == size) {
+                EXPECT_EQ(failure.what, "") << size;
+            } else {
                 EXPECT_NE(failure.what.find("ends"), std::string::npos) << size;
                 EXPECT_EQ(failure.offset, begin) << size;
             }
@@ -236,8 +238,8 @@ TEST(PairReader, TellsWhereTheBinaryFormsAreCut) {
 }
 
 TEST(PairReader, TellsOfCodesThatThereAreNot) {
-    for (const std::int16_t code : {std::int16_t{1072}, std::int16_t{-6}, std::int16_t{32767},
-                                    std::int16_t{-32768}}) {
+    for (const std::int16_t code :
+         {std::int16_t{1072}, std::int16_t{-6}, std::int16_t{32767}, std::int16_t{-32768}}) {
         std::string bytes = dxf("0 SECTION|2 X", binary);
         const std::uint64_t end = bytes.size();
         appendNumber(bytes, code);
@@ -272,12 +274,28 @@ TEST(Number, IsRead) {
         const char* text;
         double number;
     } cases[] = {
-        {"0", 0},         {"1", 1},          {"-1", -1},          {"+1", 1},
-        {"1.", 1},        {".5", 0.5},       {"-.5", -0.5},       {"+.5", 0.5},
-        {"  1.5", 1.5},   {"1.5  ", 1.5},    {"\t2\t", 2},        {"1e3", 1000},
-        {"1E+3", 1000},   {"1.5e-2", 0.015}, {"1e400", infinity}, {"-1e400", -infinity},
-        {"1e-400", 0},    {"0e999999", 0},   {"0.1", 0.1},        {"007", 7},
-        {"inf", infinity}, {"-inf", -infinity},
+        {"0", 0},
+        {"1", 1},
+        {"-1", -1},
+        {"+1", 1},
+        {"1.", 1},
+        {".5", 0.5},
+        {"-.5", -0.5},
+        {"+.5", 0.5},
+        {"  1.5", 1.5},
+        {"1.5  ", 1.5},
+        {"\t2\t", 2},
+        {"1e3", 1000},
+        {"1E+3", 1000},
+        {"1.5e-2", 0.015},
+        {"1e400", infinity},
+        {"-1e400", -infinity},
+        {"1e-400", 0},
+        {"0e999999", 0},
+        {"0.1", 0.1},
+        {"007", 7},
+        {"inf", infinity},
+        {"-inf", -infinity},
         {"123456789012345678901234567890", 123456789012345678901234567890.0},
         {"2.2250738585072014E-308", 2.2250738585072014E-308},
         {"4.9E-324", 4.9E-324},
@@ -295,8 +313,9 @@ TEST(Number, IsRead) {
 }
 
 TEST(Number, IsRefused) {
-    for (const char* text : {"", " ", "+", "-", ".", "e5", "1e", "1e+", "1,5", "1.5.5", "--1", "+-1",
-                             "-+1", "++1", "0x10", "1 2", "1d3", "one", "1.5abc", "1\n"})
+    for (const char* text :
+         {"",    " ",   "+",   "-",   ".",    "e5",  "1e",  "1e+", "1,5",    "1.5.5",
+          "--1", "+-1", "-+1", "++1", "0x10", "1 2", "1d3", "one", "1.5abc", "1\n"})
         EXPECT_FALSE(numberOf(text).has_value()) << text;
 }
 

@@ -48,8 +48,7 @@ TEST(Plot_colour, The_last_six_are_greys) {
 }
 
 TEST(Plot_colour, Any_other_index_counts_as_seven) {
-    for (const std::int32_t index :
-         {0, -1, 256, 257, std::numeric_limits<std::int32_t>::min()}) {
+    for (const std::int32_t index : {0, -1, 256, 257, std::numeric_limits<std::int32_t>::min()}) {
         EXPECT_EQ(colourOfIndex(index, false), black) << index;
         EXPECT_EQ(colourOfIndex(index, true), white) << index;
     }

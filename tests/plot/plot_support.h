@@ -103,8 +103,7 @@ std::unique_ptr<Object> coloured(std::int32_t colour, std::unique_ptr<Object> ob
     return object;
 }
 
-template <class... Objects>
-std::vector<std::unique_ptr<VmDbObject>> contents(Objects... objects) {
+template <class... Objects> std::vector<std::unique_ptr<VmDbObject>> contents(Objects... objects) {
     std::vector<std::unique_ptr<VmDbObject>> all;
     (all.push_back(std::move(objects)), ...);
     return all;

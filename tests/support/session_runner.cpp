@@ -2,8 +2,8 @@
 //
 // A session is what a person sees: a line "$ COMMAND", then what it prints (standard output and
 // standard error as they come), then "[exit N]" when the exit code is not 0. Commands run in one
-// fresh folder, with the built programs first on the path. A line "$ cat > FILE <<'END'" with its
-// text up to END makes a file. With VLISP_ACCEPT=1 in the environment the files are rewritten to
+// fresh folder, with the built programs first on the path; one that names a file of examples/ finds
+// a copy of that folder there. A line "$ cat > FILE <<'END'" with its text up to END makes a file. With VLISP_ACCEPT=1 in the environment the files are rewritten to
 // what was seen; the change is then read before it is committed.
 #include <algorithm>
 #include <array>
@@ -64,6 +64,9 @@ std::string replay(const std::string& session) {
     std::string pattern = folder.string();
     if (::mkdtemp(pattern.data()) == nullptr) return "[no temporary folder]\n";
     folder = pattern;
+    if (session.find(" examples/") != std::string::npos)
+        fs::copy(fs::path(PROJECT_ROOT) / "examples", folder / "examples",
+                 fs::copy_options::recursive);
     const std::vector<std::string> lines = linesOf(session);
     std::string seen;
     for (std::size_t i = 0; i < lines.size(); ++i) {
@@ -159,8 +162,9 @@ int main(int argc, char** argv) {
     for (const auto& file : files)
         ::testing::RegisterTest("Session", asName(file.stem().string()).c_str(), nullptr, nullptr,
                                 __FILE__, __LINE__, [file] { return new Session(file); });
-    for (const char* document : {"README.md", "docs/language.md", "docs/surprises.md",
-                                 "docs/host.md", "docs/drawings.md", "docs/commands.md"})
+    for (const char* document :
+         {"README.md", "docs/language.md", "docs/surprises.md", "docs/host.md", "docs/drawings.md",
+          "docs/commands.md", "docs/drawing-files.md", "docs/pictures.md"})
         ::testing::RegisterTest(
             "DocumentSession", asName(document).c_str(), nullptr, nullptr, __FILE__, __LINE__,
             [document] { return new DocumentSessions(fs::path(PROJECT_ROOT) / document); });
