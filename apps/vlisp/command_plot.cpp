@@ -77,6 +77,8 @@ int plotDrawing(const PlotOptions& options) {
     }
     if (options.landscape) how.orientation = plot::Orientation::landscape;
     if (options.portrait) how.orientation = plot::Orientation::portrait;
+    if (options.pixels < 0 || !(options.dpi > 0))
+        return usage("pixels and dots per inch must be above 0");
     how.mono = options.mono;
     how.dark = options.dark;
     how.dpi = options.dpi;

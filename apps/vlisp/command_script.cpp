@@ -44,6 +44,7 @@ int runScript(const std::string& path) {
     if (!lisp.allAnswered() || (!signalled() && !isComplete(lisp, typed)) ||
         lisp.host().mistakes() > 0)
         code = std::max<int>(code, exitError);
+    if (const auto& failure = lisp.host().file.failure) code = std::max(code, exitCodeOf(*failure));
     return exitCodeOfSignals(exitCodeOfOutput(code));
 }
 

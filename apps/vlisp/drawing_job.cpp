@@ -24,6 +24,11 @@ int openDrawing(Lisp& lisp, const DrawingOptions& options, bool json) {
             if (!json) writeLine("Would be written to " + path + ":");
             writeDifferences(before, after, json);
         };
+    if (!options.plot.empty() && !refhost::plot::kindOf(options.plot)) {
+        writeError("vlisp: cannot plot to '" + options.plot +
+                   "': its name must end in .svg, .pdf or .png");
+        return exitUsage;
+    }
     if (options.drawing.empty()) return exitOk;
     try {
         file.open(options.drawing,

@@ -39,7 +39,7 @@ const CommandRow rows[] = {
     {"REDO",   "",   "Does again what was undone last.",                       {},          redo},
     {"REGEN",  "RE", "Regenerates the drawing.",                               {},          regen},
     {"ROTATE", "RO", "Turns objects about a point.",                           rotateSteps, rotate},
-    {"SAVE",   "QSAVE", "Saves the drawing, or a copy under another name.",      saveSteps,   save},
+    {"SAVE",   "",   "Saves the drawing, or a copy under another name.",      saveSteps,   save},
     {"SAVEAS", "",   "Saves the drawing under another name and goes on with that file.", saveAsSteps, saveAs},
     {"SCALE",  "SC", "Makes objects larger or smaller.",                       scaleSteps,  scale},
     {"SETVAR", "SET", "Shows a system variable and sets it.",                  setvarSteps, setVariable},

@@ -25,7 +25,10 @@ constexpr Step openTable[] = {
 };
 constexpr Step newTable[] = {{InputKind::keyword, discardQuestion}};
 constexpr Step quitTable[] = {{InputKind::keyword, discardQuestion}};
-constexpr Step saveTable[] = {{InputKind::text, u"Enter file name <%>: "}};
+constexpr Step saveTable[] = {
+    {InputKind::text, u"Enter file name <%>: "},
+    {InputKind::keyword, replaceQuestion},
+};
 constexpr Step saveAsTable[] = {
     {InputKind::text, u"Enter new file name <%>: "},
     {InputKind::keyword, replaceQuestion},
@@ -63,6 +66,21 @@ template <class Work> bool succeeds(CommandContext& context, Work work) {
     }
 }
 
+// Somebody who has set EXPERT so is not asked about what would be lost.
+bool asks(const CommandContext& context) {
+    constexpr int unasked = 2;
+    return context.drawing.variables.integer(u"EXPERT") < unasked;
+}
+
+bool asksToDiscard(const CommandContext& context) {
+    return context.file.hasChanges() && asks(context);
+}
+
+// Whether saving there would replace a file that is not the drawing's own.
+bool asksToReplace(const CommandContext& context, const std::string& path) {
+    return path != context.file.path() && !platform::fileIdentity(path).empty() && asks(context);
+}
+
 bool isYes(const Input& input) { return input.isKeyword(u"YES"); }
 
 }  // namespace
@@ -77,7 +95,7 @@ const std::span<const Step> plotSteps = plotTable;
 CommandRun openDrawing(CommandContext& context) {
     const Input name = co_await context.ask(openTable[0]);
     if (!name.is(Input::Kind::text) || name.text.empty()) co_return;
-    if (context.file.hasChanges()) {
+    if (asksToDiscard(context)) {
         const Input discard = co_await context.ask(openTable[1]);
         if (!isYes(discard)) co_return;
     }
@@ -86,7 +104,7 @@ CommandRun openDrawing(CommandContext& context) {
 }
 
 CommandRun newDrawing(CommandContext& context) {
-    if (context.file.hasChanges()) {
+    if (asksToDiscard(context)) {
         const Input discard = co_await context.ask(newTable[0]);
         if (!isYes(discard)) co_return;
     }
@@ -95,7 +113,7 @@ CommandRun newDrawing(CommandContext& context) {
 
 CommandRun quit(CommandContext& context) {
     // What was never a file is not missed.
-    if (!context.file.path().empty() && context.file.hasChanges()) {
+    if (!context.file.path().empty() && asksToDiscard(context)) {
         const Input discard = co_await context.ask(quitTable[0]);
         if (!isYes(discard)) co_return;
     }
@@ -111,6 +129,10 @@ CommandRun save(CommandContext& context) {
         co_return;
     }
     const std::string path = typed ? pathNamed(name.text, true) : context.file.path();
+    if (asksToReplace(context, path)) {
+        const Input replace = co_await context.ask(saveTable[1]);
+        if (!isYes(replace)) co_return;
+    }
     succeeds(context, [&] {
         context.file.save(path);
         if (context.file.path().empty()) context.file.moveTo(path);
@@ -126,9 +148,7 @@ CommandRun saveAs(CommandContext& context) {
         co_return;
     }
     const std::string path = typed ? pathNamed(name.text, true) : context.file.path();
-    constexpr int replacesUnasked = 2;
-    if (path != context.file.path() && !platform::fileIdentity(path).empty() &&
-        context.drawing.variables.integer(u"EXPERT") < replacesUnasked) {
+    if (asksToReplace(context, path)) {
         const Input replace = co_await context.ask(saveAsTable[1]);
         if (!isYes(replace)) co_return;
     }

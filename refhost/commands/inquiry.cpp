@@ -62,8 +62,8 @@ std::u16string valueText(const ExtendedDatum& datum) {
 
 void describe(const CommandContext& context, const VmDbObject& object) {
     const Drawing& drawing = context.drawing;
-    context.show(kindOf(object) + u"  id " + numberText(object.id) + u"  layer " + object.layerName.units() +
-                 u"  colour " + colourText(object.colour));
+    context.show(kindOf(object) + u"  id " + numberText(object.id) + u"  layer " +
+                 object.layerName.units() + u"  colour " + colourText(object.colour));
     constexpr int mostPoints = 50;
     for (int i = 0; i < std::min(object.points.count, mostPoints); ++i)
         context.show(u"  at " + pointText(object.points.points[i]));

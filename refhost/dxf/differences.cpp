@@ -363,7 +363,8 @@ class Side {
           codec_(valueOf(file.structure, "$ACADVER"), valueOf(file.structure, "$DWGCODEPAGE")),
           end_(file.bytes.size()) {
         for (const Repair& repair : file.structure.repairs)
-            if (repair.dropped.begin < repair.dropped.end) dropped_.push_back(repair.dropped);
+            if (repair.value.empty() && repair.replaced.begin < repair.replaced.end)
+                dropped_.push_back(repair.replaced);
         std::ranges::sort(dropped_, {}, &Span::begin);
         // From here on each ends behind the one before.
         for (std::size_t i = 1; i < dropped_.size(); ++i)

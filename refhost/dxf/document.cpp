@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <limits>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace vlisp::refhost::dxf {
 namespace {
@@ -28,6 +29,14 @@ Document::Document(std::string bytes, std::string name, OnDamage onDamage)
     const Opening opening = openingOf(bytes_);
     try {
         structure_ = structureOf(bytes_, onDamage);
+        // A last line without its end, and something will be put behind it.
+        if (!structure_.repairs.empty() && opening.form == Form::text &&
+            bytes_.size() > opening.begin && !bytes_.ends_with('\n')) {
+            const bool isLongEnd =
+                !bytes_.ends_with('\r') && bytes_.find("\r\n") != std::string::npos;
+            bytes_ += isLongEnd ? "\r\n" : "\n";
+            structure_ = structureOf(bytes_, onDamage);
+        }
     } catch (const Damage& damage) {
         throw FileError(FileError::Kind::damaged, name_ + ": " +
                                                       placeOf(bytes_, opening.form, damage.offset) +
@@ -124,6 +133,7 @@ void Document::assignIds() {
 void Document::readLayers() {
     const Table* table = structure_.findTable("LAYER");
     if (table == nullptr) return;
+    std::unordered_set<std::u16string, NameHash, NameEqual> seen;
     for (std::size_t row = 0; row < table->rows.size(); ++row) {
         if (table->rows[row].name.empty()) continue;
         Layer layer;
@@ -145,6 +155,8 @@ void Document::readLayers() {
             }
             if (pair.code >= 1000) break;
         }
+        // Of two with one name the first counts.
+        if (!seen.insert(layer.name).second) continue;
         layers_.push_back(std::move(layer));
         layerRows_.push_back(row);
     }

@@ -4,6 +4,8 @@
 #include "platform/system.h"
 #include "platform/text.h"
 
+#include <filesystem>
+
 namespace vlisp::refhost::dxf {
 
 void DrawingFile::open(const std::string& path, OnDamage onDamage) {
@@ -42,7 +44,10 @@ ChangedBytes DrawingFile::changed() {
 std::string DrawingFile::contents() { return changed().joined(); }
 
 void DrawingFile::save(const std::string& path, bool keepBackup) {
-    const bool isOwn = !path_.empty() && path == path_;
+    // By whatever name: a link, another spelling of the path.
+    std::error_code none;
+    const bool isOwn =
+        !path_.empty() && (path == path_ || std::filesystem::equivalent(path, path_, none));
     if (isOwn && platform::fileIdentity(path) != identity_)
         throw FileError(FileError::Kind::unwritable,
                         "cannot write '" + path +

@@ -187,6 +187,11 @@ class EntityEditor {
     void editCommon() {
         setText(record_, 8, before_.layerName, after_.layerName, commonOrder);
         setInteger(record_, 62, before_.colour, after_.colour, commonOrder);
+        // A true colour would go on hiding the new one.
+        if (before_.colour != after_.colour)
+            for (const int code : {420, 430})
+                if (const std::size_t at = record_.find(code); at != Record::npos)
+                    remove(record_.pairs[at]);
         if (before_.lineweight != after_.lineweight && !target_.version.hasLineweights())
             throw NotRepresentable(nameOf(after_) + " has a lineweight, which files of version " +
                                    target_.version.name() + " cannot hold");
@@ -248,27 +253,66 @@ class EntityEditor {
             }
             const mmPoint& old = before_.points.points[i];
             setPoint(record_, 10 + i, old, point, order);
-            if (i == 0) moveCompanions(kind, point.x - old.x, point.y - old.y, point.z - old.z);
+            if (i == 0) moveCompanions(kind, {point.x - old.x, point.y - old.y, point.z - old.z});
         }
     }
 
     // What stands beside the insertion point goes along with it: the point that an aligned text is
-    // aligned to, and the attributes of a placed block.
-    void moveCompanions(const EntityKind& kind, double dx, double dy, double dz) {
-        if ((dx == 0 && dy == 0 && dz == 0) || !std::isfinite(dx + dy + dz)) return;
+    // aligned to, and the attributes of a placed block. Commands have moved, turned and scaled them
+    // already; programs that change the insertion point know nothing of them.
+    void moveCompanions(const EntityKind& kind, const mmPoint& by) {
+        const Appearance& was = filePartOf(before_)->appearance;
+        const Appearance& is = filePartOf(after_)->appearance;
         if (kind.typeCode == vmDbText) {
-            const Appearance& look = filePartOf(before_)->appearance;
-            if (look.horizontal != 0 || look.vertical != 0) movePoint(record_, 11, dx, dy, dz);
+            if (!(was.alignment == is.alignment)) {
+                setReal(record_, 11, was.alignment.x, is.alignment.x, {});
+                setReal(record_, 21, was.alignment.y, is.alignment.y, {});
+            } else if (was.horizontal != 0 || was.vertical != 0) {
+                movePoint(record_, 11, by);
+            }
         }
         if (kind.typeCode != vmDbInsert) return;
+        setReal(record_, 44, was.columnSpacing, is.columnSpacing, {});
+        setReal(record_, 45, was.rowSpacing, is.rowSpacing, {});
+        std::size_t shown = 0;
         for (const Record& record : records_) {
             if (record.type != "ATTRIB") continue;
-            movePoint(record, 10, dx, dy, dz);
-            movePoint(record, 11, dx, dy, dz);
+            if (isShown(source_, record) && was.attributes != nullptr && is.attributes != nullptr &&
+                shown < was.attributes->size() && shown < is.attributes->size()) {
+                editAttribute(record, static_cast<const VmDbText&>(*(*was.attributes)[shown]),
+                              static_cast<const VmDbText&>(*(*is.attributes)[shown]), by);
+                ++shown;
+            } else {
+                movePoint(record, 10, by);
+                movePoint(record, 11, by);
+            }
         }
     }
 
-    void movePoint(const Record& record, int x, double dx, double dy, double dz) {
+    void editAttribute(const Record& record, const VmDbText& was, const VmDbText& is,
+                       const mmPoint& by) {
+        const mmPoint* const from = was.points.points;
+        const mmPoint* const to = is.points.points;
+        const bool moved = was.points.count > 0 && is.points.count > 0 &&
+                           (from->x != to->x || from->y != to->y || from->z != to->z);
+        if (!moved) {
+            movePoint(record, 10, by);
+            movePoint(record, 11, by);
+        } else {
+            static constexpr int order[] = {10, 20, 30, 40, 1, 50};
+            setPoint(record, 10, *from, *to, order);
+            const Appearance& before = filePartOf(was)->appearance;
+            const Appearance& after = filePartOf(is)->appearance;
+            if (record.find(11) != Record::npos) {
+                setReal(record, 11, before.alignment.x, after.alignment.x, order);
+                setReal(record, 21, before.alignment.y, after.alignment.y, order);
+            }
+            setReal(record, 40, was.height, is.height, order);
+            setReal(record, 50, was.rotation, is.rotation, order);
+        }
+    }
+
+    void movePoint(const Record& record, int x, const mmPoint& way) {
         const auto move = [&](int code, double by) {
             const std::size_t at = record.find(code);
             if (by == 0 || at == Record::npos) return;
@@ -277,9 +321,9 @@ class EntityEditor {
             if (std::isfinite(number))
                 replaceValue(pair, realLike(value(pair), source_.form, code, number));
         };
-        move(x, dx);
-        move(x + 10, dy);
-        move(x + 20, dz);
+        move(x, way.x);
+        move(x + 10, way.y);
+        move(x + 20, way.z);
     }
 
     // A text of several lines has a rotation, a direction or both.
@@ -382,6 +426,8 @@ class EntityEditor {
 
     void editLightPolyline(const VmDb2DPolyline& before, const VmDb2DPolyline& after) {
         setClosed(before, after);
+        setReal(record_, 43, filePartOf(before)->appearance.width,
+                filePartOf(after)->appearance.width, orderOf(vmDbLwPolyline));
         const std::size_t at = record_.find(90);
         if (at != Record::npos && before.points.count != after.points.count)
             setInteger(record_, 90, value(record_.pairs[at]).integer().value_or(0),
@@ -679,9 +725,12 @@ std::string pairsOf(const Target& target, const Style& style, const ExtendedDatu
     appendText(out, style, 1001, target.source.codec.encode(datum.name));
     if (const auto* number = std::get_if<std::int32_t>(&datum.value))
         appendInteger(out, style, 1071, *number);
-    else if (const auto* real = std::get_if<double>(&datum.value))
+    else if (const auto* real = std::get_if<double>(&datum.value)) {
+        if (!std::isfinite(*real))
+            throw NotRepresentable("the value of '" + platform::toUtf8(datum.name) +
+                                   "' is a number that no file can hold");
         appendReal(out, style, 1040, *real);
-    else
+    } else
         appendText(out, style, 1000,
                    target.source.codec.encode(std::get<std::u16string>(datum.value)));
     return out;

@@ -219,10 +219,12 @@ Opening openingOf(std::string_view bytes) noexcept {
     // A binary file begins with a line of 22 bytes that ends so.
     constexpr std::string_view binaryMark(" Binary DXF\r\n\x1A\0", 15);
     constexpr std::size_t markSize = 22;
-    if (bytes.size() > markSize + 1 &&
+    if (bytes.size() >= markSize &&
         bytes.substr(markSize - binaryMark.size(), binaryMark.size()) == binaryMark) {
-        // The first pair is 0, SECTION: the second byte is of the code, or of the text.
-        const bool longCodes = bytes[markSize + 1] == 0;
+        // The first pair is 0, SECTION: the second byte is of the code, or of the text. Or it is a
+        // comment, 999.
+        const std::string_view pairs = bytes.substr(markSize);
+        const bool longCodes = pairs.size() < 2 || pairs[1] == 0 || pairs.starts_with("\xE7\x03");
         return {longCodes ? Form::binary : Form::binaryShortCodes, markSize};
     }
     return {Form::text, bytes.starts_with(byteOrderMark) ? byteOrderMark.size() : 0};

@@ -201,22 +201,17 @@ class EntityReader {
     void readAttributes() {
         std::vector<std::unique_ptr<VmDbObject>> texts;
         for (std::size_t i = 1; i < records_.size(); ++i) {
-            if (records_[i].type != "ATTRIB") continue;
+            if (records_[i].type != "ATTRIB" || !isShown(source_, records_[i])) continue;
             std::vector<Record> alone{records_[i]};
             alone.front().type = "TEXT";
-            // 70 with bit 1: the attribute is not shown.
-            bool shown = true;
-            forEachOwn(alone.front(), [&](const Pair& pair) {
-                if (pair.code == 70 && (integer(pair) & 1) != 0) shown = false;
-                // Attributes tell of their vertical place with another code than texts.
-            });
             auto text = EntityReader(source_, alone).read(alone.front().span, -1);
             Appearance& look = filePartOf(*text)->appearance;
+            // Attributes tell of their vertical place with another code than texts.
             look.vertical = 0;
             forEachOwn(alone.front(), [&](const Pair& pair) {
                 if (pair.code == 74) look.vertical = integer(pair);
             });
-            if (shown) texts.push_back(std::move(text));
+            texts.push_back(std::move(text));
         }
         if (!texts.empty())
             look_->attributes =
@@ -337,6 +332,13 @@ std::vector<Record> recordsOf(const Source& source, Span span) {
 std::unique_ptr<VmDbObject> readEntity(const Source& source, Span span, HostLong id) {
     const std::vector<Record> records = recordsOf(source, span);
     return EntityReader(source, records).read(span, id);
+}
+
+bool isShown(const Source& source, const Record& attribute) {
+    const std::size_t flags = attribute.find(70);
+    constexpr int invisible = 1;
+    return flags == Record::npos ||
+           (source.value(attribute.pairs[flags]).integer().value_or(0) & invisible) == 0;
 }
 
 bool isFace(const Source& source, const Record& vertex) {

@@ -72,6 +72,9 @@ template <class Visit> void forEachOwn(const Record& record, Visit visit) {
 /// What a carried entity looks like: fills in figures, block and isShown.
 void readShape(const Source& source, const std::vector<Record>& records, CarriedObject& object);
 
+/// Whether an ATTRIB record is one that is seen.
+[[nodiscard]] bool isShown(const Source& source, const Record& attribute);
+
 /// Whether a VERTEX record is one of a mesh's faces, which has no place of its own.
 [[nodiscard]] bool isFace(const Source& source, const Record& vertex);
 

@@ -5,7 +5,10 @@
 #include "refhost/dxf/header_variables.h"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
+#include <tuple>
+#include <unordered_set>
 
 namespace vlisp::refhost::dxf {
 namespace {
@@ -17,6 +20,8 @@ std::u16string_view viewOf(const VmDbString& text) noexcept {
 [[noreturn]] void fail(const std::string& text) {
     throw FileError(FileError::Kind::unwritable, text);
 }
+
+constexpr char unwritableBase[] = "a block has a base point that no file can hold";
 
 std::int32_t flagsOf(const Layer& layer) noexcept {
     return (layer.frozen ? 1 : 0) | (layer.locked ? 4 : 0);
@@ -48,44 +53,83 @@ class Saving {
         layers();
         variables();
         newTables();
+        newSections();
+        orphans();
         handleSeed();
         repairs();
-        std::ranges::stable_sort(changes_, {}, [](const Change& change) {
-            return std::pair(change.replaced.begin, change.replaced.end);
-        });
+        sort();
         checkNothingIsLost();
         return std::move(changes_);
     }
 
   private:
+    // What comes first of that which is put at one place: what is open there is closed from the
+    // inside to the outside, and what is new stands inside what it belongs to.
+    enum class Rank {
+        change,
+        sequenceEnd,
+        row,        ///< also what is in a block
+        tableEnd,   ///< and a block's
+        inSection,  ///< entities, blocks and tables
+        sectionEnd,
+        section,
+        fileEnd
+    };
+
+    struct Placed {
+        Change change;
+        Rank rank;
+    };
+
     void change(Span replaced, std::string bytes) {
-        changes_.push_back({replaced, std::move(bytes)});
+        placed_.push_back({{replaced, std::move(bytes)}, Rank::change});
     }
-    void insert(std::uint64_t at, std::string bytes) { change({at, at}, std::move(bytes)); }
+    void insert(std::uint64_t at, std::string bytes, Rank rank) {
+        placed_.push_back({{{at, at}, std::move(bytes)}, rank});
+    }
     void add(std::vector<Change> more) {
-        for (Change& one : more) changes_.push_back(std::move(one));
+        for (Change& one : more) placed_.push_back({std::move(one), Rank::change});
+    }
+
+    void sort() {
+        std::ranges::stable_sort(placed_, {}, [](const Placed& one) {
+            return std::tuple(one.change.replaced.begin, one.change.replaced.end, one.rank);
+        });
+        for (Placed& one : placed_) {
+            const Span& span = one.change.replaced;
+            // What lies inside of something that goes, goes too.
+            if (!changes_.empty() && span.begin < changes_.back().replaced.end) continue;
+            // Nor is the end of a sequence missing that has gone.
+            if (one.rank == Rank::sequenceEnd && !changes_.empty() &&
+                changes_.back().replaced.end == span.begin &&
+                std::ranges::find(erased_, changes_.back().replaced.begin) != erased_.end())
+                continue;
+            changes_.push_back(std::move(one.change));
+        }
     }
 
     // --- Handles ---
 
-    std::uint64_t newHandle() {
-        if (document_.firstNewHandle_ == 0) fail("cannot save the drawing: no handle is left");
+    std::uint64_t given(std::uint64_t handle) {
+        // Counting on from the last one begins anew.
+        if (document_.firstNewHandle_ == 0 || handle < document_.firstNewHandle_)
+            fail("cannot save the drawing: no handle is left");
         handlesGiven_ = true;
-        return nextHandle_++;
+        return handle;
     }
+
+    std::uint64_t newHandle() { return given(nextHandle_++); }
 
     [[nodiscard]] std::uint64_t handleOf(HostLong id) {
         if (!document_.hasHandles_) return 0;
-        if (document_.firstNewHandle_ == 0) fail("cannot save the drawing: no handle is left");
-        handlesGiven_ = true;
-        return document_.firstNewHandle_ + static_cast<std::uint64_t>(id - document_.firstNewId_);
+        return given(document_.firstNewHandle_ +
+                     static_cast<std::uint64_t>(id - document_.firstNewId_));
     }
 
     // --- Entities ---
 
     void entities() {
         const auto fromFile = static_cast<int>(structure_.entities.size());
-        std::string added;
         for (int slot = 0; slot < drawing_.slotCount(); ++slot) {
             if (slot < fromFile && drawing_.isAsInFile(slot)) continue;
             const ObjectView object = drawing_.at(slot);
@@ -95,20 +139,23 @@ class Saving {
                 NewEntity how{handleOf(object->id), modelSpace(), lineType(*object),
                               drawing_.extendedData(object->id)};
                 registerNames(how.attached);
-                appendEntity(added, target_, *object, how);
+                appendEntity(newEntities_, target_, *object, how);
             }
         }
-        if (added.empty()) return;
-        if (const Section* section = structure_.findSection("ENTITIES"))
-            insert(section->end, std::move(added));
-        else insert(structure_.eof, sectionOf("ENTITIES", added));
+    }
+
+    void erase(const Span& span) {
+        erased_.push_back(span.begin);
+        change(span, {});
+        for (const Record& record : recordsOf(source_, span))
+            if (const std::size_t at = record.find(5); at != Record::npos)
+                erasedHandles_.insert(source_.value(record.pairs[at]).handle().value_or(0));
     }
 
     void changeEntity(int slot, const VmDbObject& object) {
         const Span span = structure_.entities[static_cast<std::size_t>(slot)];
         if (object.erased != 0) {
-            erased_.push_back(span.begin);
-            return change(span, {});
+            return erase(span);
         }
         add(changesOf(target_, span, *document_.make(slot), object));
         const std::vector<ExtendedDatum>& attached = drawing_.extendedData(object.id);
@@ -205,7 +252,7 @@ class Saving {
         std::string tables;
         for (const auto& [name, rows] : newRows_) {
             if (const Table* table = structure_.findTable(name)) {
-                insert(table->end, rows);
+                insert(table->end, rows, Rank::row);
                 continue;
             }
             const Style& style = document_.style_;
@@ -222,12 +269,72 @@ class Saving {
         }
         if (tables.empty()) return;
         if (const Section* section = structure_.findSection("TABLES"))
-            return insert(section->end, tables);
+            return insert(section->end, tables, Rank::inSection);
         // Tables stand in front of what refers to them.
         for (const Section& section : structure_.sections)
             if (section.name != "HEADER" && section.name != "CLASSES")
-                return insert(section.begin, sectionOf("TABLES", tables));
-        insert(structure_.eof, sectionOf("TABLES", tables));
+                return insert(section.begin, sectionOf("TABLES", tables), Rank::section);
+        insert(structure_.eof, sectionOf("TABLES", tables), Rank::section);
+    }
+
+    // Blocks and entities that are new, in sections of their own where the file has none. Those stand
+    // in this order, behind the tables.
+    void newSections() {
+        const Section* blocks = structure_.findSection("BLOCKS");
+        const Section* entities = structure_.findSection("ENTITIES");
+        if (!newBlocks_.empty() && blocks != nullptr)
+            insert(blocks->end, std::move(newBlocks_), Rank::inSection);
+        else if (!newBlocks_.empty())
+            insert(entities != nullptr ? entities->begin : structure_.eof,
+                   sectionOf("BLOCKS", newBlocks_), Rank::section);
+        if (!newEntities_.empty() && entities != nullptr)
+            insert(entities->end, std::move(newEntities_), Rank::inSection);
+        else if (!newEntities_.empty())
+            insert(structure_.eof, sectionOf("ENTITIES", newEntities_), Rank::section);
+    }
+
+    // --- What belongs to what was erased ---
+
+    // Objects that an erased entity owned, its extension dictionary for one, go with it.
+    void orphans() {
+        const Section* section = structure_.findSection("OBJECTS");
+        if (section == nullptr || erasedHandles_.empty()) return;
+        struct Object {
+            Span span;
+            std::uint64_t handle = 0;
+            std::uint64_t owner = 0;
+        };
+        std::vector<Object> objects;
+        PairReader reader = source_.reader({section->begin, section->end});
+        Pair pair;
+        bool inBraces = false;
+        while (reader.next(pair)) {
+            if (pair.code == 0) {
+                if (!objects.empty()) objects.back().span.end = pair.begin;
+                objects.push_back({{pair.begin, section->end}});
+                inBraces = false;
+            }
+            if (objects.empty()) continue;
+            Object& object = objects.back();
+            if (pair.code == 102) inBraces = source_.value(pair).raw().starts_with('{');
+            if (inBraces) continue;
+            if (pair.code == 5 && object.handle == 0)
+                object.handle = source_.value(pair).handle().value_or(0);
+            if (pair.code == 330 && object.owner == 0)
+                object.owner = source_.value(pair).handle().value_or(0);
+        }
+        // Owners may stand behind what they own: until nothing more is found.
+        std::vector<bool> gone(objects.size());
+        for (bool found = true; found;) {
+            found = false;
+            for (std::size_t i = 0; i < objects.size(); ++i) {
+                if (gone[i] || objects[i].owner == 0 || !erasedHandles_.contains(objects[i].owner))
+                    continue;
+                gone[i] = found = true;
+                erasedHandles_.insert(objects[i].handle);
+                change(objects[i].span, {});
+            }
+        }
     }
 
     // --- Layers ---
@@ -323,20 +430,14 @@ class Saving {
     // --- Blocks ---
 
     void blocks() {
-        std::string added;
         for (const auto& block : drawing_.blocks()) {
             if (block->placeInFile() >= 0) continue;
             const auto old = std::ranges::find_if(structure_.blocks, [&](const Block& other) {
                 return sameName(source_.codec.decode(other.name), viewOf(block->record.name));
             });
             if (old != structure_.blocks.end()) redefine(*block, *old);
-            else added += newBlock(*block);
+            else newBlocks_ += newBlock(*block);
         }
-        if (added.empty()) return;
-        if (const Section* section = structure_.findSection("BLOCKS"))
-            return insert(section->end, std::move(added));
-        const Section* entities = structure_.findSection("ENTITIES");
-        insert(entities != nullptr ? entities->begin : structure_.eof, sectionOf("BLOCKS", added));
     }
 
     std::string contentsOf(const BlockDefinition& block, std::uint64_t owner) {
@@ -358,19 +459,30 @@ class Saving {
 
     void redefine(const BlockDefinition& block, const Block& old) {
         for (const Span& span : old.contents) {
-            erased_.push_back(span.begin);
-            change(span, {});
+            erase(span);
         }
-        insert(old.tail.begin, contentsOf(block, recordHandle(viewOf(block.record.name))));
+        insert(old.tail.begin, contentsOf(block, recordHandle(viewOf(block.record.name))),
+               Rank::row);
         const std::vector<Record> records = recordsOf(source_, old.head);
+        const Record& head = records.front();
+        const Style style = Style::of(source_.bytes, source_.form, head.span, document_.style_);
         const auto put = [&](int code, double number) {
-            const std::size_t at = records.front().find(code);
-            if (at == Record::npos) return;
-            const Pair& pair = records.front().pairs[at];
-            const Value value = source_.value(pair);
-            if (value.real() != number)
-                change({pair.valueBegin, pair.valueEnd},
-                       realLike(value, source_.form, code, number));
+            if (!std::isfinite(number)) throw NotRepresentable(unwritableBase);
+            if (const std::size_t at = head.find(code); at != Record::npos) {
+                const Pair& pair = head.pairs[at];
+                const Value value = source_.value(pair);
+                if (value.real() != number)
+                    change({pair.valueBegin, pair.valueEnd},
+                           realLike(value, source_.form, code, number));
+            } else if (number != 0) {
+                std::string bytes;
+                appendReal(bytes, style, code, number);
+                std::uint64_t place = head.pairs[0].end;
+                for (const int earlier : {70, 2, 10})
+                    if (const std::size_t found = head.find(earlier); found != Record::npos)
+                        place = std::max(place, head.pairs[found].end);
+                insert(place, std::move(bytes), Rank::change);
+            }
         };
         put(10, block.record.baseX);
         put(20, block.record.baseY);
@@ -379,6 +491,8 @@ class Saving {
     std::string newBlock(const BlockDefinition& block) {
         const Style& style = document_.style_;
         const Version& version = document_.version_;
+        if (!std::isfinite(block.record.baseX) || !std::isfinite(block.record.baseY))
+            throw NotRepresentable(unwritableBase);
         const std::string name = source_.codec.encode(viewOf(block.record.name));
         std::uint64_t record = 0;
         if (version.hasBlockRecords()) {
@@ -411,13 +525,24 @@ class Saving {
 
     // --- The header ---
 
+    static bool sameValue(const Variables& a, const Variables& b, std::u16string_view name) {
+        switch (Variables::find(name)->type) {
+        case VariableType::Integer: return a.integer(name) == b.integer(name);
+        case VariableType::Real: return a.real(name) == b.real(name);
+        case VariableType::Text: return a.text(name) == b.text(name);
+        case VariableType::Point:
+        case VariableType::PlanePoint: return a.point(name) == b.point(name);
+        }
+        return true;
+    }
+
     void variables() {
         // What the file said, for comparison.
         Variables before;
         document_.loadVariables(before);
         for (const HeaderRow& row : headerRows()) {
             const std::u16string name(row.name.begin(), row.name.end());
-            if (before.asText(name) == drawing_.variables.asText(name)) continue;
+            if (sameValue(before, drawing_.variables, name)) continue;
             const std::string inFile = "$" + std::string(row.name);
             if (const HeaderVariable* found = structure_.findVariable(inFile)) {
                 add(variableChanges(row, target_, found->values, drawing_.variables));
@@ -429,14 +554,16 @@ class Saving {
             else if (document_.version_.name() < row.since)
                 notes_.push_back(std::string(row.name) + " is not kept: files of version " +
                                  document_.version_.name() + " have no such variable");
-            else insert(header->end, variablePairs(row, target_, drawing_.variables));
+            else
+                insert(header->end, variablePairs(row, target_, drawing_.variables),
+                       Rank::inSection);
         }
     }
 
     // The next free handle, so that others do not give ours out again.
     void handleSeed() {
         if (!handlesGiven_) return;
-        const std::string text = handleText(nextHandle_);
+        const std::string text = handleText(given(nextHandle_));
         if (const HeaderVariable* seed = structure_.findVariable("$HANDSEED")) {
             PairReader reader = source_.reader(seed->values);
             Pair pair;
@@ -448,29 +575,26 @@ class Saving {
         std::string out;
         appendText(out, document_.style_, 9, "$HANDSEED");
         appendText(out, document_.style_, 5, text);
-        insert(header->end, std::move(out));
+        insert(header->end, std::move(out), Rank::inSection);
     }
 
     // --- The whole ---
 
     // What makes a damaged file whole.
     void repairs() {
-        const std::uint64_t size = source_.bytes.size();
-        const bool endIsDropped =
-            std::ranges::any_of(structure_.repairs, [&](const Repair& repair) {
-                return repair.dropped.begin < repair.dropped.end && repair.dropped.end == size;
-            });
-        // A last line that stays needs its end before another one can follow.
-        bool needsLineEnd =
-            source_.form == Form::text && size > 0 && !endIsDropped && source_.bytes.back() != '\n';
         for (const Repair& repair : structure_.repairs) {
-            std::string bytes;
-            if (!repair.record.empty()) {
-                if (repair.dropped.begin == size && std::exchange(needsLineEnd, false))
-                    bytes += document_.style_.lineEnd;
-                appendText(bytes, document_.style_, 0, repair.record);
+            if (repair.record.empty()) {
+                change(repair.replaced, repair.value);
+                continue;
             }
-            change(repair.dropped, std::move(bytes));
+            const std::string_view record = repair.record;
+            const Rank rank = record == "SEQEND"   ? Rank::sequenceEnd
+                              : record == "ENDSEC" ? Rank::sectionEnd
+                              : record == "EOF"    ? Rank::fileEnd
+                                                   : Rank::tableEnd;
+            std::string bytes;
+            appendText(bytes, document_.style_, 0, record);
+            insert(repair.replaced.begin, std::move(bytes), rank);
         }
     }
 
@@ -507,8 +631,12 @@ class Saving {
     Target target_;
     std::uint64_t nextHandle_;
     bool handlesGiven_ = false;
-    std::vector<Change> changes_;
+    std::vector<Placed> placed_;
+    std::vector<Change> changes_;  // in order
+    std::string newEntities_;
+    std::string newBlocks_;
     std::vector<std::uint64_t> erased_;  // where the records begin that may go
+    std::unordered_set<std::uint64_t> erasedHandles_;
     std::map<std::u16string, bool> applications_;
     std::map<std::string, std::string> newRows_;  // by table
     std::map<std::string, std::uint64_t> newTableHandles_;

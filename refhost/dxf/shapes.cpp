@@ -23,25 +23,20 @@ namespace vlisp::refhost::dxf {
 namespace {
 
 using namespace pieces;
-// Beside those of points in space.
-using pieces::operator-;
-using pieces::cross;
-using pieces::drawable;
-using pieces::norm;
 
 // --- Points ---
 
-bool drawable(const mmPoint& point) noexcept {
+bool isDrawable(const mmPoint& point) noexcept {
     return drawable(planeOf(point)) && drawable(point.z);
 }
 
-mmPoint operator-(const mmPoint& a, const mmPoint& b) noexcept {
+mmPoint difference(const mmPoint& a, const mmPoint& b) noexcept {
     return {a.x - b.x, a.y - b.y, a.z - b.z};
 }
 
-double norm(const mmPoint& vector) noexcept { return std::hypot(vector.x, vector.y, vector.z); }
+double lengthOf(const mmPoint& vector) noexcept { return std::hypot(vector.x, vector.y, vector.z); }
 
-mmPoint cross(const mmPoint& a, const mmPoint& b) noexcept {
+mmPoint product(const mmPoint& a, const mmPoint& b) noexcept {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
@@ -161,7 +156,7 @@ std::vector<Point2> slopesThrough(const std::vector<Point2>& points,
 
 std::optional<Point2> directionOf(const std::vector<mmPoint>& vectors) noexcept {
     if (vectors.empty()) return std::nullopt;
-    const double length = norm(vectors.front());
+    const double length = lengthOf(vectors.front());
     if (!(length > 0) || !std::isfinite(length)) return std::nullopt;
     return 1 / length * planeOf(vectors.front());
 }
@@ -170,7 +165,7 @@ std::optional<Point2> directionOf(const std::vector<mmPoint>& vectors) noexcept 
 // the direction at an end, or nothing.
 Path pathThrough(std::vector<mmPoint> points, bool closed, const std::vector<mmPoint>& startTangent,
                  const std::vector<mmPoint>& endTangent) {
-    if (!std::ranges::all_of(points, [](const mmPoint& p) { return drawable(p); })) return {};
+    if (!std::ranges::all_of(points, isDrawable)) return {};
     const auto same = [](const mmPoint& a, const mmPoint& b) {
         return a.x == b.x && a.y == b.y && a.z == b.z;
     };
@@ -191,7 +186,7 @@ Path pathThrough(std::vector<mmPoint> points, bool closed, const std::vector<mmP
     }
     std::vector<double> chords;
     for (std::size_t i = 0; i + 1 < points.size(); ++i)
-        chords.push_back(norm(points[i + 1] - points[i]));
+        chords.push_back(lengthOf(difference(points[i + 1], points[i])));
     const std::vector<Point2> seen = seenFromAbove(points);
     const std::vector<Point2> slopes =
         slopesThrough(seen, chords, closed ? std::nullopt : directionOf(startTangent),
@@ -259,6 +254,7 @@ std::vector<double> weightsOf(const SplineData& data, std::size_t degree) {
     const double largest = *std::ranges::max_element(weights);
     if (std::ranges::all_of(weights, [largest](double w) { return w == largest; })) return {};
     std::vector<double> scaled;
+    scaled.reserve(weights.size());
     for (const double weight : weights) scaled.push_back(weight / largest);
     return scaled;
 }
@@ -288,8 +284,7 @@ void makeKnots(Spline& spline, bool closed) {
 std::optional<Spline> splineOf(const SplineData& data) {
     const std::size_t count = data.controls.size();
     if (count < 2 || data.degree < 1 || data.degree > mostDegree) return std::nullopt;
-    if (!std::ranges::all_of(data.controls, [](const mmPoint& p) { return drawable(p); }))
-        return std::nullopt;
+    if (!std::ranges::all_of(data.controls, isDrawable)) return std::nullopt;
     Spline spline;
     spline.degree = std::min(static_cast<std::size_t>(data.degree), count - 1);
     spline.controls = seenFromAbove(data.controls);
@@ -389,12 +384,14 @@ class SmoothTracer {
         const Weighted& before = points[degree - 1];
         const Weighted& after = points[degree];
         const Weighted here = mixed(before, after, shareAt(spline_, span_, degree, degree, knot));
-        const Point2 place = 1 / here.weight * here.point;
-        const double run = static_cast<double>(degree);
-        const Point2 slope =
-            run / here.weight *
-            ((after.point - before.point) - (after.weight - before.weight) * place);
-        return {place, slope};
+        const Point2 place = divided(here.point, here.weight);
+        const auto run = static_cast<double>(degree);
+        const Point2 bend = (after.point - before.point) - (after.weight - before.weight) * place;
+        return {place, run * divided(bend, here.weight)};
+    }
+
+    [[nodiscard]] static Point2 divided(Point2 point, double weight) noexcept {
+        return {point.x / weight, point.y / weight};
     }
 
     [[nodiscard]] static Weighted mixed(const Weighted& a, const Weighted& b,
@@ -598,19 +595,14 @@ class HatchReader {
     }
 
   private:
-    enum class Part : std::uint8_t { head, boundaries, tail };
-
     void take(const Pair& pair) {
         if (pair.code == 75) style_ = source_.integer(pair);
-        switch (part_) {
-        case Part::head: return takeHead(pair);
-        case Part::boundaries: return takeBoundary(pair);
-        case Part::tail: return;
-        }
+        if (inHead_) takeHead(pair);
+        else takeBoundary(pair);
     }
 
     void takeHead(const Pair& pair) {
-        if (pair.code == 91) part_ = Part::boundaries;
+        if (pair.code == 91) inHead_ = false;
         if (pair.code == 30) height_ = source_.real(pair);
         if (pair.code == solidCode_ && source_.integer(pair) == 1) solid_ = true;
         if (pair.code == 2 && isSolidName(source_.value(pair).trimmed())) solid_ = true;
@@ -633,10 +625,7 @@ class HatchReader {
         case 75:
         case 76:
         case 78:
-        case 98:
-            finishBoundary();
-            part_ = Part::tail;
-            return;
+        case 98: finishBoundary(); return;
         default: break;
         }
         if (!flags_) return;
@@ -718,7 +707,7 @@ class HatchReader {
     const Source& source_;
     int& evaluations_;
     int solidCode_;
-    Part part_ = Part::head;
+    bool inHead_ = true;
     double height_ = 0;
     bool solid_ = false;
     int style_ = 0;
@@ -782,8 +771,8 @@ class ShapeReader {
     // --- Figures ---
 
     void add(Path path, bool filled = false) {
-        const auto isDrawable = [](Point2 point) { return drawable(point); };
-        if (path.verbs.empty() || !std::ranges::all_of(path.points, isDrawable)) return;
+        const auto fits = [](Point2 point) { return drawable(point); };
+        if (path.verbs.empty() || !std::ranges::all_of(path.points, fits)) return;
         object_.figures.push_back({std::move(path), filled});
         object_.isShown = true;
     }
@@ -815,8 +804,8 @@ class ShapeReader {
     void readEllipse() {
         const auto centre = pointOf(10);
         const auto major = pointOf(11);
-        if (!centre || !major || !(norm(*major) > 0)) return;
-        const mmPoint aside = cross(axes().up, *major);
+        if (!centre || !major || !(lengthOf(*major) > 0)) return;
+        const mmPoint aside = product(axes().up, *major);
         const double start = realOf(41, 0);
         const double sweep = sweepOf(start, realOf(42, fullTurn));
         Path path;
@@ -877,7 +866,7 @@ class ShapeReader {
         const int hidden = integerOf(70, 0);
         // A face may be there for other programs' sake: nothing is seen of it then.
         object_.isShown = std::ranges::all_of(corners, [](Point2 p) { return drawable(p); });
-        const bool isTriangle = norm(fourth - *third) == 0;
+        const bool isTriangle = lengthOf(difference(fourth, *third)) == 0;
         Path path;
         bool stands = false;
         for (std::size_t i = 0; i < corners.size(); ++i) {

@@ -1,6 +1,8 @@
 // The walk that finds the places. See structure.h.
 #include "refhost/dxf/structure.h"
 
+#include "refhost/dxf/changes.h"
+
 #include <algorithm>
 #include <limits>
 #include <unordered_map>
@@ -16,12 +18,12 @@ struct Record {
     Span span;
     std::string_view name;  // 2, the first
     std::uint64_t handle = 0;
-    bool inPaper = false;             // 67
-    bool attributesFollow = false;    // 66
-    std::int32_t vertexCount = -1;    // 90, the first
-    std::uint64_t vertexCountAt = 0;  // where it stands
-    std::int32_t vertices = 0;        // how many pairs 10 there are
-    std::int32_t heights = 0;         // and pairs 20
+    bool inPaper = false;           // 67
+    bool attributesFollow = false;  // 66
+    std::int32_t vertexCount = -1;  // 90, the first
+    Span vertexCountAt;             // its value
+    std::int32_t vertices = 0;      // how many pairs 10 there are
+    std::int32_t heights = 0;       // and pairs 20
 };
 
 std::string upperCaseOf(std::string_view name) {
@@ -45,6 +47,9 @@ class Scanner {
         if (!done_) finish();
         checkInserts();
         checkHandles();
+        std::ranges::stable_sort(found_.repairs, {}, [](const Repair& repair) {
+            return std::pair(repair.replaced.begin, repair.replaced.end);
+        });
         return std::move(found_);
     }
 
@@ -86,10 +91,28 @@ class Scanner {
                 note(damage);
                 variables_.clear();
                 inVariable_ = false;
-                drop({record_.span.begin, resynchronise(damage.offset)});
+                drop({record_.span.begin, nextRecord(damage)});
             }
         }
         return false;
+    }
+
+    // Where the record behind damage begins. Where only a value was wrong, pairs go on as before.
+    std::uint64_t nextRecord(const Damage& damage) {
+        std::uint64_t where = damage.offset;
+        while (reader_.position() > where) {
+            try {
+                while (reader_.next(next_)) {
+                    if (next_.code != 0) continue;
+                    hasNext_ = true;
+                    return next_.begin;
+                }
+                return reader_.position();
+            } catch (const Damage& more) {
+                where = more.offset;
+            }
+        }
+        return resynchronise(where);
     }
 
     void readRest() {
@@ -102,6 +125,7 @@ class Scanner {
             return;
         }
         bool embedded = false;
+        bool inBraces = false;
         while (nextOfRecord()) {
             switch (next_.code) {
             case 0:
@@ -114,7 +138,7 @@ class Scanner {
                 break;
             case 5:
                 // A dimension style has a name there.
-                if (record_.handle == 0 && record_.type != "DIMSTYLE") readHandle();
+                if (record_.handle == 0 && record_.type != "DIMSTYLE" && !inBraces) readHandle();
                 break;
             case 105:
                 if (record_.handle == 0 && record_.type == "DIMSTYLE") readHandle();
@@ -129,10 +153,11 @@ class Scanner {
             case 90:
                 if (record_.vertexCount < 0) {
                     record_.vertexCount = std::max(integer(), 0);
-                    record_.vertexCountAt = next_.valueBegin;
+                    record_.vertexCountAt = {next_.valueBegin, next_.valueEnd};
                 }
                 break;
             case 101: embedded = true; break;
+            case 102: inBraces = Value(bytes_, opening_.form, next_).raw().starts_with('{'); break;
             default: break;
             }
         }
@@ -203,11 +228,11 @@ class Scanner {
         // What is left out ends the vertices or attributes that it stands among: an entity is whole.
         if (std::exchange(sequence_, Sequence::none) != Sequence::none && sequenceHasMembers_)
             insert("SEQEND", span.begin);
-        found_.repairs.push_back({span, {}});
+        found_.repairs.push_back({span, {}, {}});
     }
 
     void insert(std::string_view record, std::uint64_t where) {
-        found_.repairs.push_back({{where, where}, record});
+        found_.repairs.push_back({{where, where}, record, {}});
     }
 
     // Moves to the next place behind `from` that looks like a record's beginning; its offset.
@@ -246,9 +271,10 @@ class Scanner {
             return false;
         }
         const std::string_view type = valueOf(next_);
-        return !type.empty() && type.size() < 64 && std::ranges::all_of(type, [](char c) {
-            return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-        });
+        const auto isLetter = [](char c) { return c >= 'A' && c <= 'Z'; };
+        return type.size() < 64 && std::ranges::any_of(type, isLetter) &&
+               std::ranges::all_of(
+                   type, [&](char c) { return isLetter(c) || (c >= '0' && c <= '9') || c == '_'; });
     }
 
     // --- Where records stand ---
@@ -336,7 +362,11 @@ class Scanner {
             insert("ENDSEC", at);
             found_.sections.back().end = at;
         }
-        if (record_.name.empty()) problem(at, "a section without a name");
+        if (record_.name.empty()) {
+            problem(at, "a section without a name");
+            where_ = Where::outside;
+            return drop(record_.span);
+        }
         found_.sections.push_back({withoutBlanks(record_.name), at, at});
         where_ = Where::section;
     }
@@ -410,13 +440,22 @@ class Scanner {
             return;
         }
         closeSequence(record_.span.begin);
-        if (record_.type == "LWPOLYLINE" && record_.vertexCount >= 0 &&
-            record_.vertexCount != record_.vertices)
-            problem(record_.vertexCountAt, "group code 90 tells of " +
-                                               std::to_string(record_.vertexCount) + " vertices, " +
-                                               std::to_string(record_.vertices) + " stand there");
-        if (record_.type == "LWPOLYLINE" && record_.heights != record_.vertices)
+        if (record_.type == "LWPOLYLINE" && record_.heights != record_.vertices) {
             problem(record_.span.begin, "a vertex lacks one of its coordinates");
+            return drop(record_.span);
+        }
+        if (record_.type == "LWPOLYLINE" && record_.vertexCount >= 0 &&
+            record_.vertexCount != record_.vertices) {
+            const Span& at = record_.vertexCountAt;
+            problem(at.begin, "group code 90 tells of " + std::to_string(record_.vertexCount) +
+                                  " vertices, " + std::to_string(record_.vertices) +
+                                  " stand there");
+            const Pair count{90, at.begin, at.begin, at.end, at.end};
+            found_.repairs.push_back({at,
+                                      {},
+                                      integerLike(Value(bytes_, opening_.form, count),
+                                                  opening_.form, 90, record_.vertices)});
+        }
         if (block != nullptr) {
             block->contents.push_back(record_.span);
             if (record_.type == "INSERT")
@@ -482,15 +521,23 @@ class Scanner {
                     continue;
                 }
                 const Edge edge = edges[top.block][top.next++];
-                if (marks[edge.to] == Mark::open)
+                if (marks[edge.to] == Mark::open) {
                     problem(edge.where, "the block '" + std::string(found_.blocks[edge.to].name) +
                                             "' is placed inside itself");
-                else if (marks[edge.to] == Mark::fresh) {
+                    leaveOut(found_.blocks[top.block], edge.where);
+                } else if (marks[edge.to] == Mark::fresh) {
                     marks[edge.to] = Mark::open;
                     stack.push_back({edge.to});
                 }
             }
         }
+    }
+
+    // Takes an entity out of a block.
+    void leaveOut(Block& block, std::uint64_t begin) {
+        const auto entity = std::ranges::find(block.contents, begin, &Span::begin);
+        drop(*entity);
+        block.contents.erase(entity);
     }
 
     // A handle names one entity: the first that has it.

@@ -61,10 +61,11 @@ struct Problem {
     std::string text;
 };
 
-/// What makes a damaged file whole: bytes that go and bytes that come in their place.
+/// What makes a damaged file whole: bytes that go, and what comes in their place.
 struct Repair {
-    Span dropped;
-    std::string_view record;  ///< a record without further pairs to put here; empty for none
+    Span replaced;
+    std::string_view record;  ///< a record without further pairs; empty for none
+    std::string value;        ///< or the value of a pair
 };
 
 struct Structure {

@@ -232,13 +232,13 @@ HostLong Drawing::add(std::unique_ptr<VmDbObject> object) {
 
 // An object lies on a layer that there is, unless its file lacks the layer too.
 void Drawing::giveLayer(VmDbObject& object) {
-    if (object.layerName.length() == 0) assign(object.layerName, layerZero);
-    if (findLayer(viewOf(object.layerName)) != nullptr) return;
+    if (object.layerName.length() != 0 && findLayer(viewOf(object.layerName)) != nullptr) return;
     const int slot = slotOf(object.id);
     if (slot >= 0 && static_cast<std::size_t>(slot) < sourceCount_ &&
         viewOf(source_->make(slot)->layerName) == viewOf(object.layerName))
         return;
-    changeLayer(viewOf(object.layerName));
+    if (object.layerName.length() == 0) assign(object.layerName, layerZero);
+    if (findLayer(viewOf(object.layerName)) == nullptr) changeLayer(viewOf(object.layerName));
 }
 
 std::u16string Drawing::currentLayer() const {

@@ -103,9 +103,11 @@ void placeBlockText(TextShape& shape, const VmDbText& text, std::size_t lines) n
     const int asked = part != nullptr ? part->appearance.attachment : 1;
     const int attachment = asked >= 1 && asked <= 9 ? asked - 1 : 0;
     shape.advance = lineSpacing * shape.height;
-    shape.anchor = (attachment % 3) / 2.0;
+    const int column = attachment % 3;
+    const int row = attachment / 3;
+    shape.anchor = column / 2.0;
     const double whole = shape.height + static_cast<double>(lines - 1) * shape.advance;
-    const double above = (attachment / 3) / 2.0 * whole;
+    const double above = row / 2.0 * whole;
     shape.baseline = shape.baseline + (above - shape.height) * shape.up;
 }
 

@@ -49,7 +49,7 @@ inline bool drawable(Point2 point) noexcept { return drawable(point.x) && drawab
 inline double radians(double degrees) noexcept { return degrees / 180 * pi; }
 inline double degrees(double radians) noexcept { return radians / pi * 180; }
 
-// --- Pieces --------------------------------------------------------------------------------------
+// --- Pieces -------------------------------------------------------------------------------------
 
 struct Segment {
     Point2 from;
@@ -106,7 +106,7 @@ using Piece = std::variant<Segment, Curve, Cubic, Frame>;
 /// The ends of a polyline's segment.
 [[nodiscard]] Segment segmentAt(const VmDb2DPolyline& polyline, std::int32_t segment) noexcept;
 
-// --- Placements ------------------------------------------------------------------------------------
+// --- Placements ---------------------------------------------------------------------------------
 
 /// An affine mapping: (x, y) to x * u + y * v + origin.
 struct Placement {
@@ -138,7 +138,7 @@ struct PlaneAxes {
 /// object's first point.
 [[nodiscard]] Placement planePlacement(const VmDbObject& object) noexcept;
 
-// --- Texts -----------------------------------------------------------------------------------------
+// --- Texts --------------------------------------------------------------------------------------
 
 /// Where the letters of a text stand, in the object's plane.
 struct TextShape {
@@ -157,7 +157,7 @@ struct TextShape {
 /// The lines that a text shows, its codes resolved.
 [[nodiscard]] std::vector<std::u16string> linesOf(const VmDbText& text);
 
-// --- From objects to pieces --------------------------------------------------------------------------
+// --- From objects to pieces ---------------------------------------------------------------------
 
 /// Answers whether more is wanted.
 using Visitor = std::function<bool(const Piece&)>;

@@ -14,9 +14,9 @@ namespace vlisp::refhost {
 /// character shows that character; \U+XXXX is the character of that hexadecimal code.
 [[nodiscard]] std::u16string plainText(std::u16string_view coded);
 
-/// The lines of an MTEXT, at least one. Beside the codes of a TEXT: \P and the line feed end a line;
-/// \~ is a blank that does not break; \S stacks two texts, which stand side by side here; braces
-/// and the codes for fonts, sizes, colours and the like show nothing; a backslash before a
+/// The lines of an MTEXT, at least one. Beside the codes of a TEXT: \P and the line feed end a
+/// line; \~ is a blank that does not break; \S stacks two texts, which stand side by side here;
+/// braces and the codes for fonts, sizes, colours and the like show nothing; a backslash before a
 /// backslash or a brace shows that character.
 [[nodiscard]] std::vector<std::u16string> plainLines(std::u16string_view coded);
 

@@ -1,5 +1,5 @@
 // A picture of a drawing as PDF or PNG. See cairo_picture.h.
-// One idea: both are one painter on two surfaces; blocks are drawn object by object, within a bound.
+// One idea: both are one painter on two surfaces; blocks are drawn object by object, in bounds.
 // Tests: tests/plot/cairo_picture_test.cpp.
 #include "refhost/plot/cairo_picture.h"
 
@@ -77,8 +77,8 @@ class CairoPen final : public Pen {
     cairo_t* canvas_;
 };
 
-// Measures and draws letters. Their size is fixed and the canvas scaled, so that fonts are looked up
-// once.
+// Measures and draws letters. Their size is fixed and the canvas scaled, so that fonts are looked
+// up once.
 class Letters {
   public:
     explicit Letters(cairo_t* canvas) : canvas_(canvas) {
@@ -105,8 +105,8 @@ class Letters {
     /// How high capitals are in the fixed size.
     [[nodiscard]] double capitals() const noexcept { return capitals_; }
 
-    /// Draws one line with its baseline at the canvas's origin. `anchor` of its width is to the left
-    /// of that; with a `width`, the line is stretched to it.
+    /// Draws one line with its baseline at the canvas's origin. `anchor` of its width is to the
+    /// left of that; with a `width`, the line is stretched to it.
     void draw(std::u16string_view line, double anchor, std::optional<double> width) {
         const std::string bytes = platform::toUtf8(withoutControls(line));
         pango_layout_set_text(layout_.get(), bytes.data(), static_cast<int>(bytes.size()));

@@ -21,7 +21,8 @@ Rgb wheelColour(int index) noexcept {
     const int step = index - 10;
     const double most = 255 * brightness[static_cast<std::size_t>(step % 10 / 2)];
     const double least = step % 2 == 0 ? 0 : most / 2;
-    const double hue = step / 10 / 4.0;  // in sixths of a turn
+    const int place = step / 10;
+    const double hue = place / 4.0;  // in sixths of a turn
     // A channel is full within a sixth of its own hue, absent beyond two, and slopes between.
     const auto channel = [&](double own) {
         const double away = std::fabs(std::remainder(hue - own, 6));

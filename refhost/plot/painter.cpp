@@ -10,7 +10,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <numbers>
-#include <ranges>
 
 namespace vlisp::refhost::plot {
 
@@ -18,7 +17,6 @@ using namespace pieces;
 
 namespace {
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
 // Millimetres around the paper that numbers may reach into.
 constexpr double reach = 10'000;
 // An arc of a greater radius is written as cubics: readers lose too many digits at its centre.
@@ -66,9 +64,10 @@ void reduceToHull(std::vector<Point2>& points) {
     std::ranges::sort(points,
                       [](Point2 a, Point2 b) { return a.x != b.x ? a.x < b.x : a.y < b.y; });
     std::vector<Point2> hull;
-    const auto chain = [&hull](const auto& sorted) {
+    const auto chain = [&hull](auto next, auto end) {
         const std::size_t begin = hull.size();
-        for (const Point2 p : sorted) {
+        for (; next != end; ++next) {
+            const Point2 p = *next;
             while (hull.size() >= begin + 2 &&
                    !(cross(hull.back() - hull[hull.size() - 2], p - hull.back()) > 0))
                 hull.pop_back();
@@ -76,8 +75,8 @@ void reduceToHull(std::vector<Point2>& points) {
         }
         hull.pop_back();
     };
-    chain(points);
-    chain(std::views::reverse(points));
+    chain(points.begin(), points.end());
+    chain(points.rbegin(), points.rend());
     points = std::move(hull);
 }
 
@@ -301,6 +300,7 @@ Path clipped(const Path& path, const Placement& by, const Box& box) {
     forEachPieceOf(path, by, [&](const Piece& piece) {
         const auto* cubic = std::get_if<Cubic>(&piece);
         const auto* segment = std::get_if<Segment>(&piece);
+        if (cubic == nullptr && segment == nullptr) return true;
         const Point2 from = cubic != nullptr ? cubic->from : segment->from;
         if (rings.empty() || !(rings.back().back() == from)) rings.push_back({from});
         if (cubic == nullptr) rings.back().push_back(segment->to);
@@ -386,8 +386,8 @@ void Tracer::segment(const Segment& segment) {
         lineTo(segment.to);
         return;
     }
-    // One side after the other cuts off what is beyond it. The coordinate is then the side's own, for
-    // of far ends the digits are lost.
+    // One side after the other cuts off what is beyond it. The coordinate is then the side's own,
+    // for of far ends the digits are lost.
     Point2 from = segment.from;
     Point2 to = segment.to;
     const auto cut = [&from, &to](double Point2::*axis, double level, double sign) {

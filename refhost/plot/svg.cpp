@@ -1,7 +1,7 @@
 // A picture of a drawing as SVG. See svg.h.
-// One idea: a block is written once for each stretch that it is shown in, and turned and moved where
-// it is used. So all numbers are millimetres, line weights are never scaled, and the file is as large
-// as the drawing, not as what it shows.
+// One idea: a block is written once for each stretch that it is shown in, and turned and moved
+// where it is used. So all numbers are millimetres, line weights are never scaled, and the file is
+// as large as the drawing, not as what it shows.
 // Tests: tests/plot/svg_test.cpp.
 #include "refhost/plot/svg.h"
 
@@ -216,7 +216,8 @@ class PathData final : public Pen {
     std::int64_t y_ = 0;
 };
 
-// A linear mapping as a stretching, symmetric and not negative, and a turning or mirroring after it.
+// A linear mapping as a stretching, symmetric and not negative, and after it a turning or
+// mirroring.
 struct Stretch {
     double xx = 0;
     double xy = 0;

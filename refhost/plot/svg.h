@@ -18,8 +18,8 @@ namespace vlisp::refhost::plot {
 /// property `color` of a layer or an object; lines and letters are in the current colour.
 [[nodiscard]] std::string svgOf(Scene& scene, const Page& page);
 
-/// `text` in UTF-8 for use in XML, between tags or in double quotes. Characters that XML cannot hold
-/// are left out.
+/// `text` in UTF-8 for use in XML, between tags or in double quotes. Characters that XML cannot
+/// hold are left out.
 [[nodiscard]] std::string xmlOf(std::u16string_view text);
 
 /// A number with three decimals at most, as short as it is; 0 when it is not finite.

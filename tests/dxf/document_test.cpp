@@ -57,10 +57,11 @@ std::vector<Untouched> untouchedFiles() {
     text("only entities", entitiesOnly(line), 1);
     text("no entities", "0 SECTION|2 TABLES|0 ENDSEC|0 EOF", 0);
     text("comments",
-         "999 a|0 SECTION|999 b|2 HEADER|999 c|9 $LTSCALE|999 d|40 2.0|999 e|0 ENDSEC"
+         "0 SECTION|999 b|2 HEADER|999 c|9 $LTSCALE|999 d|40 2.0|999 e|0 ENDSEC"
          "|999 f|0 SECTION|2 ENTITIES|999 g|0 POLYLINE|999 h|66 1|0 VERTEX|10 1.0|999 i"
          "|20 2.0|999 j|0 SEQEND|999 k|0 ENDSEC|0 EOF|999 l",
          1);
+    add("a comment in front", dxf("999 a|" + entitiesOnly(line)), 1);
     text("unknown sections",
          "0 SECTION|2 CLASSES|0 CLASS|1 A|0 ENDSEC|0 SECTION|2 ENTITIES|" + line +
              "|0 ENDSEC|0 SECTION|2 THUMBNAILIMAGE|90 4|310 00FF00FF|0 ENDSEC|0 SECTION|2 ACDSDATA"
@@ -93,11 +94,17 @@ std::vector<Untouched> untouchedFiles() {
          "|9 $LTSCALE|40 3.0|9 $USERI1|70 5|9 $USERR1|40 1e300|9 $ANGBASE|50 33.3|9 $PDMODE|40 2.0"
          "|0 ENDSEC|0 EOF",
          0);
-    text("odd layers",
-         "0 SECTION|2 TABLES|0 TABLE|2 LAYER|70 9|0 LAYER|2 A|70 0|62 0|6 X|0 LAYER|2 a|70 5|62 -3"
-         "|0 LAYER|2 |62 5|0 LAYER|70 1|0 LAYER|2 B|62 999|0 LAYER|2 C|62 -999|70 255|0 LAYER"
-         "|2 D|6 |0 ENDTAB|0 TABLE|2 LAYER|0 LAYER|2 E|62 1|0 ENDTAB|0 ENDSEC|0 EOF",
-         0);
+    const auto layers = [&](const char* name, const std::string& rows) {
+        text(name, "0 SECTION|2 TABLES|0 TABLE|2 LAYER|70 9|" + rows + "|0 ENDTAB|0 ENDSEC|0 EOF",
+             0);
+    };
+    layers("a layer twice", "0 LAYER|2 A|70 0|62 1|6 X|0 LAYER|2 a|70 5|62 -3");
+    layers("odd colours of layers",
+           "0 LAYER|2 A|62 0|0 LAYER|2 B|62 999|0 LAYER|2 C|62 -999|0 LAYER|2 D|62 32767");
+    layers("odd flags of layers", "0 LAYER|2 A|70 255|0 LAYER|2 B|70 -1|0 LAYER|2 C|70 0|70 5");
+    layers("layers without names", "0 LAYER|2 |62 5|0 LAYER|70 1|0 LAYER|2 A|6 ");
+    layers("two tables of layers",
+           "0 LAYER|2 A|62 5|0 ENDTAB|0 TABLE|2 LAYER|0 LAYER|2 B|62 1|0 LAYER|2 A|62 3");
     text("no layers and an entity on one", entitiesOnly("0 LINE|8 NOWHERE|10 1.0|0 LINE|8 |10 1.0"),
          2);
     text("the header behind",

@@ -582,6 +582,8 @@ TEST(Splines, OfFitPointsCloseSmoothly) {
     const auto circle = [](double t) { return Point2{100 * std::cos(t), 100 * std::sin(t)}; };
     expectSameCurve(samplesOf(pathOf("0 SPLINE|70 1|71 3" + pointPairs(fits, 11))),
                     curve(0, 2 * pi, circle), 0.1);
+    EXPECT_EQ(textOf(pathOf("0 SPLINE|70 1|71 3|11 0|21 0|11 6|21 0|11 0|21 0")),
+              "M 0,0 C 2,0 4,0 6,0");
     const Path triangle = pathOf("0 SPLINE|70 1|71 3|11 0|21 0|11 9|21 0|11 3|21 7|11 0|21 0");
     ASSERT_EQ(triangle.points.size(), 10U);
     EXPECT_EQ(triangle.points.front(), triangle.points.back());
@@ -646,6 +648,9 @@ const HatchCase hatches[] = {
      hatch(square(0, 0, 4, 3) + "|75 1|76 1|52 0|41 1|77 0|78 1|53 45|43 0|44 0|45 -1|46 1|79 0",
            "|2 ANSI31|70 0|91 1"),
      "M 0,0 L 4,0 L 4,4 L 0,4 Z"},
+    {"places inside are no boundary",
+     "0 HATCH|2 SOLID|70 1|91 1" + square(0, 0, 4, 3) + "|98 1|10 9|20 9",
+     "* M 0,0 L 4,0 L 4,4 L 0,4 Z"},
     {"edges", hatch(lines), "* M 0,0 L 4,0 L 4,3 L 0,0 Z"},
     {"edges the wrong way",
      hatch("|92 1|93 3|72 1|10 4|20 0|11 0|21 0|72 1|10 4|20 3|11 4|21 0"
@@ -936,7 +941,7 @@ std::vector<std::string> allNotations() {
 }
 
 // Values, codes and places of pairs are changed at random; the seed is the same each time.
-TEST(Damage, LeavesShapesSaneOrNone) {
+TEST(DamagedShape, LeavesShapesSaneOrNone) {
     const std::vector<std::string> all = allNotations();
     const std::array<const char*, 16> values{"nan",   "inf",    "-inf",  "0",         "-1", "1",
                                              "1e150", "-1e150", "1e308", "5e-324",    "2",  "100",
@@ -975,8 +980,24 @@ TEST(Damage, LeavesShapesSaneOrNone) {
     EXPECT_GT(shown, rounds / 4);  // the changes are not so large that nothing is tried
 }
 
-// The hardest curves that a file can ask for stay within what one object may cost.
-TEST(Damage, DoesNotMakeCurvesGrowBeyondTheirPairs) {
+// The hardest curves that a file can ask for: they take some 35 points a part as long as there is
+// no end to it.
+TEST(DamagedShape, DoesNotGrowBeyondAllBounds) {
+    constexpr std::size_t count = 50'000;
+    std::string text = "0 SPLINE|71 3";
+    for (std::size_t i = 0; i < count; ++i)
+        text += "|10 " + std::to_string(i * 7919 % 1000) + "|20 " +
+                std::to_string(i * 104729 % 1000) + (i % 2 == 0 ? "|41 1000" : "|41 0.001");
+    const auto object = shapeOf(text);
+    ASSERT_EQ(object->figures.size(), 1U);
+    const Path& path = object->figures.front().path;
+    EXPECT_GT(path.points.size(), 300'000U);
+    EXPECT_LT(path.points.size(), 1'000'000U);
+    const Point2 last{(count - 1) * 7919 % 1000, (count - 1) * 104729 % 1000};
+    EXPECT_LT(apart(path.points.back(), last), 1e-9);
+}
+
+TEST(DamagedShape, OfTheHighestDegreeStaysSane) {
     constexpr std::size_t count = 20'000;
     std::string text = "0 SPLINE|71 25";
     for (std::size_t i = 0; i < count; ++i) {
@@ -990,7 +1011,7 @@ TEST(Damage, DoesNotMakeCurvesGrowBeyondTheirPairs) {
     EXPECT_NEAR(object->figures.front().path.points.back().x, -1e100, 1e90);
 }
 
-TEST(Damage, OfManyPathsStaysInProportion) {
+TEST(DamagedShape, OfManyPathsStaysInProportion) {
     std::string text = "0 HATCH|2 SOLID|70 1|91 1";
     for (int i = 0; i < 20'000; ++i) text += "|92 1|72 2|10 0|20 0|40 1";
     const auto object = shapeOf(text);

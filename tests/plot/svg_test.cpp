@@ -1,6 +1,6 @@
 // Tests of pictures as SVG.
-// One idea: the documents are read back by a strict reader, and every attribute that a renderer goes
-// by is compared with what the object is.
+// One idea: the documents are read back by a strict reader, and every attribute that a renderer
+// goes by is compared with what the object is.
 // Covers: refhost/plot/svg.cpp, refhost/plot/painter.cpp, refhost/plot/plot.cpp.
 #include "refhost/plot/svg.h"
 
