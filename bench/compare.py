@@ -177,7 +177,9 @@ def adopt_orphans() -> bool:
         return False
 
 
-def start(command: list[str], output: Path, errors: Path, adopts: bool) -> int:
+def start(
+    command: list[str], output: Path, errors: Path, adopts: bool, longest: int = LONGEST_RUN
+) -> int:
     """Starts `command` and returns the process to wait for.
 
     The peak memory of a process includes that of the program which it was forked from, and this
@@ -185,7 +187,7 @@ def start(command: list[str], output: Path, errors: Path, adopts: bool) -> int:
     background and ends; the program comes to us as an orphan.
     """
     background = '& echo "$!"' if adopts else ""
-    script = f'ulimit -t {LONGEST_RUN}; out=$1 err=$2; shift 2; '
+    script = f'ulimit -t {longest}; out=$1 err=$2; shift 2; '
     script += f'{"" if adopts else "exec "}"$@" >"$out" 2>"$err" </dev/null {background}'
     shell = subprocess.Popen(
         ["/bin/sh", "-c", script, "sh", str(output), str(errors), *command],
@@ -200,11 +202,12 @@ def start(command: list[str], output: Path, errors: Path, adopts: bool) -> int:
 
 
 def run_once(
-    command: list[str], expected: str, measurement: Measurement, scratch: Path, adopts: bool
+    command: list[str], expected: str, measurement: Measurement, scratch: Path, adopts: bool,
+    longest: int = LONGEST_RUN,
 ) -> None:
     """Runs `command` once and adds what it took, or why it failed, to `measurement`."""
     output, errors = scratch / "output", scratch / "errors"
-    process = start(command, output, errors, adopts)
+    process = start(command, output, errors, adopts, longest)
     try:
         _, status, usage = os.wait4(process, 0)
     except KeyboardInterrupt:

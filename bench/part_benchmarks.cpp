@@ -1,4 +1,4 @@
-// Times of the parts: reader, printer, comparison, wildcards, names, growth.
+// Times of the parts: reader, printer, comparison, wildcards, names, growth, drawing files.
 // One idea: what must be linear is run at several sizes, and its order is fitted and shown.
 // Run it: ./dev bench, or part_benchmarks --benchmark_filter=NAME.
 #include "builtins/lists.h"
@@ -7,10 +7,12 @@
 #include "core/evaluator.h"
 #include "core/printer.h"
 #include "core/reader.h"
+#include "refhost/dxf/document.h"
 #include "tests/support/bare_lisp.h"
 
 #include <benchmark/benchmark.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -198,5 +200,69 @@ BENCHMARK(walkByCdr)
     ->Arg(200000)
     ->Unit(benchmark::kMillisecond)
     ->Complexity();
+
+// --- Drawing files ---
+
+constexpr std::int64_t entityCount = 100'000;
+
+// A file of lines, circles and texts in turn.
+std::string drawingBytes() {
+    std::string bytes = "0\nSECTION\n2\nENTITIES\n";
+    for (std::int64_t i = 0; i < entityCount; ++i) {
+        const std::string x = std::to_string(i % 1000) + ".25";
+        const std::string y = std::to_string(i / 1000) + ".5";
+        const std::string common = "\n8\nWALLS\n10\n" + x + "\n20\n" + y;
+        if (i % 3 == 0) bytes += "0\nLINE" + common + "\n11\n7.125\n21\n9.75\n";
+        else if (i % 3 == 1) bytes += "0\nCIRCLE" + common + "\n40\n0.5\n";
+        else bytes += "0\nTEXT" + common + "\n40\n2.5\n1\nRoom " + std::to_string(i) + "\n";
+    }
+    return bytes + "0\nENDSEC\n0\nEOF\n";
+}
+
+std::shared_ptr<const refhost::dxf::Document> openedDrawing() {
+    return refhost::dxf::Document::ofBytes(drawingBytes(), "drawing", refhost::dxf::OnDamage::stop);
+}
+
+void openDrawing(benchmark::State& state) {
+    const std::string bytes = drawingBytes();
+    for (auto round : state) {
+        state.PauseTiming();
+        std::string copy = bytes;
+        state.ResumeTiming();
+        const auto document = refhost::dxf::Document::ofBytes(std::move(copy), "drawing",
+                                                              refhost::dxf::OnDamage::stop);
+        if (document->structure().entities.size() != static_cast<std::size_t>(entityCount))
+            state.SkipWithError("entities are missing");
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
+    state.SetItemsProcessed(state.iterations() * entityCount);
+}
+BENCHMARK(openDrawing)->Unit(benchmark::kMillisecond);
+
+void readAllObjects(benchmark::State& state) {
+    const auto document = openedDrawing();
+    refhost::Drawing drawing;
+    document->fill(drawing);
+    for (auto round : state)
+        for (int slot = 0; slot < drawing.slotCount(); ++slot)
+            benchmark::DoNotOptimize(drawing.at(slot)->points.count);
+    state.SetItemsProcessed(state.iterations() * entityCount);
+}
+BENCHMARK(readAllObjects)->Unit(benchmark::kMillisecond);
+
+void changesAfterOne(benchmark::State& state) {
+    const auto document = openedDrawing();
+    refhost::Drawing drawing;
+    document->fill(drawing);
+    VmDbObject* object = drawing.openSlot(1, true);
+    VmDbCircle::cast(object)->radius = 7;
+    object->close();
+    for (auto round : state) {
+        std::vector<std::string> notes;
+        if (document->changes(drawing, notes).size() != 1)
+            state.SkipWithError("one change is expected");
+    }
+}
+BENCHMARK(changesAfterOne)->Unit(benchmark::kMicrosecond);
 
 }  // namespace

@@ -117,14 +117,17 @@ std::string_view bytesOf(const Document& document, dxf::Span span) {
 // Whether the file was found damaged there: what makes it whole may stand in the record.
 bool isRepaired(const Document& document, dxf::Span span) {
     return std::ranges::any_of(document.structure().repairs, [&](const dxf::Repair& repair) {
-        return repair.replaced.begin <= span.end && repair.replaced.end >= span.begin;
+        return repair.dropped.begin <= span.end && repair.dropped.end >= span.begin;
     });
 }
 
 void requireSameBytes(const Document& before, dxf::Span old, const Document& saved, dxf::Span now,
                       const char* what) {
-    require(isRepaired(before, old) || bytesOf(before, old) == bytesOf(saved, now),
-            std::string("the record of ") + what + " that was not touched has changed");
+    const std::string_view was = bytesOf(before, old);
+    const std::string_view is = bytesOf(saved, now);
+    require(isRepaired(before, old) || was == is, std::string("the record of ") + what +
+                                                      " that was not touched has changed from\n" +
+                                                      std::string(was) + "to\n" + std::string(is));
 }
 
 bool isValue(const ExtendedDatum& datum, const dxf::Source& source, const dxf::Pair& pair) {
@@ -211,10 +214,13 @@ void requireVariables(const Drawing& drawing, const Drawing& again) {
     constexpr int anglesCode = 50;
     for (const dxf::HeaderRow& row : dxf::headerRows()) {
         const std::u16string name(row.name.begin(), row.name.end());
-        require(row.code == anglesCode
-                    ? sameAngle(drawing.variables.real(name), again.variables.real(name))
-                    : drawing.variables.asText(name) == again.variables.asText(name),
-                "the variable " + std::string(row.name) + " has another value");
+        const std::u16string before = drawing.variables.asText(name).value_or(u"");
+        const std::u16string after = again.variables.asText(name).value_or(u"");
+        require(before == after ||
+                    (row.code == anglesCode &&
+                     sameAngle(drawing.variables.real(name), again.variables.real(name))),
+                "the variable " + std::string(row.name) + " was " + platform::toUtf8(before) +
+                    " and is " + platform::toUtf8(after));
     }
 }
 

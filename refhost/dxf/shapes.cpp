@@ -939,6 +939,19 @@ class ShapeReader {
         object_.isShown = !object_.block.empty();
     }
 
+    // A table's block is drawn from its own corner, which the table places.
+    void readTable() {
+        readBlock();
+        const auto number = [this](int code) {
+            const std::size_t at = record_.find(code);
+            return at == Record::npos ? 0 : source_.real(record_.pairs[at]);
+        };
+        object_.blockAt = {number(10), number(20)};
+    }
+
+    // Seen only as the attributes of the inserts.
+    void readNothing() { object_.isShown = true; }
+
     const Source& source_;
     const Record& record_;
     CarriedObject& object_;
@@ -956,7 +969,7 @@ constexpr ShapeReader::Kind ShapeReader::kinds[] = {
     {"MLINE", &ShapeReader::readMultipleLine},  {"IMAGE", &ShapeReader::readImage},
     {"WIPEOUT", &ShapeReader::readImage},       {"DIMENSION", &ShapeReader::readBlock},
     {"ARC_DIMENSION", &ShapeReader::readBlock}, {"LARGE_RADIAL_DIMENSION", &ShapeReader::readBlock},
-    {"ACAD_TABLE", &ShapeReader::readBlock},
+    {"ACAD_TABLE", &ShapeReader::readTable},    {"ATTDEF", &ShapeReader::readNothing},
 };
 
 void ShapeReader::read() {

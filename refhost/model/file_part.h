@@ -97,7 +97,8 @@ class CarriedObject final : public VmDbObject, public FilePart {
   public:
     std::u16string kind;          ///< "ELLIPSE", for example
     std::vector<Figure> figures;  ///< what it looks like, in the drawing's axes
-    std::u16string block;         ///< a block that it shows in place, as dimensions do; or empty
+    std::u16string block;         ///< a block that it shows, as dimensions do; or empty
+    Point2 blockAt;               ///< where the block's origin lies
     bool isShown = false;         ///< false: what it looks like is not known
 };
 

@@ -180,6 +180,7 @@ std::unique_ptr<VmDbObject> emptyLike(const VmDbObject& object) {
         copy->kind = carried->kind;
         copy->figures = carried->figures;
         copy->block = carried->block;
+        copy->blockAt = carried->blockAt;
         copy->isShown = carried->isShown;
         return copy;
     }

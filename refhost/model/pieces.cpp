@@ -527,7 +527,12 @@ std::u16string_view blockOf(const VmDbObject& object) noexcept {
 bool forEachCopy(const VmDbObject& object, const Placement& by, Point2 base,
                  const std::function<bool(const Placement&)>& visitor) {
     const auto* const insert = dynamic_cast<const VmDbBlockRef*>(&object);
-    if (insert == nullptr) return visitor(by);
+    if (insert == nullptr) {
+        const auto* const carried = dynamic_cast<const CarriedObject*>(&object);
+        Placement moved;
+        if (carried != nullptr) moved.origin = carried->blockAt;
+        return visitor(by.after(moved));
+    }
     const Placement plane = by.after(planePlacement(object));
     const Placement first = placementOf(*insert, firstPoint(object), base);
     const FilePart* const part = filePartOf(object);

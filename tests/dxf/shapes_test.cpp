@@ -823,10 +823,10 @@ TEST(Shapes, OfDimensionsAndTablesAreBlocks) {
 }
 
 TEST(Shapes, OfOtherKindsAreNotShown) {
-    for (const char* kind : {"XLINE", "RAY",       "VIEWPORT",          "MESH",        "3DSOLID",
-                             "BODY",  "REGION",    "SURFACE",           "ATTDEF",      "TOLERANCE",
-                             "SHAPE", "OLE2FRAME", "ACAD_PROXY_ENTITY", "MULTILEADER", "LIGHT",
-                             "SUN",   "SECTION",   "VENDOR_THING",      "ellipse",     ""}) {
+    for (const char* kind :
+         {"XLINE", "RAY", "VIEWPORT", "MESH", "3DSOLID", "BODY", "REGION", "SURFACE", "TOLERANCE",
+          "SHAPE", "OLE2FRAME", "ACAD_PROXY_ENTITY", "MULTILEADER", "LIGHT", "SUN", "SECTION",
+          "VENDOR_THING", "ellipse", ""}) {
         const auto object =
             shapeOf("0 " + std::string(kind) +
                     "|8 0|2 NAME|10 0|20 0|11 4|21 0|12 4|22 3|13 0|23 3|40 1|41 0|42 6|70 1");
@@ -834,6 +834,29 @@ TEST(Shapes, OfOtherKindsAreNotShown) {
         EXPECT_TRUE(object->figures.empty()) << kind;
         EXPECT_TRUE(object->block.empty()) << kind;
     }
+}
+
+TEST(Shapes, OfAttributeDefinitionsAreSeenInInsertsOnly) {
+    const auto object = shapeOf("0 ATTDEF|8 0|10 1|20 2|40 2.5|1 x|2 TAG|3 Tag?");
+    EXPECT_TRUE(object->isShown) << "nothing is missing in a picture";
+    EXPECT_TRUE(object->figures.empty());
+}
+
+TEST(Shapes, OfTablesAreBlocksAtTheTablesCorner) {
+    const auto object = shapeOf("0 ACAD_TABLE|8 0|2 *T1|10 7|20 -3|11 1|21 0");
+    EXPECT_TRUE(object->isShown);
+    EXPECT_EQ(object->block, u"*T1");
+    EXPECT_EQ(object->blockAt, (Point2{7, -3}));
+    // The block's contents lie where the table does.
+    VmDbLine line;
+    line.addPoint({0, 0, 0});
+    line.addPoint({10, -5, 0});
+    const std::vector<const VmDbObject*> contents{&line};
+    const Box box = extentOf(*object, [&](std::u16string_view name, Point2& base) {
+        base = {0, 0};
+        return name == u"*T1" ? &contents : nullptr;
+    });
+    EXPECT_EQ(box, (Box{7, -8, 17, -3}));
 }
 
 class Unshown : public testing::TestWithParam<const char*> {};
