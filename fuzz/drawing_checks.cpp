@@ -117,7 +117,7 @@ std::string_view bytesOf(const Document& document, dxf::Span span) {
 // Whether the file was found damaged there: what makes it whole may stand in the record.
 bool isRepaired(const Document& document, dxf::Span span) {
     return std::ranges::any_of(document.structure().repairs, [&](const dxf::Repair& repair) {
-        return repair.dropped.begin <= span.end && repair.dropped.end >= span.begin;
+        return repair.replaced.begin <= span.end && repair.replaced.end >= span.begin;
     });
 }
 

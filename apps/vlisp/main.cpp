@@ -37,13 +37,20 @@ constexpr const char* inputHelp =
     "Answer prompts from FILE, a line each, instead of standard input";
 
 void describeDrawing(CLI::App& command, DrawingOptions& options) {
+    // An empty name is a script's mistake that would lose its work.
+    const auto isNamed = [](const std::string& name) {
+        return std::string(name.empty() ? "a file name is expected" : "");
+    };
     command.add_option("--drawing", options.drawing, "Open the drawing FILE.dxf first")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(isNamed);
     command.add_option("--save", options.save, "Save the drawing as FILE.dxf at the end")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(isNamed);
     command
         .add_option("--plot", options.plot, "Plot it at the end to FILE.svg, FILE.pdf or FILE.png")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(isNamed);
     command.add_flag("--dry-run", options.dryRun,
                      "Tell what saving would change, and write nothing");
     command.add_flag("--backup", options.backup, "Keep what is replaced as FILE.dxf.bak");
@@ -264,6 +271,20 @@ void openStandardDescriptors() {
     ::close(descriptor);
 }
 
+int dispatch(const CLI::App& app, const Arguments& arguments) {
+    if (app.got_subcommand("run")) return runFile(arguments.run);
+    if (app.got_subcommand("eval")) return evalTexts(arguments.eval);
+    if (app.got_subcommand("plot")) return plotDrawing(arguments.plot);
+    if (app.got_subcommand("script")) return runScript(arguments.script);
+    if (app.got_subcommand("check")) return checkFiles(arguments.files, arguments.checkJson);
+    if (app.got_subcommand("info")) return describeDrawing(arguments.info);
+    if (app.got_subcommand("query")) return queryDrawing(arguments.query);
+    if (app.got_subcommand("diff"))
+        return diffFiles(arguments.before, arguments.after, arguments.diffJson);
+    if (app.got_subcommand("help")) return help(arguments);
+    return isatty(STDIN_FILENO) != 0 ? promptForTexts() : evalTexts({});
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -280,15 +301,10 @@ int main(int argc, char** argv) {
     }
     unmark(arguments.eval.texts);
     unmark(arguments.files);
-    if (app.got_subcommand("run")) return runFile(arguments.run);
-    if (app.got_subcommand("eval")) return evalTexts(arguments.eval);
-    if (app.got_subcommand("plot")) return plotDrawing(arguments.plot);
-    if (app.got_subcommand("script")) return runScript(arguments.script);
-    if (app.got_subcommand("check")) return checkFiles(arguments.files, arguments.checkJson);
-    if (app.got_subcommand("info")) return describeDrawing(arguments.info);
-    if (app.got_subcommand("query")) return queryDrawing(arguments.query);
-    if (app.got_subcommand("diff"))
-        return diffFiles(arguments.before, arguments.after, arguments.diffJson);
-    if (app.got_subcommand("help")) return help(arguments);
-    return isatty(STDIN_FILENO) != 0 ? promptForTexts() : evalTexts({});
+    try {
+        return dispatch(app, arguments);
+    } catch (const std::bad_alloc&) {
+        writeError("vlisp: out of memory; nothing more was written");
+        return exitLimit;
+    }
 }

@@ -126,6 +126,13 @@ constexpr Step blockTable[] = {
     {InputKind::selection, u"Select objects: "},
 };
 
+// Whether a block is the space of a layout.
+bool isLayout(const std::u16string& name) {
+    const std::u16string upper = upperCased(name);
+    return upper.starts_with(u"*MODEL_SPACE") || upper.starts_with(u"*PAPER_SPACE") ||
+           upper == u"$MODEL_SPACE" || upper == u"$PAPER_SPACE";
+}
+
 void listBlocks(const CommandContext& context) {
     if (context.drawing.blocks().empty()) context.show(u"There are no blocks.");
     for (const auto& block : context.drawing.blocks()) context.show(block->record.name.units());
@@ -395,6 +402,10 @@ CommandRun insert(CommandContext& context) {
         co_return;
     }
     const std::u16string blockName = block->record.name.units();
+    if (isLayout(blockName)) {
+        context.show(u"A layout cannot be placed.");
+        co_return;
+    }
     const Input at = co_await context.ask(insertTable[1]);
     if (!at.is(Input::Kind::point)) co_return;
     const Input x = co_await context.ask(insertTable[2]);
@@ -440,6 +451,10 @@ CommandRun block(CommandContext& context) {
         name = co_await context.ask(blockTable[0]);
     }
     if (!name.is(Input::Kind::text)) co_return;
+    if (name.text.starts_with(u'*') || isLayout(name.text)) {
+        context.show(u"The drawing keeps that name for itself.");
+        co_return;
+    }
     const Input base = co_await context.ask(blockTable[1]);
     if (!base.is(Input::Kind::point)) co_return;
     const Input chosen = co_await context.ask(blockTable[2]);

@@ -98,7 +98,10 @@ void changeLayers(const CommandContext& context, std::u16string_view option,
         if (option == u"OFF") layer.on = false;
         if (option == u"LOCK") layer.locked = true;
         if (option == u"UNLOCK") layer.locked = false;
-        if (colour) layer.colour = *colour;
+        if (colour) {
+            layer.colour = *colour;
+            layer.trueColour.reset();
+        }
     }
 }
 

@@ -69,6 +69,11 @@ std::string scientificText(double value, std::string_view example, std::size_t e
     const std::size_t there = decimalsOf(text);
     if (there == 0 && wanted > 0) text.insert(e, "." + std::string(wanted, '0'));
     else if (there < wanted) text.insert(e, wanted - there, '0');
+    // As many digits of the exponent; each has a sign.
+    const std::size_t sign = example.find_last_not_of("0123456789");
+    const std::size_t wide = sign == std::string_view::npos ? 0 : example.size() - sign - 1;
+    const std::size_t own = text.size() - text.find_last_not_of("0123456789") - 1;
+    if (own < wide) text.insert(text.size() - own, wide - own, '0');
     return text;
 }
 

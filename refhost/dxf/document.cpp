@@ -4,6 +4,7 @@
 #include "platform/system.h"
 #include "platform/text.h"
 #include "refhost/dxf/blank_drawing.h"
+#include "refhost/dxf/differences.h"
 #include "refhost/dxf/header_variables.h"
 
 #include <algorithm>
@@ -126,8 +127,9 @@ void Document::assignIds() {
         const bool usable = handle != 0 && handle <= largestId;
         ids_.push_back(static_cast<HostLong>(usable ? handle : id++));
     }
-    // Handles of what is new are counted from the first new id.
+    // Handles of what is new are counted from the first new id, and are the same where they can be.
     firstNewId_ = static_cast<HostLong>(id);
+    if (next != 0 && next <= largestId) firstNewHandle_ = id;
 }
 
 void Document::readLayers() {
@@ -141,7 +143,10 @@ void Document::readLayers() {
         PairReader reader = source_.reader(span);
         Pair pair;
         bool named = false;
+        bool inBraces = false;
         while (reader.next(pair)) {
+            if (pair.code == 102) inBraces = source_.value(pair).raw().starts_with('{');
+            if (inBraces) continue;
             const std::int32_t number = source_.value(pair).integer().value_or(0);
             if (pair.code == 2 && !std::exchange(named, true)) layer.name = source_.text(pair);
             if (pair.code == 6) layer.lineType = source_.text(pair);
@@ -149,6 +154,7 @@ void Document::readLayers() {
                 layer.on = number >= 0;
                 layer.colour = std::abs(std::max(number, -255));
             }
+            if (pair.code == 420) layer.trueColour = static_cast<std::uint32_t>(number) & 0xffffffU;
             if (pair.code == 70) {
                 layer.frozen = (number & 1) != 0;
                 layer.locked = (number & 4) != 0;
@@ -232,9 +238,13 @@ std::unique_ptr<VmDbObject> Document::make(int slot) const {
 
 std::vector<std::string> Document::problems() const {
     std::vector<std::string> texts;
-    for (const Problem& problem : structure_.problems)
-        texts.push_back(name_ + ": " + placeOf(bytes_, source_.form, problem.offset) + ": " +
-                        problem.text);
+    LineNumbers lines(bytes_);
+    for (const Problem& problem : structure_.problems) {
+        const std::string place = source_.form == Form::text
+                                      ? "line " + std::to_string(lines.of(problem.offset))
+                                      : placeOf(bytes_, source_.form, problem.offset);
+        texts.push_back(name_ + ": " + place + ": " + problem.text);
+    }
     return texts;
 }
 

@@ -12,6 +12,8 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -27,6 +29,12 @@ class FileError : public std::runtime_error {
     FileError(Kind error, const std::string& text) : std::runtime_error(text), kind(error) {}
     Kind kind;
 };
+
+/// The record that changes would take away though it is not among the erased ones: where it begins.
+/// `changes` are in order, `erased` are the begins of the records that may go, in order too.
+[[nodiscard]] std::optional<std::uint64_t> lostRecord(const Structure& structure,
+                                                      std::span<const Change> changes,
+                                                      std::span<const std::uint64_t> erased);
 
 /// Immutable once made; the drawing that it filled must not be used by two threads at a time.
 class Document final : public ObjectSource, public std::enable_shared_from_this<Document> {

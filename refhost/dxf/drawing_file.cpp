@@ -44,10 +44,13 @@ ChangedBytes DrawingFile::changed() {
 std::string DrawingFile::contents() { return changed().joined(); }
 
 void DrawingFile::save(const std::string& path, bool keepBackup) {
-    // By whatever name: a link, another spelling of the path.
-    std::error_code none;
+    // By whatever name: a symbolic link, another spelling of the path.
+    std::error_code failed;
+    const auto canonical = [&failed](const std::string& name) {
+        return std::filesystem::weakly_canonical(name, failed);
+    };
     const bool isOwn =
-        !path_.empty() && (path == path_ || std::filesystem::equivalent(path, path_, none));
+        !path_.empty() && (path == path_ || (canonical(path) == canonical(path_) && !failed));
     if (isOwn && platform::fileIdentity(path) != identity_)
         throw FileError(FileError::Kind::unwritable,
                         "cannot write '" + path +

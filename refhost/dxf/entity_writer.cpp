@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 namespace vlisp::refhost::dxf {
@@ -25,6 +26,18 @@ std::string nameOf(const VmDbObject& object) {
     const EntityKind* kind = findEntityKind(object.typeCode);
     const std::string type = kind != nullptr ? platform::toUtf8(kind->typeText) : "object";
     return "the " + type + " with the id " + std::to_string(object.id);
+}
+
+void checkColour(const VmDbObject& object) {
+    if (object.colour < 0 || object.colour > colourByLayer)
+        throw NotRepresentable(nameOf(object) + " has the colour " + std::to_string(object.colour) +
+                               "; there are 0 to 256");
+}
+
+void checkLineweight(const VmDbObject& object) {
+    if (object.lineweight < -3 || object.lineweight > 211)
+        throw NotRepresentable(nameOf(object) + " has the lineweight " +
+                               std::to_string(object.lineweight) + "; there are -3 to 211");
 }
 
 // In which order the pairs of a kind stand, for pairs that come in.
@@ -165,7 +178,9 @@ class EntityEditor {
     void setText(const Record& record, int code, const VmDbString& old, const VmDbString& text,
                  std::span<const int> order) {
         if (viewOf(old) == viewOf(text)) return;
-        if (const std::size_t at = record.findLast(code); at != Record::npos) {
+        // Of several layers the first is the entity's own; of several texts the last one counts.
+        const std::size_t at = code == 8 ? record.find(code) : record.findLast(code);
+        if (at != Record::npos) {
             const Pair& pair = record.pairs[at];
             return replaceValue(pair, source_.codec.encode(viewOf(text), value(pair).raw()));
         }
@@ -185,6 +200,8 @@ class EntityEditor {
     // --- What every entity has ---
 
     void editCommon() {
+        if (before_.colour != after_.colour) checkColour(after_);
+        if (before_.lineweight != after_.lineweight) checkLineweight(after_);
         setText(record_, 8, before_.layerName, after_.layerName, commonOrder);
         setInteger(record_, 62, before_.colour, after_.colour, commonOrder);
         // A true colour would go on hiding the new one.
@@ -217,6 +234,11 @@ class EntityEditor {
                 const double old = field.number(before);
                 double number = field.number(after);
                 if (same(old, number)) continue;
+                // An angle that was told in radians and given back may differ in its last digits.
+                constexpr double noise = 8 * std::numeric_limits<double>::epsilon();
+                if (field.kind == FieldKind::degrees &&
+                    std::fabs(number - old) <= noise * std::fabs(old))
+                    continue;
                 if (field.fileUnit == FileUnit::degrees) number = number * 180 / pi;
                 if (kind.typeCode == vmDbMText && field.code == 50) {
                     turnText(number, order);
@@ -429,7 +451,7 @@ class EntityEditor {
         setReal(record_, 43, filePartOf(before)->appearance.width,
                 filePartOf(after)->appearance.width, orderOf(vmDbLwPolyline));
         const std::size_t at = record_.find(90);
-        if (at != Record::npos && before.points.count != after.points.count)
+        if (at != Record::npos)
             setInteger(record_, 90, value(record_.pairs[at]).integer().value_or(0),
                        after.points.count, {});
         const std::vector<Vertex> vertices = verticesOfRecord();
@@ -531,6 +553,8 @@ class EntityBuilder {
     void build() {
         const EntityKind* kind = findEntityKind(object_.typeCode);
         if (kind == nullptr) cannot("is of a kind that cannot be written");
+        checkColour(object_);
+        checkLineweight(object_);
         const Version& version = target_.version;
         if (kind->typeCode == vmDbMText && !version.hasMTexts())
             cannot("cannot be written: files of version " + version.name() +
@@ -545,6 +569,7 @@ class EntityBuilder {
         if (kind->typeCode == vmDbArc) marker = "AcDbCircle";
         mark(marker);
         fields(*kind);
+        if (kind->typeCode == vmDbText) mark(kind->marker);  // behind it, how the text is aligned
         attach();
         if (kind->typeCode == vmDbPolyline) vertexRecords();
     }
@@ -799,17 +824,27 @@ std::string copyOf(const Target& target, Span span, std::vector<Change> extra, s
                                                          : 0;
         if (isFirst) first = own;
         const std::uint64_t above = isFirst ? owner : first;
-        bool owned = false;
+        // An owner stands in front of the first marker; behind it 330 means other things.
+        bool owned = !target.version.hasOwners();
+        bool named = own == 0;
         for (std::size_t i = 1; i < record.own; ++i) {
             const Pair& pair = record.pairs[i];
             if (record.grouped[i]) {
                 extra.push_back({{pair.begin, pair.end}, {}});
-            } else if (pair.code == 5 && own != 0) {
+            } else if (pair.code == 100) {
+                owned = true;
+            } else if (pair.code == 5 && !std::exchange(named, true)) {
                 extra.push_back({{pair.valueBegin, pair.valueEnd}, handleText(own)});
             } else if (pair.code == 330 && above != 0 && !std::exchange(owned, true)) {
                 extra.push_back({{pair.valueBegin, pair.valueEnd}, handleText(above)});
             }
         }
+        if (named) continue;
+        std::string bytes;
+        const Style style = Style::of(source.bytes, source.form, record.span, target.style);
+        appendText(bytes, style, 5, handleText(own));
+        const std::uint64_t place = record.pairs.front().end;
+        extra.insert(extra.begin(), {{place, place}, std::move(bytes)});
     }
     // Changes are counted from the beginning of the piece that is copied.
     for (Change& change : extra) {
@@ -819,8 +854,16 @@ std::string copyOf(const Target& target, Span span, std::vector<Change> extra, s
     std::ranges::stable_sort(extra, {}, [](const Change& change) {
         return std::pair(change.replaced.begin, change.replaced.end);
     });
-    return ChangedBytes(source.bytes.substr(span.begin, span.end - span.begin), std::move(extra))
-        .joined();
+    std::string copy =
+        ChangedBytes(source.bytes.substr(span.begin, span.end - span.begin), std::move(extra))
+            .joined();
+    // A recovered file may lack the end.
+    const bool isSequence = records.size() > 1 || records.front().type == "POLYLINE";
+    if (isSequence && records.front().type != "VERTEX" && records.back().type != "SEQEND") {
+        appendText(copy, target.style, 0, "SEQEND");
+        if (target.hasHandles) appendText(copy, target.style, 5, handleText(target.newHandle()));
+    }
+    return copy;
 }
 
 void appendEntity(std::string& out, const Target& target, const VmDbObject& object,

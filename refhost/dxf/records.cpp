@@ -69,6 +69,14 @@ class EntityReader {
 
     // What every entity may have.
     bool readCommon(VmDbObject& object, const Pair& pair) {
+        // Kinds that are not known may have the same codes for something else further on.
+        const auto bit = pair.code == 8     ? 1U
+                         : pair.code == 62  ? 2U
+                         : pair.code == 370 ? 4U
+                         : pair.code == 60  ? 8U
+                                            : 0U;
+        if ((commonSeen_ & bit) != 0) return true;
+        commonSeen_ |= bit;
         switch (pair.code) {
         case 8: assign(object.layerName, source_.text(pair)); return true;
         case 62: object.colour = integer(pair); return true;
@@ -249,16 +257,28 @@ class EntityReader {
     void readPolyline(VmDb2DPolyline& object) {
         forEachOwn(record_, [&](const Pair& pair) {
             if (readCommon(object, pair)) return;
-            if (pair.code == 70) object.closed = (integer(pair) & 1) != 0 ? 1 : 0;
+            if (pair.code == 70) {
+                constexpr std::int32_t meshes = 16 | 64;
+                object.closed = (integer(pair) & 1) != 0 ? 1 : 0;
+                look_->isMesh = (integer(pair) & meshes) != 0;
+            }
             if (pair.code == 40) look_->width = real(pair);
         });
         std::vector<double> bulges;
+        std::vector<bool> onFrame;
+        bool framed = false;
         bool bulged = false;
         for (std::size_t i = 1; i < records_.size(); ++i) {
             const Record& vertex = records_[i];
             if (vertex.type != "VERTEX" || isFace(source_, vertex)) continue;
             mmPoint place;
             bulges.push_back(0);
+            if (const std::size_t flags = vertex.find(70); flags != Record::npos) {
+                constexpr std::int32_t frame = 16;
+                onFrame.resize(bulges.size());
+                onFrame.back() = (source_.integer(vertex.pairs[flags]) & frame) != 0;
+                framed = framed || onFrame.back();
+            }
             forEachOwn(vertex, [&](const Pair& pair) {
                 switch (pair.code) {
                 case 10: place.x = real(pair); break;
@@ -273,6 +293,10 @@ class EntityReader {
             });
             object.addPoint(place);
         }
+        if (framed) {
+            onFrame.resize(bulges.size());
+            look_->onFrame = std::make_shared<const std::vector<bool>>(std::move(onFrame));
+        }
         if (bulged)
             for (const double bulge : bulges) object.addBulge(bulge);
     }
@@ -284,6 +308,7 @@ class EntityReader {
     Point2 direction_;
     bool hasDirection_ = false;
     bool columns_ = false;
+    unsigned commonSeen_ = 0;  // a bit for each code that counts once
 };
 
 }  // namespace
@@ -311,8 +336,9 @@ std::vector<Record> recordsOf(const Source& source, Span span) {
             records.emplace_back();
             records.back().type = source.value(pair).trimmed();
             records.back().span.begin = pair.begin;
+            // Most entities are one record; of those with many each is small.
             constexpr std::size_t usualPairs = 24;
-            records.back().pairs.reserve(usualPairs);
+            if (records.size() == 1) records.back().pairs.reserve(usualPairs);
             inBraces = false;
             beyond = false;
         }

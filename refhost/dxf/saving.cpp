@@ -8,6 +8,7 @@
 #include <cmath>
 #include <map>
 #include <tuple>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace vlisp::refhost::dxf {
@@ -33,6 +34,55 @@ std::int32_t colourOf(const Layer& layer) noexcept {
 
 }  // namespace
 
+std::optional<std::uint64_t> lostRecord(const Structure& structure, std::span<const Change> changes,
+                                        std::span<const std::uint64_t> erased) {
+    const auto mayGo = [&](std::uint64_t begin) {
+        if (std::ranges::binary_search(erased, begin)) return true;
+        const auto behind =
+            std::ranges::upper_bound(structure.repairs, begin, {},
+                                     [](const Repair& repair) { return repair.replaced.begin; });
+        return behind != structure.repairs.begin() && begin < std::prev(behind)->replaced.end;
+    };
+    std::optional<std::uint64_t> lost;
+    // Records of one part of the file, in their order.
+    const auto walk = [&](auto&& forEach) {
+        auto next = changes.begin();
+        forEach([&](const Span& span) {
+            while (next != changes.end() && next->replaced.end <= span.begin) ++next;
+            if (next == changes.end() || next->replaced.begin > span.begin ||
+                next->replaced.begin == next->replaced.end)
+                return;
+            if (!lost && !mayGo(span.begin)) lost = span.begin;
+        });
+    };
+    walk([&](auto check) {
+        for (const Span& span : structure.entities) check(span);
+    });
+    walk([&](auto check) {
+        for (const Block& block : structure.blocks) {
+            check(block.head);
+            for (const Span& span : block.contents) check(span);
+        }
+    });
+    walk([&](auto check) {
+        for (const Table& table : structure.tables)
+            for (const TableRow& row : table.rows) check(row.record);
+    });
+    // Elsewhere nothing is changed but what is erased.
+    for (const Section& section : structure.sections) {
+        if (section.name == "HEADER" || section.name == "TABLES" || section.name == "BLOCKS" ||
+            section.name == "ENTITIES")
+            continue;
+        for (const Change& change : changes) {
+            const Span& span = change.replaced;
+            if (!lost && span.begin < span.end && span.begin >= section.begin &&
+                span.begin < section.end && !mayGo(span.begin))
+                lost = span.begin;
+        }
+    }
+    return lost;
+}
+
 class Saving {
   public:
     Saving(const Document& document, const Drawing& drawing, std::vector<std::string>& notes)
@@ -49,6 +99,9 @@ class Saving {
             blocks();
         } catch (const NotRepresentable& error) {
             fail(std::string("cannot save the drawing: ") + error.what());
+        } catch (const Damage& damage) {  // in a part of a recovered file that nobody has looked at
+            fail("cannot save the drawing: " + placeOf(source_.bytes, source_.form, damage.offset) +
+                 ": " + damage.what());
         }
         layers();
         variables();
@@ -92,6 +145,7 @@ class Saving {
     }
 
     void sort() {
+        std::ranges::sort(erased_);
         std::ranges::stable_sort(placed_, {}, [](const Placed& one) {
             return std::tuple(one.change.replaced.begin, one.change.replaced.end, one.rank);
         });
@@ -102,7 +156,7 @@ class Saving {
             // Nor is the end of a sequence missing that has gone.
             if (one.rank == Rank::sequenceEnd && !changes_.empty() &&
                 changes_.back().replaced.end == span.begin &&
-                std::ranges::find(erased_, changes_.back().replaced.begin) != erased_.end())
+                std::ranges::binary_search(erased_, changes_.back().replaced.begin))
                 continue;
             changes_.push_back(std::move(one.change));
         }
@@ -130,13 +184,14 @@ class Saving {
 
     void entities() {
         const auto fromFile = static_cast<int>(structure_.entities.size());
+        const std::uint64_t space = recordHandle(u"*Model_Space");
         for (int slot = 0; slot < drawing_.slotCount(); ++slot) {
             if (slot < fromFile && drawing_.isAsInFile(slot)) continue;
             const ObjectView object = drawing_.at(slot);
             if (slot < fromFile) {
                 changeEntity(slot, *object);
             } else if (object->erased == 0) {
-                NewEntity how{handleOf(object->id), modelSpace(), lineType(*object),
+                NewEntity how{handleOf(object->id), space, lineType(*object),
                               drawing_.extendedData(object->id)};
                 registerNames(how.attached);
                 appendEntity(newEntities_, target_, *object, how);
@@ -163,16 +218,6 @@ class Saving {
         add(changesOf(target_, span, attached));
     }
 
-    [[nodiscard]] std::uint64_t modelSpace() const {
-        const Table* table = structure_.findTable("BLOCK_RECORD");
-        if (table == nullptr) return 0;
-        for (const TableRow& row : table->rows) {
-            const std::u16string name = source_.codec.decode(row.name);
-            if (sameName(name, u"*Model_Space")) return row.handle;
-        }
-        return 0;
-    }
-
     [[nodiscard]] std::u16string lineType(const VmDbObject& object) {
         const std::u16string& name = drawing_.lineTypeOf(object.id);
         if (name.empty()) return {};
@@ -197,7 +242,9 @@ class Saving {
                 table != nullptr && std::ranges::any_of(table->rows, [&](const TableRow& row) {
                     return sameName(source_.codec.decode(row.name), datum.name);
                 });
-            if (!known) applications_.try_emplace(datum.name);
+            if (known) continue;
+            checkName(datum.name, "application");
+            applications_.try_emplace(datum.name);
         }
     }
 
@@ -297,53 +344,49 @@ class Saving {
 
     // Objects that an erased entity owned, its extension dictionary for one, go with it.
     void orphans() {
-        const Section* section = structure_.findSection("OBJECTS");
-        if (section == nullptr || erasedHandles_.empty()) return;
+        if (structure_.objects.empty() || erasedHandles_.empty()) return;
         struct Object {
             Span span;
             std::uint64_t handle = 0;
-            std::uint64_t owner = 0;
         };
-        std::vector<Object> objects;
-        PairReader reader = source_.reader({section->begin, section->end});
-        Pair pair;
-        bool inBraces = false;
-        while (reader.next(pair)) {
-            if (pair.code == 0) {
-                if (!objects.empty()) objects.back().span.end = pair.begin;
-                objects.push_back({{pair.begin, section->end}});
-                inBraces = false;
+        std::unordered_multimap<std::uint64_t, Object> owned;  // by owner
+        for (const Span& span : structure_.objects) {
+            Object object{span};
+            std::uint64_t owner = 0;
+            bool inBraces = false;
+            PairReader reader = source_.reader(span);
+            // Behind the first marker a 330 may mean something else.
+            for (Pair pair; reader.next(pair) && pair.code != 100;) {
+                if (pair.code == 102) inBraces = source_.value(pair).raw().starts_with('{');
+                if (inBraces) continue;
+                if (pair.code == 5) object.handle = source_.value(pair).handle().value_or(0);
+                if (pair.code == 330) owner = source_.value(pair).handle().value_or(0);
             }
-            if (objects.empty()) continue;
-            Object& object = objects.back();
-            if (pair.code == 102) inBraces = source_.value(pair).raw().starts_with('{');
-            if (inBraces) continue;
-            if (pair.code == 5 && object.handle == 0)
-                object.handle = source_.value(pair).handle().value_or(0);
-            if (pair.code == 330 && object.owner == 0)
-                object.owner = source_.value(pair).handle().value_or(0);
+            if (owner != 0) owned.emplace(owner, object);
         }
-        // Owners may stand behind what they own: until nothing more is found.
-        std::vector<bool> gone(objects.size());
-        for (bool found = true; found;) {
-            found = false;
-            for (std::size_t i = 0; i < objects.size(); ++i) {
-                if (gone[i] || objects[i].owner == 0 || !erasedHandles_.contains(objects[i].owner))
-                    continue;
-                gone[i] = found = true;
-                erasedHandles_.insert(objects[i].handle);
-                change(objects[i].span, {});
+        std::vector<std::uint64_t> waiting(erasedHandles_.begin(), erasedHandles_.end());
+        while (!waiting.empty()) {
+            const auto [first, last] = owned.equal_range(waiting.back());
+            waiting.pop_back();
+            for (auto each = first; each != last; ++each) {
+                waiting.push_back(each->second.handle);
+                erased_.push_back(each->second.span.begin);
+                change(each->second.span, {});
             }
+            owned.erase(first, last);
         }
     }
 
     // --- Layers ---
 
     void layers() {
+        NameIndex places;
+        const auto nameOf = [](const Layer& layer) -> const std::u16string& { return layer.name; };
         for (const Layer& layer : drawing_.layers()) {
-            const auto old = std::ranges::find_if(document_.layers_, [&](const Layer& before) {
-                return sameName(before.name, layer.name);
-            });
+            const std::size_t place = places.find(document_.layers_, layer.name, nameOf);
+            const auto old = place == NameIndex::none
+                                 ? document_.layers_.end()
+                                 : document_.layers_.begin() + static_cast<std::ptrdiff_t>(place);
             if (old == document_.layers_.end()) {
                 // The layer that every drawing has need not stand in its file.
                 if (layer.name != u"0" || !(layer == Layer{u"0"})) newLayer(layer);
@@ -373,7 +416,8 @@ class Saving {
             }
             std::string bytes;
             appendInteger(bytes, style, code, number);
-            const std::uint64_t place = record.pairs[record.find(2)].end;
+            const std::size_t name = record.find(2);
+            const std::uint64_t place = record.pairs[name == Record::npos ? 0 : name].end;
             changes.push_back({{place, place}, std::move(bytes)});
         };
         const auto putText = [&](int code, std::u16string_view text) {
@@ -386,7 +430,8 @@ class Saving {
             }
             std::string bytes;
             appendText(bytes, style, code, source_.codec.encode(text));
-            const std::uint64_t place = record.pairs[record.find(2)].end;
+            const std::size_t name = record.find(2);
+            const std::uint64_t place = record.pairs[name == Record::npos ? 0 : name].end;
             changes.push_back({{place, place}, std::move(bytes)});
         };
         if (before.name != after.name) putText(2, after.name);
@@ -398,6 +443,11 @@ class Saving {
             putInteger(70, (old & ~ours) | flagsOf(after));
         }
         if (colourOf(before) != colourOf(after)) putInteger(62, colourOf(after));
+        // A true colour would go on hiding the new one.
+        if (before.colour != after.colour)
+            for (const int code : {420, 430})
+                if (const std::size_t at = record.find(code); at != Record::npos)
+                    changes.push_back({{record.pairs[at].begin, record.pairs[at].end}, {}});
         if (!sameName(before.lineType, after.lineType)) putText(6, after.lineType);
         return changes;
     }
@@ -408,15 +458,55 @@ class Saving {
         add(rowChanges(layerTable().rows[row].record, before, after));
     }
 
+    // The same without what the layer 0 has for itself: a true colour, extended data, its origin.
+    [[nodiscard]] std::vector<Change> asNewLayer(Span span, const Layer& zero,
+                                                 const Layer& layer) const {
+        std::vector<Change> changes = rowChanges(span, zero, layer);
+        const std::vector<Record> records = recordsOf(source_, span);
+        const Record& record = records.front();
+        for (std::size_t i = 1; i < record.pairs.size(); ++i) {
+            const Pair& pair = record.pairs[i];
+            const bool isOwn = i < record.own;
+            const bool isColour = pair.code == 420 || pair.code == 430;
+            // What stands in braces goes anyway.
+            if (isOwn && (record.grouped[i] || !isColour || zero.colour != layer.colour)) continue;
+            changes.push_back({{pair.begin, pair.end}, {}});
+        }
+        if (const std::size_t at = record.find(70); at != Record::npos) {
+            const Pair& pair = record.pairs[at];
+            std::erase_if(changes, [&](const Change& change) {
+                return change.replaced.begin == pair.valueBegin;
+            });
+            changes.push_back({{pair.valueBegin, pair.valueEnd},
+                               integerLike(source_.value(pair), source_.form, 70, flagsOf(layer))});
+        }
+        return changes;
+    }
+
+    // Before names were free, they had to be short and plain.
+    void checkName(std::u16string_view name, const char* what) const {
+        if (document_.version_.hasOwners()) return;
+        constexpr std::size_t longest = 31;
+        const bool isPlain = std::ranges::all_of(name, [](char16_t c) {
+            return c > 0x7f || (c >= u'0' && c <= u'9') || (c >= u'A' && c <= u'Z') ||
+                   (c >= u'a' && c <= u'z') || c == u'$' || c == u'_' || c == u'-' || c == u'*';
+        });
+        if (name.size() <= longest && isPlain) return;
+        fail("cannot save the drawing: the " + std::string(what) + " '" + platform::toUtf8(name) +
+             "' has a name that files of version " + document_.version_.name() +
+             " cannot hold: at most 31 letters, digits, $, _ and -");
+    }
+
     // As the layer 0 but for what is known of it: plot styles and what else there is.
     void newLayer(const Layer& layer) {
+        checkName(layer.name, "layer");
         const auto zero = std::ranges::find(document_.layers_, u"0", &Layer::name);
         if (zero != document_.layers_.end()) {
             const Span span = layerTable()
                                   .rows[document_.layerRows_[static_cast<std::size_t>(
                                       zero - document_.layers_.begin())]]
                                   .record;
-            addRow("LAYER", copyOf(target_, span, rowChanges(span, *zero, layer), 0, 0));
+            addRow("LAYER", copyOf(target_, span, asNewLayer(span, *zero, layer), 0, 0));
             return;
         }
         std::string row = rowBegin("LAYER", "AcDbLayerTableRecord", handleIfAny(),
@@ -432,10 +522,10 @@ class Saving {
     void blocks() {
         for (const auto& block : drawing_.blocks()) {
             if (block->placeInFile() >= 0) continue;
-            const auto old = std::ranges::find_if(structure_.blocks, [&](const Block& other) {
-                return sameName(source_.codec.decode(other.name), viewOf(block->record.name));
-            });
-            if (old != structure_.blocks.end()) redefine(*block, *old);
+            const std::size_t old = blockPlaces_.find(
+                structure_.blocks, viewOf(block->record.name),
+                [&](const Block& other) { return source_.codec.decode(other.name); });
+            if (old != NameIndex::none) redefine(*block, structure_.blocks[old]);
             else newBlocks_ += newBlock(*block);
         }
     }
@@ -450,11 +540,13 @@ class Saving {
         return out;
     }
 
-    [[nodiscard]] std::uint64_t recordHandle(std::u16string_view name) const {
-        if (const Table* table = structure_.findTable("BLOCK_RECORD"))
-            for (const TableRow& row : table->rows)
-                if (sameName(source_.codec.decode(row.name), name)) return row.handle;
-        return 0;
+    [[nodiscard]] std::uint64_t recordHandle(std::u16string_view name) {
+        const Table* table = structure_.findTable("BLOCK_RECORD");
+        if (table == nullptr) return 0;
+        const std::size_t row = recordPlaces_.find(table->rows, name, [&](const TableRow& other) {
+            return source_.codec.decode(other.name);
+        });
+        return row == NameIndex::none ? 0 : table->rows[row].handle;
     }
 
     void redefine(const BlockDefinition& block, const Block& old) {
@@ -489,6 +581,7 @@ class Saving {
     }
 
     std::string newBlock(const BlockDefinition& block) {
+        checkName(viewOf(block.record.name), "block");
         const Style& style = document_.style_;
         const Version& version = document_.version_;
         if (!std::isfinite(block.record.baseX) || !std::isfinite(block.record.baseY))
@@ -525,6 +618,16 @@ class Saving {
 
     // --- The header ---
 
+    void checkRange(const HeaderRow& row, const std::u16string& name) const {
+        if (valueTypeOf(row.code) != ValueType::int16 ||
+            Variables::find(name)->type != VariableType::Integer)
+            return;
+        const int value = drawing_.variables.integer(name);
+        if (value != static_cast<std::int16_t>(value))
+            fail("cannot save the drawing: " + std::string(row.name) + " is " +
+                 std::to_string(value) + "; files hold -32768 to 32767");
+    }
+
     static bool sameValue(const Variables& a, const Variables& b, std::u16string_view name) {
         switch (Variables::find(name)->type) {
         case VariableType::Integer: return a.integer(name) == b.integer(name);
@@ -544,6 +647,7 @@ class Saving {
             const std::u16string name(row.name.begin(), row.name.end());
             if (sameValue(before, drawing_.variables, name)) continue;
             const std::string inFile = "$" + std::string(row.name);
+            checkRange(row, name);
             if (const HeaderVariable* found = structure_.findVariable(inFile)) {
                 add(variableChanges(row, target_, found->values, drawing_.variables));
                 continue;
@@ -599,28 +703,11 @@ class Saving {
     }
 
     // No record may go that nobody erased, whatever mistake we have made.
-    void checkNothingIsLost() const {
-        std::vector<std::uint64_t> erased = erased_;
-        std::ranges::sort(erased);
-        const auto check = [&, next = changes_.begin()](const Span& span) mutable {
-            while (next != changes_.end() && next->replaced.end <= span.begin) ++next;
-            if (next == changes_.end() || next->replaced.begin > span.begin ||
-                next->replaced.begin == next->replaced.end)
-                return;
-            if (!std::ranges::binary_search(erased, span.begin))
-                fail("saving would lose the record in " +
-                     placeOf(source_.bytes, source_.form, span.begin) + "; nothing was written");
-        };
-        auto checkEntity = check;
-        for (const Span& span : structure_.entities) checkEntity(span);
-        auto checkBlock = check;
-        for (const Block& block : structure_.blocks) {
-            checkBlock(block.head);
-            for (const Span& span : block.contents) checkBlock(span);
-        }
-        auto checkRow = check;
-        for (const Table& table : structure_.tables)
-            for (const TableRow& row : table.rows) checkRow(row.record);
+    void checkNothingIsLost() {
+        std::ranges::sort(erased_);
+        if (const auto lost = lostRecord(structure_, changes_, erased_))
+            fail("saving would lose the record in " + placeOf(source_.bytes, source_.form, *lost) +
+                 "; nothing was written");
     }
 
     const Document& document_;
@@ -633,6 +720,8 @@ class Saving {
     bool handlesGiven_ = false;
     std::vector<Placed> placed_;
     std::vector<Change> changes_;  // in order
+    NameIndex blockPlaces_;
+    NameIndex recordPlaces_;
     std::string newEntities_;
     std::string newBlocks_;
     std::vector<std::uint64_t> erased_;  // where the records begin that may go

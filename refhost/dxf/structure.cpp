@@ -134,7 +134,8 @@ class Scanner {
                 takeHandle();
                 return;
             case 2:
-                if (record_.name.empty()) record_.name = Value(bytes_, opening_.form, next_).raw();
+                if (record_.name.empty() && !inBraces)
+                    record_.name = Value(bytes_, opening_.form, next_).raw();
                 break;
             case 5:
                 // A dimension style has a name there.
@@ -216,10 +217,11 @@ class Scanner {
         list({where, text});
     }
 
+    static constexpr std::size_t mostProblems = 1000;
+
     void list(Problem problem) {
-        constexpr std::size_t most = 1000;
-        if (found_.problems.size() < most) found_.problems.push_back(std::move(problem));
-        else if (found_.problems.size() == most)
+        if (found_.problems.size() < mostProblems) found_.problems.push_back(std::move(problem));
+        else if (found_.problems.size() == mostProblems)
             found_.problems.push_back({problem.offset, "more problems follow"});
     }
 
@@ -294,6 +296,7 @@ class Scanner {
         if (section == "TABLES") return placeInTables();
         if (section == "BLOCKS") return placeInBlocks();
         if (section == "ENTITIES") takeEntity(nullptr);
+        if (section == "OBJECTS") found_.objects.push_back(record_.span);
     }
 
     void closeVariables() {
@@ -480,7 +483,11 @@ class Scanner {
     void closeSequence(std::uint64_t at) {
         if (std::exchange(sequence_, Sequence::none) == Sequence::none || !sequenceHasMembers_)
             return;
-        unexpected("SEQEND of the entity in " + placeOf(bytes_, opening_.form, sequenceBegin_));
+        // Counting lines takes long where there are many.
+        const bool isListed = found_.problems.size() < mostProblems;
+        unexpected(isListed
+                       ? "SEQEND of the entity in " + placeOf(bytes_, opening_.form, sequenceBegin_)
+                       : "SEQEND");
         insert("SEQEND", at);
     }
 

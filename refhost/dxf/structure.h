@@ -77,6 +77,7 @@ struct Structure {
     std::vector<Span> entities;          ///< of model space, in order
     std::vector<std::uint64_t> handles;  ///< theirs; 0: none, or another has it already
     std::size_t paperEntities = 0;       ///< entities of paper space
+    std::vector<Span> objects;           ///< records of the section OBJECTS
     std::uint64_t eof = 0;               ///< where the EOF record begins
     std::uint64_t largestHandle = 0;
     std::vector<Problem> problems;  ///< that do not keep the file from being read

@@ -476,8 +476,11 @@ void Drawing::remember(int slot) {
     if (kept.state.object) before.object = clone(*kept.state.object);
     if (kept.state.extended)
         before.extended = std::make_unique<std::vector<ExtendedDatum>>(*kept.state.extended);
+    // What has many points counts as several.
+    constexpr std::size_t pointsOfOne = 16;
+    const auto points = before.object ? static_cast<std::size_t>(before.object->points.count) : 0;
     step_.changes.push_back({kept.id, false, std::move(before)});
-    ++step_.stateCount;
+    step_.stateCount += 1 + points / pointsOfOne;
 }
 
 void Drawing::rememberTables() {

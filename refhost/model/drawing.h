@@ -36,6 +36,7 @@ struct Layer {
     bool locked = false;
     std::u16string lineType = u"CONTINUOUS";
     bool frozen = false;
+    std::optional<std::uint32_t> trueColour = std::nullopt;  ///< 0xRRGGBB; wins over the index
     bool operator==(const Layer&) const = default;
 };
 

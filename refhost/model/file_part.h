@@ -33,7 +33,11 @@ struct Appearance {
     double widthFactor = 1;
     double oblique = 0;  ///< degrees
 
-    double width = 0;  ///< of a polyline: constant width in drawing units
+    // Polylines.
+    double width = 0;  ///< constant width in drawing units
+    /// By vertex: it belongs to the frame that the curve was fitted to and is not drawn.
+    std::shared_ptr<const std::vector<bool>> onFrame;
+    bool isMesh = false;  ///< a mesh of polygons; its vertices are no line
 
     // Inserts: a grid of copies, and the texts that fill the block's attributes. Those stand in the
     // drawing's axes, not in the block's.

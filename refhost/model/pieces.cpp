@@ -137,7 +137,38 @@ void placeLineText(TextShape& shape, const Appearance& look) noexcept {
 
 // --- Walks ---
 
+// The segments between the vertices that are on the line; those of the frame that it was fitted to
+// are not.
+bool forEachFittedSegment(const VmDb2DPolyline& polyline, const std::vector<bool>& onFrame,
+                          const Placement& by, const Visitor& visitor) {
+    std::vector<std::int32_t> vertices;
+    for (std::int32_t i = 0; i < polyline.points.count; ++i)
+        if (static_cast<std::size_t>(i) >= onFrame.size() || !onFrame[static_cast<std::size_t>(i)])
+            vertices.push_back(i);
+    const std::size_t count =
+        vertices.size() > 1 && polyline.closed != 0 ? vertices.size() : vertices.size() - 1;
+    if (vertices.empty()) return true;
+    for (std::size_t i = 0; i < count; ++i) {
+        const Point2 from = planeOf(polyline.points.points[vertices[i]]);
+        const Point2 to = planeOf(polyline.points.points[vertices[(i + 1) % vertices.size()]]);
+        const auto arc = bulgeArc(from, to, bulgeAt(polyline, vertices[i]));
+        if (!visitor(placed(arc ? Piece(*arc) : Piece(Segment{from, to}), by))) return false;
+    }
+    return true;
+}
+
 bool forEachSegment(const VmDb2DPolyline& polyline, const Placement& by, const Visitor& visitor) {
+    if (const FilePart* part = filePartOf(polyline)) {
+        if (part->appearance.onFrame != nullptr)
+            return forEachFittedSegment(polyline, *part->appearance.onFrame, by, visitor);
+        if (part->appearance.isMesh) {  // where its corners are
+            for (std::int32_t i = 0; i < polyline.points.count; ++i) {
+                const Point2 corner = planeOf(polyline.points.points[i]);
+                if (!visitor(placed(Segment{corner, corner}, by))) return false;
+            }
+            return true;
+        }
+    }
     if (polyline.points.count == 1) return visitor(placed(pointPiece(firstPoint(polyline)), by));
     for (std::int32_t i = 0; i < segmentCount(polyline); ++i) {
         const Segment ends = segmentAt(polyline, i);

@@ -898,6 +898,26 @@ TEST(Copy, OfAnEntityOfABlockBelongsToTheModelSpace) {
               "|21 4.0");
 }
 
+TEST(Copy, OnlyTheOwnerGivesWay) {
+    // Files before AC1015 name no owner: what a hatch says with the same code are its edges.
+    const std::string body =
+        "|100 AcDbEntity|8 0|100 AcDbHatch|10 0.0|20 0.0|30 0.0|2 SOLID|70 1|71 1"
+        "|91 1|92 1|93 0|97 1|330 31|75 0|76 1|98 0";
+    Opened opened(dxf(drawingOf("0 HATCH|5 30" + body, "AC1014")));
+    opened.addCopyOf(0);
+    const auto hatches = recordsIn(opened.saved(), "HATCH");
+    ASSERT_EQ(hatches.size(), 2U);
+    EXPECT_EQ(hatches[1].notation(), "0 HATCH|5 A0" + body);
+}
+
+TEST(Copy, HasAHandleWhereOthersHave) {
+    Opened opened(dxf(drawingOf("0 LINE|8 0|10 1.0|20 2.0|11 3.0|21 4.0")));
+    const HostLong id = opened.addCopyOf(0);
+    const std::string saved = opened.saved();
+    EXPECT_NE(recordsIn(saved, "LINE").at(1).first(5), "-");
+    EXPECT_EQ(Opened(saved).idAt(1), id) << "the copy is found again under its id";
+}
+
 TEST(Copy, InAFileWithoutHandles) {
     Opened opened(
         dxf(drawingOf("0 POLYLINE|66 1|70 0|0 VERTEX|8 0|10 1.0|20 2.0|0 SEQEND", "AC1009")));
