@@ -103,8 +103,7 @@ std::string blocksOf(const Drawing& drawing) {
 
 class Typist {
   public:
-    Typist()
-        : line(file, [this](std::u16string_view text) { shown_.push_back(toUtf8(text)); }) {}
+    Typist() : line(file, [this](std::u16string_view text) { shown_.push_back(toUtf8(text)); }) {}
 
     Drawing drawing;
     dxf::DrawingFile file{drawing};
