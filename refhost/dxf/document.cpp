@@ -43,6 +43,7 @@ Document::Document(std::string bytes, std::string name, OnDamage onDamage)
                                                       placeOf(bytes_, opening.form, damage.offset) +
                                                       ": " + damage.what());
     }
+    makeWhole();
     source_ = {bytes_, opening.form, TextCodec({}, {})};
     if (std::string version = headerText("$ACADVER"); !version.empty())
         version_ = Version(std::move(version));
@@ -67,6 +68,38 @@ Document::Document(std::string bytes, std::string name, OnDamage onDamage)
     hasHandles_ = version_.hasMarkers() || structure_.largestHandle != 0;
     assignIds();
     readLayers();
+}
+
+// A damaged file is made whole before anything else reads, copies or changes its records.
+void Document::makeWhole() {
+    const Form form = structure_.opening.form;
+    LineNumbers lines(bytes_);
+    for (const Problem& problem : structure_.problems) {
+        const std::string place = form == Form::text
+                                      ? "line " + std::to_string(lines.of(problem.offset))
+                                      : placeOf(bytes_, form, problem.offset);
+        problems_.push_back(name_ + ": " + place + ": " + problem.text);
+    }
+    // What is left out may leave something incomplete that stood around it.
+    constexpr int mostRounds = 16;
+    for (int round = 0; !structure_.repairs.empty(); ++round) {
+        if (round == mostRounds)
+            throw FileError(FileError::Kind::damaged, name_ + ": too much of it is damaged");
+        Style style;
+        style.form = form;
+        if (bytes_.find("\r\n") != std::string::npos) style.lineEnd = "\r\n";
+        std::string whole;
+        std::uint64_t at = 0;
+        for (const Repair& repair : structure_.repairs) {
+            if (repair.replaced.begin > at) whole.append(bytes_, at, repair.replaced.begin - at);
+            whole += repair.value;
+            if (!repair.record.empty()) appendText(whole, style, 0, repair.record);
+            at = std::max(at, repair.replaced.end);
+        }
+        whole.append(bytes_, at);
+        bytes_ = std::move(whole);
+        structure_ = structureOf(bytes_, OnDamage::recover);
+    }
 }
 
 std::shared_ptr<const Document> Document::open(const std::string& path, OnDamage onDamage) {
@@ -234,18 +267,6 @@ void Document::loadVariables(Variables& variables) const {
 std::unique_ptr<VmDbObject> Document::make(int slot) const {
     const auto place = static_cast<std::size_t>(slot);
     return readEntity(source_, structure_.entities[place], ids_[place]);
-}
-
-std::vector<std::string> Document::problems() const {
-    std::vector<std::string> texts;
-    LineNumbers lines(bytes_);
-    for (const Problem& problem : structure_.problems) {
-        const std::string place = source_.form == Form::text
-                                      ? "line " + std::to_string(lines.of(problem.offset))
-                                      : placeOf(bytes_, source_.form, problem.offset);
-        texts.push_back(name_ + ": " + place + ": " + problem.text);
-    }
-    return texts;
 }
 
 }  // namespace vlisp::refhost::dxf

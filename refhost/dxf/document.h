@@ -64,13 +64,14 @@ class Document final : public ObjectSource, public std::enable_shared_from_this<
     /// The name of the code page that the file gives; empty when it gives none.
     [[nodiscard]] const std::string& codePage() const noexcept { return codePage_; }
     /// What was found wrong, with its place: "NAME: line 12: ...".
-    [[nodiscard]] std::vector<std::string> problems() const;
+    [[nodiscard]] const std::vector<std::string>& problems() const noexcept { return problems_; }
 
   private:
     friend class Saving;
 
     Document(std::string bytes, std::string name, OnDamage onDamage);
     [[nodiscard]] std::string headerText(std::string_view variable) const;
+    void makeWhole();
     void assignIds();
     void readLayers();
     [[nodiscard]] std::vector<std::shared_ptr<BlockDefinition>> blockDefinitions() const;
@@ -80,6 +81,7 @@ class Document final : public ObjectSource, public std::enable_shared_from_this<
     std::string name_;
     Source source_;
     Structure structure_;
+    std::vector<std::string> problems_;
     Version version_{"AC1009"};
     std::string codePage_;
     Style style_;

@@ -154,7 +154,7 @@ class EntityEditor {
     void putReal(const Record& record, int code, double number, std::span<const int> order) {
         if (!std::isfinite(number))
             throw NotRepresentable(nameOf(after_) + " has a number that no file can hold");
-        if (const std::size_t at = record.find(code); at != Record::npos) {
+        if (const std::size_t at = record.findLast(code); at != Record::npos) {
             const Pair& pair = record.pairs[at];
             return replaceValue(pair, realLike(value(pair), source_.form, code, number));
         }
@@ -166,7 +166,10 @@ class EntityEditor {
     void setInteger(const Record& record, int code, std::int32_t old, std::int32_t number,
                     std::span<const int> order) {
         if (old == number) return;
-        if (const std::size_t at = record.find(code); at != Record::npos) {
+        // Of several the last counts, but for what every entity has.
+        const bool isCommon = code == 62 || code == 370;
+        const std::size_t at = isCommon ? record.find(code) : record.findLast(code);
+        if (at != Record::npos) {
             const Pair& pair = record.pairs[at];
             return replaceValue(pair, integerLike(value(pair), source_.form, code, number));
         }
@@ -255,15 +258,15 @@ class EntityEditor {
 
     void editPoints(const EntityKind& kind, std::span<const int> order) {
         const bool isLine = kind.typeCode == vmDbLine;
-        const int needed = isLine ? 2 : 1;
+        int needed = isLine ? 2 : 1;
         const int count = after_.points.count;
         if (count < needed || (isLine && count > needed)) {
-            // What the file lacks too is not missed.
-            if (before_.points.count == count) return;
-            throw NotRepresentable(nameOf(after_) + " has " + std::to_string(count) +
-                                   (count == 1 ? " point; " : " points; ") +
-                                   std::to_string(needed) + (needed == 1 ? " is" : " are") +
-                                   " needed");
+            if (before_.points.count != count)
+                throw NotRepresentable(nameOf(after_) + " has " + std::to_string(count) +
+                                       (count == 1 ? " point; " : " points; ") +
+                                       std::to_string(needed) + (needed == 1 ? " is" : " are") +
+                                       " needed");
+            needed = count;  // what the file lacks too is not missed
         }
         for (int i = 0; i < needed; ++i) {
             const mmPoint& point = after_.points.points[i];
@@ -336,7 +339,7 @@ class EntityEditor {
 
     void movePoint(const Record& record, int x, const mmPoint& way) {
         const auto move = [&](int code, double by) {
-            const std::size_t at = record.find(code);
+            const std::size_t at = record.findLast(code);
             if (by == 0 || at == Record::npos) return;
             const Pair& pair = record.pairs[at];
             const double number = value(pair).real().value_or(0) + by;
@@ -355,8 +358,8 @@ class EntityEditor {
         const std::size_t columns = record_.find(75);
         if (columns != Record::npos && rotation != Record::npos && rotation > columns)
             rotation = Record::npos;  // the height of a column
-        const std::size_t x = record_.find(11);
-        const std::size_t y = record_.find(21);
+        const std::size_t x = record_.findLast(11);
+        const std::size_t y = record_.findLast(21);
         const bool directed = x != Record::npos && y != Record::npos;
         if (directed) {
             const auto put = [&](std::size_t at, double number) {
@@ -409,7 +412,7 @@ class EntityEditor {
 
     void setClosed(const VmDb2DPolyline& before, const VmDb2DPolyline& after) {
         if ((before.closed != 0) == (after.closed != 0)) return;
-        const std::size_t at = record_.find(70);
+        const std::size_t at = record_.findLast(70);
         const std::int32_t flags =
             at == Record::npos ? 0 : value(record_.pairs[at]).integer().value_or(0);
         setInteger(record_, 70, flags, (flags & ~1) | (after.closed != 0 ? 1 : 0),
@@ -735,7 +738,7 @@ void EntityEditor::appendVertexRecord(std::string& out, const Record* like,
     putReal(*like, 10, point.x, vertexOrder);
     putReal(*like, 20, point.y, vertexOrder);
     const auto oldOf = [&](int code) {
-        const std::size_t at = like->find(code);
+        const std::size_t at = like->findLast(code);
         return at == Record::npos ? 0 : value(like->pairs[at]).real().value_or(0);
     };
     setReal(*like, 30, oldOf(30), point.z, vertexOrder);

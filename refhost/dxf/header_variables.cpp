@@ -129,25 +129,47 @@ std::vector<Change> variableChanges(const HeaderRow& row, const Target& target, 
                                     const Variables& variables) {
     std::vector<Change> changes;
     const Source& source = target.source;
+    std::vector<Pair> pairs;
     PairReader reader = source.reader(values);
     Pair pair;
-    while (reader.next(pair)) {
-        const Value old = source.value(pair);
-        const auto replace = [&](std::string bytes) {
-            changes.push_back({{pair.valueBegin, pair.valueEnd}, std::move(bytes)});
-        };
-        if (isPlainText(row)) {
-            if (pair.code == row.code)
-                replace(source.codec.encode(variables.text(wide(row.name)), old.raw()));
-            continue;
+    while (reader.next(pair)) pairs.push_back(pair);
+    // The last one of a code counts.
+    const auto put = [&](int code, auto bytesLike, auto append) {
+        const auto found = std::find_if(pairs.rbegin(), pairs.rend(),
+                                        [&](const Pair& other) { return other.code == code; });
+        if (found != pairs.rend()) {
+            changes.push_back(
+                {{found->valueBegin, found->valueEnd}, bytesLike(source.value(*found))});
+            return;
         }
-        forEachNumber(row, variables, [&](int code, double number) {
-            if (code != pair.code || old.real() == number) return;
-            replace(valueTypeOf(code) == ValueType::real
-                        ? realLike(old, source.form, code, number)
-                        : integerLike(old, source.form, code, static_cast<std::int64_t>(number)));
-        });
+        std::string bytes;
+        append(bytes);
+        changes.push_back({{values.end, values.end}, std::move(bytes)});
+    };
+    if (isPlainText(row)) {
+        const std::u16string text = variables.text(wide(row.name));
+        put(
+            row.code, [&](const Value& old) { return source.codec.encode(text, old.raw()); },
+            [&](std::string& out) {
+                appendText(out, target.style, row.code, source.codec.encode(text));
+            });
+        return changes;
     }
+    forEachNumber(row, variables, [&](int code, double number) {
+        const bool isReal = valueTypeOf(code) == ValueType::real;
+        const auto whole = static_cast<std::int64_t>(number);
+        put(
+            code,
+            [&](const Value& old) {
+                if (old.real() == number) return std::string(old.raw());
+                return isReal ? realLike(old, source.form, code, number)
+                              : integerLike(old, source.form, code, whole);
+            },
+            [&](std::string& out) {
+                if (isReal) appendReal(out, target.style, code, number);
+                else appendInteger(out, target.style, code, whole);
+            });
+    });
     return changes;
 }
 

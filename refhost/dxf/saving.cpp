@@ -328,7 +328,7 @@ class Saving {
     // in this order, behind the tables.
     void newSections() {
         const Section* blocks = structure_.findSection("BLOCKS");
-        const Section* entities = structure_.findSection("ENTITIES");
+        const Section* entities = structure_.findLastSection("ENTITIES");
         if (!newBlocks_.empty() && blocks != nullptr)
             insert(blocks->end, std::move(newBlocks_), Rank::inSection);
         else if (!newBlocks_.empty())
@@ -407,7 +407,7 @@ class Saving {
         const Record& record = records.front();
         const Style style = Style::of(source_.bytes, source_.form, span, document_.style_);
         const auto putInteger = [&](int code, std::int32_t number) {
-            const std::size_t at = record.find(code);
+            const std::size_t at = record.findLast(code);
             if (at != Record::npos) {
                 const Pair& pair = record.pairs[at];
                 changes.push_back({{pair.valueBegin, pair.valueEnd},
@@ -421,7 +421,7 @@ class Saving {
             changes.push_back({{place, place}, std::move(bytes)});
         };
         const auto putText = [&](int code, std::u16string_view text) {
-            const std::size_t at = record.find(code);
+            const std::size_t at = code == 2 ? record.find(code) : record.findLast(code);
             if (at != Record::npos) {
                 const Pair& pair = record.pairs[at];
                 changes.push_back({{pair.valueBegin, pair.valueEnd},
@@ -436,7 +436,7 @@ class Saving {
         };
         if (before.name != after.name) putText(2, after.name);
         if (flagsOf(before) != flagsOf(after)) {
-            const std::size_t at = record.find(70);
+            const std::size_t at = record.findLast(70);
             const std::int32_t old =
                 at == Record::npos ? 0 : source_.value(record.pairs[at]).integer().value_or(0);
             constexpr std::int32_t ours = 1 | 4;
@@ -472,7 +472,7 @@ class Saving {
             if (isOwn && (record.grouped[i] || !isColour || zero.colour != layer.colour)) continue;
             changes.push_back({{pair.begin, pair.end}, {}});
         }
-        if (const std::size_t at = record.find(70); at != Record::npos) {
+        if (const std::size_t at = record.findLast(70); at != Record::npos) {
             const Pair& pair = record.pairs[at];
             std::erase_if(changes, [&](const Change& change) {
                 return change.replaced.begin == pair.valueBegin;
@@ -560,7 +560,7 @@ class Saving {
         const Style style = Style::of(source_.bytes, source_.form, head.span, document_.style_);
         const auto put = [&](int code, double number) {
             if (!std::isfinite(number)) throw NotRepresentable(unwritableBase);
-            if (const std::size_t at = head.find(code); at != Record::npos) {
+            if (const std::size_t at = head.findLast(code); at != Record::npos) {
                 const Pair& pair = head.pairs[at];
                 const Value value = source_.value(pair);
                 if (value.real() != number)
@@ -639,6 +639,11 @@ class Saving {
         return true;
     }
 
+    // Behind the variables: what else stands in the section begins there.
+    [[nodiscard]] std::uint64_t headerEnd(const Section& header) const {
+        return structure_.variables.empty() ? header.end : structure_.variables.back().values.end;
+    }
+
     void variables() {
         // What the file said, for comparison.
         Variables before;
@@ -659,7 +664,7 @@ class Saving {
                 notes_.push_back(std::string(row.name) + " is not kept: files of version " +
                                  document_.version_.name() + " have no such variable");
             else
-                insert(header->end, variablePairs(row, target_, drawing_.variables),
+                insert(headerEnd(*header), variablePairs(row, target_, drawing_.variables),
                        Rank::inSection);
         }
     }
@@ -679,7 +684,7 @@ class Saving {
         std::string out;
         appendText(out, document_.style_, 9, "$HANDSEED");
         appendText(out, document_.style_, 5, text);
-        insert(header->end, std::move(out), Rank::inSection);
+        insert(headerEnd(*header), std::move(out), Rank::inSection);
     }
 
     // --- The whole ---

@@ -443,6 +443,11 @@ class Scanner {
             return;
         }
         closeSequence(record_.span.begin);
+        for (const std::string_view frame : {"BLOCK", "ENDBLK", "TABLE", "ENDTAB"})
+            if (record_.type == frame) {
+                unexpected("an entity");
+                return drop(record_.span);
+            }
         if (record_.type == "LWPOLYLINE" && record_.heights != record_.vertices) {
             problem(record_.span.begin, "a vertex lacks one of its coordinates");
             return drop(record_.span);
@@ -595,6 +600,11 @@ template <class Rows> auto* named(Rows& rows, std::string_view name) noexcept {
 
 const Section* Structure::findSection(std::string_view name) const noexcept {
     return named(sections, name);
+}
+const Section* Structure::findLastSection(std::string_view name) const noexcept {
+    const auto last = std::find_if(sections.rbegin(), sections.rend(),
+                                   [&](const Section& section) { return section.name == name; });
+    return last == sections.rend() ? nullptr : &*last;
 }
 const Table* Structure::findTable(std::string_view name) const noexcept {
     return named(tables, name);

@@ -84,6 +84,7 @@ struct Structure {
     std::vector<Repair> repairs;    ///< by place
 
     [[nodiscard]] const Section* findSection(std::string_view name) const noexcept;
+    [[nodiscard]] const Section* findLastSection(std::string_view name) const noexcept;
     [[nodiscard]] const Table* findTable(std::string_view name) const noexcept;
     [[nodiscard]] const HeaderVariable* findVariable(std::string_view name) const noexcept;
 };

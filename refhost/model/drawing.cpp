@@ -265,7 +265,9 @@ void Drawing::attach(HostLong id, ExtendedDatum datum) {
     State& state = slots_[static_cast<std::size_t>(slot)].state;
     remember(slot);
     if (!state.extended) state.extended = std::make_unique<std::vector<ExtendedDatum>>();
-    const auto same = std::ranges::find(*state.extended, datum.name, &ExtendedDatum::name);
+    const auto same = std::ranges::find_if(*state.extended, [&](const ExtendedDatum& other) {
+        return sameName(other.name, datum.name);
+    });
     if (same == state.extended->end()) state.extended->push_back(std::move(datum));
     else *same = std::move(datum);
     changed(id);
