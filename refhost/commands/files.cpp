@@ -81,6 +81,14 @@ bool asksToReplace(const CommandContext& context, const std::string& path) {
     return path != context.file.path() && !platform::fileIdentity(path).empty() && asks(context);
 }
 
+// Where to save: what was typed, or the drawing's own file. Empty, and told, when there is neither.
+std::string pathToSave(CommandContext& context, const Input& name) {
+    if (name.is(Input::Kind::text) && !name.text.empty()) return pathNamed(name.text, true);
+    if (context.file.path().empty())
+        tell(context, "cannot save: the drawing has no file name yet", FileError::Kind::unwritable);
+    return context.file.path();
+}
+
 bool isYes(const Input& input) { return input.isKeyword(u"YES"); }
 
 }  // namespace
@@ -121,14 +129,9 @@ CommandRun quit(CommandContext& context) {
 }
 
 CommandRun save(CommandContext& context) {
-    const std::u16string own = fromUtf8(context.file.path());
-    const Input name = co_await context.ask(saveTable[0], own);
-    const bool typed = name.is(Input::Kind::text) && !name.text.empty();
-    if (!typed && own.empty()) {
-        tell(context, "cannot save: the drawing has no file name yet", FileError::Kind::unwritable);
-        co_return;
-    }
-    const std::string path = typed ? pathNamed(name.text, true) : context.file.path();
+    const Input name = co_await context.ask(saveTable[0], fromUtf8(context.file.path()));
+    const std::string path = pathToSave(context, name);
+    if (path.empty()) co_return;
     if (asksToReplace(context, path)) {
         const Input replace = co_await context.ask(saveTable[1]);
         if (!isYes(replace)) co_return;
@@ -140,14 +143,9 @@ CommandRun save(CommandContext& context) {
 }
 
 CommandRun saveAs(CommandContext& context) {
-    const std::u16string own = fromUtf8(context.file.path());
-    const Input name = co_await context.ask(saveAsTable[0], own);
-    const bool typed = name.is(Input::Kind::text) && !name.text.empty();
-    if (!typed && own.empty()) {
-        tell(context, "cannot save: the drawing has no file name yet", FileError::Kind::unwritable);
-        co_return;
-    }
-    const std::string path = typed ? pathNamed(name.text, true) : context.file.path();
+    const Input name = co_await context.ask(saveAsTable[0], fromUtf8(context.file.path()));
+    const std::string path = pathToSave(context, name);
+    if (path.empty()) co_return;
     if (asksToReplace(context, path)) {
         const Input replace = co_await context.ask(saveAsTable[1]);
         if (!isYes(replace)) co_return;

@@ -857,16 +857,8 @@ std::string copyOf(const Target& target, Span span, std::vector<Change> extra, s
     std::ranges::stable_sort(extra, {}, [](const Change& change) {
         return std::pair(change.replaced.begin, change.replaced.end);
     });
-    std::string copy =
-        ChangedBytes(source.bytes.substr(span.begin, span.end - span.begin), std::move(extra))
-            .joined();
-    // A recovered file may lack the end.
-    const bool isSequence = records.size() > 1 || records.front().type == "POLYLINE";
-    if (isSequence && records.front().type != "VERTEX" && records.back().type != "SEQEND") {
-        appendText(copy, target.style, 0, "SEQEND");
-        if (target.hasHandles) appendText(copy, target.style, 5, handleText(target.newHandle()));
-    }
-    return copy;
+    return ChangedBytes(source.bytes.substr(span.begin, span.end - span.begin), std::move(extra))
+        .joined();
 }
 
 void appendEntity(std::string& out, const Target& target, const VmDbObject& object,

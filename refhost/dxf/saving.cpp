@@ -37,11 +37,7 @@ std::int32_t colourOf(const Layer& layer) noexcept {
 std::optional<std::uint64_t> lostRecord(const Structure& structure, std::span<const Change> changes,
                                         std::span<const std::uint64_t> erased) {
     const auto mayGo = [&](std::uint64_t begin) {
-        if (std::ranges::binary_search(erased, begin)) return true;
-        const auto behind =
-            std::ranges::upper_bound(structure.repairs, begin, {},
-                                     [](const Repair& repair) { return repair.replaced.begin; });
-        return behind != structure.repairs.begin() && begin < std::prev(behind)->replaced.end;
+        return std::ranges::binary_search(erased, begin);
     };
     std::optional<std::uint64_t> lost;
     // Records of one part of the file, in their order.
@@ -99,7 +95,7 @@ class Saving {
             blocks();
         } catch (const NotRepresentable& error) {
             fail(std::string("cannot save the drawing: ") + error.what());
-        } catch (const Damage& damage) {  // in a part of a recovered file that nobody has looked at
+        } catch (const Damage& damage) {  // our mistake; it must not end the program and its work
             fail("cannot save the drawing: " + placeOf(source_.bytes, source_.form, damage.offset) +
                  ": " + damage.what());
         }
@@ -109,24 +105,19 @@ class Saving {
         newSections();
         orphans();
         handleSeed();
-        repairs();
         sort();
         checkNothingIsLost();
         return std::move(changes_);
     }
 
   private:
-    // What comes first of that which is put at one place: what is open there is closed from the
-    // inside to the outside, and what is new stands inside what it belongs to.
+    // What comes first of that which is put at one place: what is new stands inside what it belongs
+    // to.
     enum class Rank {
         change,
-        sequenceEnd,
         row,        ///< also what is in a block
-        tableEnd,   ///< and a block's
         inSection,  ///< entities, blocks and tables
-        sectionEnd,
-        section,
-        fileEnd
+        section
     };
 
     struct Placed {
@@ -153,11 +144,6 @@ class Saving {
             const Span& span = one.change.replaced;
             // What lies inside of something that goes, goes too.
             if (!changes_.empty() && span.begin < changes_.back().replaced.end) continue;
-            // Nor is the end of a sequence missing that has gone.
-            if (one.rank == Rank::sequenceEnd && !changes_.empty() &&
-                changes_.back().replaced.end == span.begin &&
-                std::ranges::binary_search(erased_, changes_.back().replaced.begin))
-                continue;
             changes_.push_back(std::move(one.change));
         }
     }
@@ -688,24 +674,6 @@ class Saving {
     }
 
     // --- The whole ---
-
-    // What makes a damaged file whole.
-    void repairs() {
-        for (const Repair& repair : structure_.repairs) {
-            if (repair.record.empty()) {
-                change(repair.replaced, repair.value);
-                continue;
-            }
-            const std::string_view record = repair.record;
-            const Rank rank = record == "SEQEND"   ? Rank::sequenceEnd
-                              : record == "ENDSEC" ? Rank::sectionEnd
-                              : record == "EOF"    ? Rank::fileEnd
-                                                   : Rank::tableEnd;
-            std::string bytes;
-            appendText(bytes, document_.style_, 0, record);
-            insert(repair.replaced.begin, std::move(bytes), rank);
-        }
-    }
 
     // No record may go that nobody erased, whatever mistake we have made.
     void checkNothingIsLost() {

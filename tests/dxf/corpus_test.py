@@ -985,6 +985,14 @@ def check_large(vlisp, entry, path, out):
     expect(code == 0, "e: info ends with %d: %s" % (code, messages.strip()[:200]))
     types = json.loads(output)["entities"]["types"]
     expect(types == entry["counts"], "e: info counts", types)
+    # Open, it takes at most three times the file's size, beside what the program itself takes.
+    child = subprocess.Popen([vlisp.path, "eval", "--drawing", path, "(princ)"],
+                             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(child.pid, 0)
+    child.returncode = os.waitstatus_to_exitcode(status)
+    own = 16 << 20
+    expect(child.returncode == 0 and usage.ru_maxrss * 1024 <= 3 * len(data) + own,
+           "memory: %d KiB for %d bytes" % (usage.ru_maxrss, len(data)))
     # The first entity is a circle.
     vlisp.evaluate(path, out, *HELPERS, "(change 0 '((40 . 7.0625)))")
     at = data.index(b" 40\n") + len(b" 40\n")
