@@ -25,19 +25,17 @@ class ElementEquality {
             const Cell pair[] = {element, sought_};
             return eq(pair);
         }
-        const CallScope scope(Environment::make(&GlobalEnvironment()));
-        scope->Bind(p1_, element);
-        scope->Bind(p2_, sought_);
-        ErrorBuffer dropped;
-        return Eval(Cell::list({Cell::symbol(eq_), Cell::symbol(p1_), Cell::symbol(p2_)}), *scope,
-                    dropped);
+        const Cell p1 = Cell::symbol(u"P1");
+        const Cell p2 = Cell::symbol(u"P2");
+        const Cell form = Cell::list({Cell::symbol(u"LAMBDA"), Cell::list({p1, p2}),
+                                      Cell::list({Cell::symbol(eq_), p1, p2})});
+        const Cell pair[] = {element, sought_};
+        return FunctionBody(form)(pair);
     }
 
   private:
     const Cell& sought_;
     SymbolRef eq_ = intern(u"EQ");
-    SymbolRef p1_ = intern(u"P1");
-    SymbolRef p2_ = intern(u"P2");
 };
 
 // The elements of `items` for which `keep` is true. `items` belongs to the arguments of the call
@@ -99,12 +97,9 @@ Cell vlRemoveIf(Arguments arguments) {
     if (predicate.size() < 3) return NilCell;
     // On purpose: the body is evaluated directly, once an element, in a scope that sees the
     // parameter and the global names but not the locals of any caller.
-    return kept(arguments[1].items(), [&](const Cell& element) {
-        const CallScope scope(
-            Environment::make(predicate[1].items(), Arguments(&element, 1), &GlobalEnvironment()));
-        ErrorBuffer dropped;
-        return IsFalse(Eval(predicate[2], *scope, dropped));
-    });
+    FunctionBody body(arguments[0]);
+    return kept(arguments[1].items(),
+                [&](const Cell& element) { return IsFalse(body(Arguments(&element, 1))); });
 }
 
 }  // namespace vlisp

@@ -6,10 +6,12 @@
 #include "builtins/geometry.h"
 #include "builtins/lists.h"
 #include "builtins/strings.h"
+#include "core/intrinsics.h"
 
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace vlisp {
 namespace {
@@ -221,6 +223,17 @@ BuiltinProc procOf(const BuiltinRow& row, std::span<const ProvidedBuiltin> provi
     return nullptr;
 }
 
+// What the machine does itself as long as the name is bound to the built-in.
+constexpr std::pair<Intrinsic, const char*> intrinsicNames[] = {
+    {Intrinsic::add, "+"},          {Intrinsic::subtract, "-"},  {Intrinsic::multiply, "*"},
+    {Intrinsic::divide, "/"},       {Intrinsic::less, "<"},      {Intrinsic::greater, ">"},
+    {Intrinsic::lessOrEqual, "<="}, {Intrinsic::equalSign, "="}, {Intrinsic::equal, "EQUAL"},
+    {Intrinsic::eq, "EQ"},          {Intrinsic::notEqual, "/="}, {Intrinsic::car, "CAR"},
+    {Intrinsic::cdr, "CDR"},        {Intrinsic::cadr, "CADR"},   {Intrinsic::nth, "NTH"},
+    {Intrinsic::cons, "CONS"},      {Intrinsic::length, "LENGTH"},
+    {Intrinsic::nullp, "NULLP"},    {Intrinsic::listp, "LISTP"},
+};
+
 }  // namespace
 
 void RegisterBuiltins(Environment& global, std::span<const ProvidedBuiltin> provided) {
@@ -230,6 +243,8 @@ void RegisterBuiltins(Environment& global, std::span<const ProvidedBuiltin> prov
     global.Bind(intern(u"nil"), FalseCell);
     global.Bind(intern(u"T"), TrueCell);
     global.Bind(intern(u"."), DotCell);
+    for (const auto& [intrinsic, name] : intrinsicNames)
+        intrinsics::declare(intrinsic, wide(name), findBuiltin(name)->proc);
     for (const BuiltinRow& row : rows)
         if (const BuiltinProc proc = procOf(row, provided))
             global.Bind(intern(wide(row.name)), Cell::builtin(proc));

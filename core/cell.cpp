@@ -1,9 +1,11 @@
 // Cells: the fields, the makers and the constants. See cell.h.
 #include "core/cell.h"
 
+#include "core/code.h"
 #include "core/environment.h"
 #include "platform/text.h"
 
+#include <cassert>
 #include <cstdio>
 #include <vector>
 
@@ -146,6 +148,7 @@ std::string dumpCell(const Cell& cell) {
     static constexpr const char* names[] = {"Symbol", "Integer",    "Real",
                                             "String", "List",       "Proc",
                                             "Lambda", "EntityName", "SelectionSet"};
+    assert(!cell.isUnbound());
     char numbers[400];
     std::snprintf(numbers, sizeof numbers,
                   "realValue %.17g, intValue %d, items %zu, proc %s, env %s", cell.realValue(),

@@ -33,6 +33,7 @@
 #include "core/symbol.h"
 
 #include <cstdint>
+#include <new>
 #include <span>
 #include <string>
 #include <string_view>
@@ -40,6 +41,7 @@
 namespace vlisp {
 
 class Cell;
+class Code;
 class Environment;
 
 /// The tags are part of the design: programs of the host switch on the numbers.
@@ -90,6 +92,10 @@ class Cell {
         std::swap(head_, other.head_);
         std::swap(body_, other.body_);
     }
+
+    /// What stands where nothing is bound: never a value, never seen outside scopes and machine.
+    static Cell unbound() noexcept { return Cell(static_cast<CellType>(unboundTag), nullptr, 0); }
+    [[nodiscard]] bool isUnbound() const noexcept { return head_ == unboundTag; }
 
     // What it is.
     [[nodiscard]] CellType type() const noexcept { return static_cast<CellType>(head_ & typeMask); }
@@ -165,6 +171,7 @@ class Cell {
 
   private:
     static constexpr std::uintptr_t typeMask = 15;
+    static constexpr std::uintptr_t unboundTag = 15;
 
     Cell(CellType type, HeapObject* counted, std::uint64_t body) noexcept
         : head_(reinterpret_cast<std::uintptr_t>(counted) | static_cast<std::uintptr_t>(type)),
@@ -206,12 +213,23 @@ struct LambdaData final : HeapObject {
     CellSlice form;
     Ref<Environment> scope;
     SymbolRef name;
+    Ref<Code> code;  ///< the form's, for this scope; null until the first call (evaluator.h)
 };
 
-/// Lets the scope collector see what a cell holds (scope_collector.cpp).
+/// Lets the scope collector and the machine see the two words of a cell.
 struct CellInspector {
     static HeapObject* object(const Cell& cell) noexcept { return cell.object(); }
+    static std::uintptr_t& head(Cell& cell) noexcept { return cell.head_; }
+    static std::uintptr_t head(const Cell& cell) noexcept { return cell.head_; }
+    static std::uint64_t& body(Cell& cell) noexcept { return cell.body_; }
+    static std::uint64_t body(const Cell& cell) noexcept { return cell.body_; }
 };
+
+/// Where the global scope keeps the value of a name; an unbound cell when it binds none.
+[[nodiscard]] inline Cell& globalPlace(SymbolData& name) noexcept {
+    static_assert(sizeof name.global == sizeof(Cell) && alignof(Cell) <= alignof(std::uint64_t));
+    return *std::launder(reinterpret_cast<Cell*>(name.global));
+}
 
 // The constant cells: they exist for the whole life of the program and never change.
 extern const Cell NilCell;    ///< what carries nothing; a Symbol with text "nil"

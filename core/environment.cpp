@@ -1,6 +1,7 @@
 // Scopes. See environment.h.
 #include "core/environment.h"
 
+#include "core/intrinsics.h"
 #include "core/scope_collector.h"
 
 #include <algorithm>
@@ -8,17 +9,65 @@
 
 namespace vlisp {
 namespace {
+
 Environment* globalScope = nullptr;
+
+constexpr std::size_t mostWithoutIndex = 12;
+
+}  // namespace
+
+SymbolData& symbolOrEmpty(const SymbolData* name) noexcept {
+    static SymbolData empty(0, 0);
+    // The names are not const themselves: cells merely look at them.
+    return name != nullptr ? *const_cast<SymbolData*>(name) : empty;  // NOLINT(*-const-cast)
 }
 
-Environment::Environment(Environment* outer) noexcept
-    : HeapObject(ObjectKind::environment), outer_(outer) {
+// --- Shapes ---
+
+ScopeShape::ScopeShape(Ref<ScopeShape> outer) noexcept
+    : HeapObject(ObjectKind::shape), outer_(std::move(outer)) {}
+
+Ref<ScopeShape> ScopeShape::make(Ref<ScopeShape> outer) {
+    return Ref(new (heap::allocate(sizeof(ScopeShape))) ScopeShape(std::move(outer)));
+}
+
+std::uint32_t ScopeShape::find(const SymbolData* name) const noexcept {
+    if (!index_.empty()) {
+        const auto found = index_.find(name);
+        return found == index_.end() ? none : found->second;
+    }
+    for (std::size_t i = 0; i < slots_.size(); ++i)
+        if (slots_[i].name.get() == name) return static_cast<std::uint32_t>(i);
+    return none;
+}
+
+std::uint32_t ScopeShape::add(SymbolRef name, bool alwaysBound) {
+    if (const std::uint32_t present = find(name.get()); present != none) return present;
+    slots_.push_back({std::move(name), alwaysBound});
+    if (slots_.size() > mostWithoutIndex)
+        for (std::size_t i = index_.size(); i < slots_.size(); ++i)
+            index_.emplace(slots_[i].name.get(), static_cast<std::uint32_t>(i));
+    return static_cast<std::uint32_t>(slots_.size() - 1);
+}
+
+// --- Scopes ---
+
+Environment::Environment(Environment* outer, ScopeShape* shape) noexcept
+    : HeapObject(ObjectKind::environment), outer_(outer), shape_(shape) {
+    for (std::uint32_t i = 0; i < slotCount(); ++i) std::construct_at(slots() + i, Cell::unbound());
     scope_collector::enlist(*this);
 }
 
 Environment::~Environment() {
     scope_collector::strike(*this);
-    heap::discharge(charged_);
+    for (std::uint32_t i = 0; i < slotCount(); ++i) std::destroy_at(slots() + i);
+    if (rest_ != nullptr) heap::discharge(rest_->charged);
+}
+
+void Environment::destroy(Environment* scope) noexcept {
+    const std::size_t bytes = sizeof(Environment) + scope->slotCount() * sizeof(Cell);
+    scope->~Environment();
+    heap::release(scope, bytes);
 }
 
 CallScope::~CallScope() {
@@ -26,7 +75,7 @@ CallScope::~CallScope() {
 }
 
 Ref<Environment> Environment::make(Environment* outer) {
-    return Ref(new (heap::allocate(sizeof(Environment))) Environment(outer));
+    return Ref(new (heap::allocate(sizeof(Environment))) Environment(outer, nullptr));
 }
 
 Ref<Environment> Environment::make(Items parameters, Arguments arguments, Environment* outer) {
@@ -36,51 +85,116 @@ Ref<Environment> Environment::make(Items parameters, Arguments arguments, Enviro
     return scope;
 }
 
+Ref<Environment> Environment::make(ScopeShape& shape, Environment* outer) {
+    const std::size_t bytes = sizeof(Environment) + shape.slots().size() * sizeof(Cell);
+    return Ref(new (heap::allocate(bytes)) Environment(outer, &shape));
+}
+
 Cell* Environment::find(const SymbolData* name) noexcept {
-    if (index_.empty()) {
-        for (Binding& binding : bindings_)
+    if (isGlobal_) {
+        Cell& place = globalPlace(symbolOrEmpty(name));
+        return place.isUnbound() ? nullptr : &place;
+    }
+    if (shape_) {
+        const std::uint32_t slot = shape_->find(name);
+        if (slot != ScopeShape::none && !slots()[slot].isUnbound()) return &slots()[slot];
+    }
+    return rest_ != nullptr ? rest_->find(name) : nullptr;
+}
+
+// The old value is always released last: taking it apart must not meet a half-made binding.
+void Environment::Bind(SymbolRef name, Cell value) {
+    if (isGlobal_) {
+        SymbolData& symbol = symbolOrEmpty(name.get());
+        if (globalPlace(symbol).isUnbound()) {
+            if (rest_ == nullptr) rest_ = std::make_unique<Bindings>();
+            rest_->insert(std::move(name), Cell());
+        }
+        globalPlace(symbol).swap(value);
+        if (symbol.intrinsic != 0) intrinsics::refresh(symbol);
+        return;
+    }
+    if (shape_) {
+        const std::uint32_t slot = shape_->find(name.get());
+        if (slot != ScopeShape::none) return slots()[slot].swap(value);
+    }
+    if (rest_ == nullptr) rest_ = std::make_unique<Bindings>();
+    if (Cell* present = rest_->find(name.get())) return present->swap(value);
+    rest_->insert(std::move(name), std::move(value));
+}
+
+Cell* Environment::Bindings::find(const SymbolData* name) noexcept {
+    if (index.empty()) {
+        for (Binding& binding : list)
             if (binding.name.get() == name) return &binding.value;
         return nullptr;
     }
-    const auto found = index_.find(name);
-    return found == index_.end() ? nullptr : &bindings_[found->second].value;
-}
-
-void Environment::Bind(SymbolRef name, Cell value) {
-    if (Cell* present = find(name.get())) {
-        // The old value is released last: taking it apart must not meet a half-made binding.
-        present->swap(value);
-        return;
-    }
-    insert(std::move(name), std::move(value));
+    const auto found = index.find(name);
+    return found == index.end() ? nullptr : &list[found->second].value;
 }
 
 // Everything that can fail comes before anything that is seen.
-void Environment::insert(SymbolRef name, Cell value) {
-    if (bindings_.size() == bindings_.capacity()) {
-        const std::size_t capacity = std::max<std::size_t>(2, bindings_.size() * 2);
-        const std::size_t more = capacity * sizeof(Binding) - charged_;
+void Environment::Bindings::insert(SymbolRef name, Cell value) {
+    if (list.size() == list.capacity()) {
+        const std::size_t capacity = std::max<std::size_t>(2, list.size() * 2);
+        const std::size_t more = capacity * sizeof(Binding) - charged;
         heap::charge(more);
-        charged_ += more;
-        bindings_.reserve(capacity);
+        charged += more;
+        list.reserve(capacity);
     }
-    const auto at = static_cast<std::uint32_t>(bindings_.size());
-    if (!index_.empty()) {
-        index_.emplace(name.get(), at);
-    } else if (at >= mostWithoutIndex) {
-        std::unordered_map<const SymbolData*, std::uint32_t> index;
-        for (std::uint32_t i = 0; i < at; ++i) index.emplace(bindings_[i].name.get(), i);
+    const auto at = static_cast<std::uint32_t>(list.size());
+    if (!index.empty()) {
         index.emplace(name.get(), at);
-        index_.swap(index);
+    } else if (at >= mostWithoutIndex) {
+        std::unordered_map<const SymbolData*, std::uint32_t> all;
+        for (std::uint32_t i = 0; i < at; ++i) all.emplace(list[i].name.get(), i);
+        all.emplace(name.get(), at);
+        index.swap(all);
     }
-    bindings_.push_back({std::move(name), std::move(value)});
+    list.push_back({std::move(name), std::move(value)});
+}
+
+std::vector<Environment::Binding> Environment::bindings() const {
+    std::vector<Binding> all;
+    for (std::uint32_t i = 0; i < slotCount(); ++i)
+        if (!slots()[i].isUnbound()) all.push_back({shape_->slots()[i].name, slots()[i]});
+    if (rest_ == nullptr) return all;
+    for (const Binding& binding : rest_->list) {
+        const Cell& value =
+            isGlobal_ ? globalPlace(symbolOrEmpty(binding.name.get())) : binding.value;
+        all.push_back({binding.name, value});
+    }
+    return all;
 }
 
 void Environment::clear() noexcept {
-    std::vector<Binding> taken;
-    taken.swap(bindings_);
-    index_.clear();
-    heap::discharge(std::exchange(charged_, 0));
+    if (isGlobal_) keepInBindings();
+    std::unique_ptr<Bindings> taken = std::move(rest_);
+    if (taken != nullptr) heap::discharge(taken->charged);
+    for (std::uint32_t i = 0; i < slotCount(); ++i) {
+        Cell value = Cell::unbound();
+        slots()[i].swap(value);
+    }
+    if (isGlobal_) keepInNames();
+}
+
+void Environment::keepInNames() noexcept {
+    if (rest_ == nullptr) return;
+    for (Binding& binding : rest_->list) {
+        SymbolData& symbol = symbolOrEmpty(binding.name.get());
+        globalPlace(symbol) = std::move(binding.value);
+        if (symbol.intrinsic != 0) intrinsics::refresh(symbol);
+    }
+}
+
+void Environment::keepInBindings() noexcept {
+    if (rest_ == nullptr) return;
+    for (Binding& binding : rest_->list) {
+        SymbolData& symbol = symbolOrEmpty(binding.name.get());
+        binding.value = Cell::unbound();
+        binding.value.swap(globalPlace(symbol));
+        if (symbol.intrinsic != 0) intrinsics::refresh(symbol);
+    }
 }
 
 Environment& FindScope(Environment& scope, const SymbolData* name, ErrorBuffer& error,
@@ -104,6 +218,15 @@ Environment& GlobalEnvironment() {
     return *globalScope;
 }
 
-void setGlobalEnvironment(Environment* scope) noexcept { globalScope = scope; }
+void setGlobalEnvironment(Environment* scope) noexcept {
+    if (globalScope != nullptr) {
+        globalScope->keepInBindings();
+        globalScope->isGlobal_ = false;
+    }
+    globalScope = scope;
+    if (scope == nullptr) return;
+    scope->isGlobal_ = true;
+    scope->keepInNames();
+}
 
 }  // namespace vlisp

@@ -3,6 +3,13 @@
 // fails, it reports.
 // Tests: tests/core/environment_test.cpp, tests/core/scope_collector_test.cpp.
 //
+// Where the values lie depends on who made the scope:
+//
+//   the global one     in the names themselves (globalPlace in cell.h), found without a search
+//   of a call          in a row of slots whose names a ScopeShape tells; made by the machine for
+//                      functions that make closures
+//   any other          in a list of bindings, to which anything can be added
+//
 // A scope is counted: the call that made it holds it, and so does every closure made in it. A
 // closure kept in the scope that it was made in is a cycle; scope_collector.h breaks those.
 #pragma once
@@ -10,11 +17,42 @@
 #include "core/cell.h"
 #include "core/error_buffer.h"
 
-#include <string>
+#include <memory>
 #include <unordered_map>
 #include <vector>
 
 namespace vlisp {
+
+/// The names that the scopes of one function can ever hold, a slot each, and those around it.
+class ScopeShape final : public HeapObject {
+  public:
+    struct Slot {
+        SymbolRef name;
+        /// Bound before anything in the function can look: a parameter, or a local of a DEFUN.
+        bool alwaysBound = false;
+    };
+
+    static Ref<ScopeShape> make(Ref<ScopeShape> outer);
+    explicit ScopeShape(Ref<ScopeShape> outer) noexcept;
+
+    static constexpr std::uint32_t none = 0xffffffff;
+    /// The slot of `name`, or none.
+    [[nodiscard]] std::uint32_t find(const SymbolData* name) const noexcept;
+    /// The slot of `name`, made when there is none.
+    std::uint32_t add(SymbolRef name, bool alwaysBound);
+
+    [[nodiscard]] const std::vector<Slot>& slots() const noexcept { return slots_; }
+    /// The shape of the scope around; null for the global one.
+    [[nodiscard]] const ScopeShape* outer() const noexcept { return outer_.get(); }
+
+    /// The scope's names are not known beforehand: they must be searched when they are needed.
+    bool open = false;
+
+  private:
+    std::vector<Slot> slots_;
+    std::unordered_map<const SymbolData*, std::uint32_t> index_;  // once there are many
+    Ref<ScopeShape> outer_;
+};
 
 class Environment final : public HeapObject {
   public:
@@ -23,7 +61,7 @@ class Environment final : public HeapObject {
         Cell value;
     };
 
-    /// An empty scope inside `outer`; null makes a global one.
+    /// An empty scope inside `outer`; null makes an outermost one.
     static Ref<Environment> make(Environment* outer);
 
     /// A scope for a call: each parameter's text is bound to the argument at its position. A name
@@ -31,10 +69,19 @@ class Environment final : public HeapObject {
     /// argument is bound to nil.
     static Ref<Environment> make(Items parameters, Arguments arguments, Environment* outer);
 
-    explicit Environment(Environment* outer) noexcept;
+    /// A scope with a slot for each name of `shape`, all of them unbound.
+    static Ref<Environment> make(ScopeShape& shape, Environment* outer);
+
+    Environment(Environment* outer, ScopeShape* shape) noexcept;
     ~Environment();
+    static void destroy(Environment* scope) noexcept;
 
     [[nodiscard]] Environment* outer() const noexcept { return outer_.get(); }
+    [[nodiscard]] ScopeShape* shape() const noexcept { return shape_.get(); }
+    [[nodiscard]] bool isGlobal() const noexcept { return isGlobal_; }
+
+    /// The values, in the order of the shape's slots.
+    [[nodiscard]] Cell* slots() noexcept { return reinterpret_cast<Cell*>(this + 1); }
 
     /// The value bound to `name` in this scope alone, or null. The pointer is valid until the next
     /// Bind in this scope.
@@ -44,7 +91,10 @@ class Environment final : public HeapObject {
     void Bind(SymbolRef name, Cell value);
 
     /// All bindings, in no particular order.
-    [[nodiscard]] const std::vector<Binding>& bindings() const noexcept { return bindings_; }
+    [[nodiscard]] std::vector<Binding> bindings() const;
+
+    /// Calls `visit` with every value that is bound.
+    template <class Visit> void forEachValue(Visit visit) const;
 
     /// Lets go of all bindings; what they held is released after they have become unreachable.
     void clear() noexcept;
@@ -54,14 +104,23 @@ class Environment final : public HeapObject {
     Environment* nextLiving = nullptr;
 
   private:
-    static constexpr std::size_t mostWithoutIndex = 12;
+    friend void setGlobalEnvironment(Environment* scope) noexcept;
 
-    void insert(SymbolRef name, Cell value);
+    struct Bindings;
+
+    [[nodiscard]] std::uint32_t slotCount() const noexcept {
+        return shape_ ? static_cast<std::uint32_t>(shape_->slots().size()) : 0;
+    }
+    [[nodiscard]] const Cell* slots() const noexcept {
+        return reinterpret_cast<const Cell*>(this + 1);
+    }
+    void keepInNames() noexcept;
+    void keepInBindings() noexcept;
 
     Ref<Environment> outer_;
-    std::vector<Binding> bindings_;
-    std::unordered_map<const SymbolData*, std::uint32_t> index_;
-    std::size_t charged_ = 0;  // bytes of the bindings, as counted in the heap's budget
+    Ref<ScopeShape> shape_;
+    std::unique_ptr<Bindings> rest_;  // what has no slot; of the global scope the names alone
+    bool isGlobal_ = false;
 };
 
 /// The scope of one call, let go of at its end. Tells the collector when something else still
@@ -90,7 +149,30 @@ Environment& FindScope(Environment& scope, const SymbolData* name, ErrorBuffer& 
 /// Exists while an InterpreterSession does.
 Environment& GlobalEnvironment();
 
-/// Called by the session that owns it; null when the session ends.
+/// Called by the session that owns it; null when the session ends. The scope's values move into
+/// their names, and those of the former global scope back into it.
 void setGlobalEnvironment(Environment* scope) noexcept;
+
+/// The symbol that stands for `name` where an object is needed: of the empty name, too.
+[[nodiscard]] SymbolData& symbolOrEmpty(const SymbolData* name) noexcept;
+
+// --- Details ---
+
+struct Environment::Bindings {
+    std::vector<Binding> list;
+    std::unordered_map<const SymbolData*, std::uint32_t> index;  // once there are many
+    std::size_t charged = 0;  // bytes of the list, as counted in the heap's budget
+
+    [[nodiscard]] Cell* find(const SymbolData* name) noexcept;
+    void insert(SymbolRef name, Cell value);
+};
+
+template <class Visit> void Environment::forEachValue(Visit visit) const {
+    for (std::uint32_t i = 0; i < slotCount(); ++i)
+        if (!slots()[i].isUnbound()) visit(slots()[i]);
+    if (rest_ == nullptr) return;
+    for (const Binding& binding : rest_->list)
+        visit(isGlobal_ ? globalPlace(symbolOrEmpty(binding.name.get())) : binding.value);
+}
 
 }  // namespace vlisp

@@ -1,274 +1,74 @@
-// The literal evaluator: forms as short functions, recursion as recursion. See evaluator.h.
+// Evaluating: a form is translated and run. See evaluator.h; translator.h and machine.h do the work.
 #include "core/evaluator.h"
 
+#include "core/code_cache.h"
 #include "core/interruption.h"
-#include "core/printer.h"
-#include "core/reader.h"
+#include "core/machine.h"
+#include "core/translator.h"
 #include "platform/system.h"
 
 #include <array>
-#include <vector>
+#include <string>
 
 namespace vlisp {
 namespace {
 
-HostPort* commandPort = nullptr;
-
-// A form being evaluated: its elements, and where and under which error buffer. The elements stay
-// valid as long as the cell that the form was read from lives.
-struct Form {
-    const Cell& cell;
-    Items elements;
-    Environment& scope;
-    ErrorBuffer& error;
-
-    [[nodiscard]] std::size_t size() const noexcept { return elements.size(); }
-
-    /// Element i, or nil where the form is too short.
-    [[nodiscard]] const Cell& element(std::size_t i) const noexcept {
-        return i < size() ? elements[i] : NilCell;
-    }
-
-    /// The value of element i, nil where the form is too short.
-    Cell value(std::size_t i) const {
-        return i < size() ? Eval(elements[i], scope, error) : NilCell;
-    }
-
-    /// Evaluates elements `from` to the end in order and returns the last value.
-    Cell valueOfRest(std::size_t from, Cell ifNone) const {
-        for (std::size_t i = from; i < size(); ++i) ifNone = value(i);
-        return ifNone;
-    }
-};
-
-Cell quote(const Form& form) { return form.element(1); }
-
-Cell ifForm(const Form& form) {
-    if (IsFalse(form.value(1))) return form.value(3);
-    return form.value(2);
-}
-
-Cell cond(const Form& form) {
-    Cell remembered;
-    for (std::size_t i = 1; i < form.size(); ++i) {
-        const Form clause{form.elements[i], form.elements[i].items(), form.scope, form.error};
-        remembered = clause.value(0);
-        const bool success = !IsFalse(remembered);
-        for (std::size_t k = 1; k < clause.size(); ++k)
-            remembered = success ? clause.value(k) : Eval(NilCell, form.scope, form.error);
-        if (success) break;
-    }
-    return remembered;
-}
-
-Cell notForm(const Form& form) {
-    if (form.size() < 2) return NilCell;
-    return IsFalse(form.value(1)) ? TrueCell : NilCell;
-}
-
-// On purpose: the outcome follows the first argument alone; the others are evaluated for their
-// effects.
-Cell orForm(const Form& form) {
-    const bool isFalse = IsFalse(form.value(1));
-    for (std::size_t i = 2; i < form.size(); ++i) form.value(i);
-    return isFalse ? NilCell : TrueCell;
-}
-
-// On purpose: all arguments are evaluated; nothing is cut short.
-Cell andForm(const Form& form) {
-    bool isFalse = IsFalse(form.value(1));
-    for (std::size_t i = 2; i < form.size(); ++i)
-        if (IsFalse(form.value(i))) isFalse = true;
-    return isFalse ? NilCell : TrueCell;
-}
-
-Cell whileForm(const Form& form) {
-    while (!IsFalse(form.value(1)) && !interruption::pending()) form.valueOfRest(2, NilCell);
-    return NilCell;
-}
-
-Cell repeat(const Form& form) {
-    const Cell count = form.value(1);
-    Cell result = NilCell;
-    if (!count.is(CellType::Integer)) return result;
-    for (std::int32_t i = 0; i < count.intValue() && !interruption::pending(); ++i)
-        result = form.valueOfRest(2, NilCell);
-    return result;
-}
-
-void assign(SymbolRef name, const Cell& value, Environment& scope, ErrorBuffer& error) {
-    Environment& holder = FindScope(scope, name.get(), error);
-    holder.Bind(std::move(name), value);
-    // On purpose: this discards the message of a first assignment, and any that evaluating the
-    // value left: (setq x nil) is how programs write "x is false".
-    error.clear();
-}
-
-Cell setq(const Form& form) {
-    Cell last;
-    for (std::size_t i = 1; i < form.size(); i += 2) {
-        last = form.value(i + 1);
-        if (interruption::pending()) break;
-        assign(form.elements[i].textAsSymbol(), last, form.scope, form.error);
-    }
-    return last;
-}
-
-Cell define(const Form& form) {
-    Cell value = form.value(2);
-    if (interruption::pending()) return NilCell;
-    form.scope.Bind(form.element(1).textAsSymbol(), value);
-    return value;
-}
-
-Cell lambda(const Form& form) {
-    return Cell::lambda(form.cell.itemSlice(), &form.scope, intern(form.cell.text()));
-}
-
-Cell begin(const Form& form) {
-    for (std::size_t i = 1; i + 1 < form.size(); ++i) form.value(i);
-    return form.value(form.size() - 1);
-}
-
-// The names of a parameter list as DEFUN reads them: not from its cells but from its printed text,
-// so that whatever prints oddly is named oddly.
-struct ParameterNames {
-    std::vector<std::u16string> parameters;
-    std::vector<std::u16string> locals;
-};
-
-ParameterNames readParameterNames(const Cell& parameterList) {
-    std::u16string printed = PrintCell(parameterList);
-    for (const char16_t parenthesis : {u'(', u')'})
-        if (const std::size_t at = printed.find(parenthesis); at != std::u16string::npos)
-            printed.erase(at, 1);
-    const std::vector<std::u16string> pieces = SplitText(printed, u"/");
-    ParameterNames names;
-    if (const auto first = TrimBlanks(pieces[0]); !first.empty())
-        names.parameters = SplitText(first, u" ");
-    // On purpose: a "/" with nothing behind it makes one local with an empty name.
-    if (pieces.size() > 1) names.locals = SplitText(TrimBlanks(pieces[1]), u" ");
-    return names;
-}
-
-// The name that a DEFUN binds. A "C:" name is registered with the host on the way.
-SymbolRef nameForDefun(const Cell& nameElement) {
-    std::u16string_view name = nameElement.text();
-    if (!name.starts_with(u"C:")) return nameElement.textAsSymbol();
-    name.remove_prefix(2);
-    if (commandPort != nullptr) commandPort->addCommand(name, u"(" + std::u16string(name) + u")");
-    return intern(name);
-}
-
-Cell defun(const Form& form) {
-    if (form.size() < 3) return NilCell;
-    const SymbolRef name = nameForDefun(form.elements[1]);
-    const ParameterNames names = readParameterNames(form.elements[2]);
-
-    SliceBuilder<Cell> parameters(names.parameters.size());
-    for (const std::u16string& parameter : names.parameters)
-        parameters.push(Cell::symbol(parameter));
-
-    SliceBuilder<Cell> body(1 + names.locals.size() + form.size() - 3);
-    body.push(Cell::symbol(u"BEGIN"));
-    // On purpose: locals start as the integer 0, whose text is "0".
-    const Cell zero = Cell::integer(0, intern(u"0"));
-    for (const std::u16string& local : names.locals)
-        body.push(Cell::list({Cell::symbol(u"DEFINE"), Cell::symbol(local), zero}));
-    for (std::size_t i = 3; i < form.size(); ++i) body.push(form.elements[i]);
-
-    const Cell lambdaForm = Cell::list(
-        {Cell::symbol(u"LAMBDA"), Cell::list(parameters.take()), Cell::list(body.take())});
-    Cell function = Cell::lambda(lambdaForm.itemSlice(), &form.scope, name);
-    form.scope.Bind(name, function);
-    return function;
-}
-
-Cell applyLambda(const Cell& function, Arguments arguments, ErrorBuffer& error) {
-    const Items form = function.items();
-    const Items parameters = form.size() > 1 ? form[1].items() : Items();
-    const CallScope scope(Environment::make(parameters, arguments, function.env()));
-    // On purpose: only the third element is evaluated; a LAMBDA with several body forms runs the
-    // first alone.
-    return form.size() > 2 ? Eval(form[2], *scope, error) : NilCell;
-}
-
-Cell apply(const Form& form) {
-    Cell head = form.value(0);
-    if (!form.error.empty()) return NilCell;
-    std::vector<Cell> arguments;
-    arguments.reserve(form.size() - 1);
-    for (std::size_t i = 1; i < form.size(); ++i) arguments.push_back(form.value(i));
-    if (interruption::pending()) return NilCell;
-    switch (head.type()) {
-    case CellType::Lambda: return applyLambda(head, arguments, form.error);
-    case CellType::Proc: return head.proc()(arguments);
-    case CellType::Integer:
-    case CellType::Real:
-    case CellType::String:
-    case CellType::EntityName:
-    case CellType::SelectionSet: return head;
-    case CellType::Symbol:
-    case CellType::List: break;
-    }
-    form.error.reportNotAFunction();
-    return NilCell;
-}
+EvalProc otherEvaluator = nullptr;
+HostPort* port = nullptr;
 
 struct SpecialFormRow {
     SpecialForm id;
-    Cell (*evaluate)(const Form&);
     SpecialFormHelp help;
 };
 
 // clang-format off
 constexpr std::array<SpecialFormRow, 13> rows{{
-    {SpecialForm::quote, quote,
+    {SpecialForm::quote,
      {"QUOTE", "(QUOTE value) or 'value", "The value itself, unevaluated.",
       "'(a b)", "(A B)"}},
-    {SpecialForm::ifForm, ifForm,
+    {SpecialForm::ifForm,
      {"IF", "(IF test then [else])", "Evaluates then when test is true, else otherwise.",
       "(if (< 1 2) \"less\" \"more\")", "\"less\""}},
-    {SpecialForm::cond, cond,
+    {SpecialForm::cond,
      {"COND", "(COND (test value ...) ...)",
       "The last value of the first clause whose test is true.",
       "(cond ((< 2 1) \"a\") (T \"b\"))", "\"b\""}},
-    {SpecialForm::notForm, notForm,
+    {SpecialForm::notForm,
      {"NOT", "(NOT value)", "T when value is false, nil otherwise.",
       "(not (< 2 1))", "T"}},
-    {SpecialForm::orForm, orForm,
+    {SpecialForm::orForm,
      {"OR", "(OR value ...)",
       "T when the first value is true. The others are evaluated but do not count.",
       "(or T (< 2 1))", "T"}},
-    {SpecialForm::andForm, andForm,
+    {SpecialForm::andForm,
      {"AND", "(AND value ...)", "T when all values are true. All are evaluated.",
       "(and (< 1 2) (< 2 3))", "T"}},
-    {SpecialForm::whileForm, whileForm,
+    {SpecialForm::whileForm,
      {"WHILE", "(WHILE test form ...)",
       "Evaluates the forms as long as test is true. The result is nil.",
       "(while (< 2 1) 5)", "nil"}},
-    {SpecialForm::repeat, repeat,
+    {SpecialForm::repeat,
      {"REPEAT", "(REPEAT count form ...)",
       "Evaluates the forms count times; count must be an integer. The result is the last value.",
       "(repeat 3 7)", "7"}},
-    {SpecialForm::setq, setq,
+    {SpecialForm::setq,
      {"SETQ", "(SETQ name value ...)",
       "Assigns each value to its name, where the name is bound or else globally, and empties the "
       "error buffer. The result is the last value.",
       "(setq a 1 b 2)", "2"}},
-    {SpecialForm::define, define,
+    {SpecialForm::define,
      {"DEFINE", "(DEFINE name value)", "Binds name to value in the current scope.",
       "(define a (+ 1 2))", "3"}},
-    {SpecialForm::defun, defun,
+    {SpecialForm::defun,
      {"DEFUN", "(DEFUN name (parameter ... [/ local ...]) form ...)",
       "Defines a function. Locals start as 0. A name that begins with C: also becomes a command "
       "of the host, without the C:.",
       "(defun double (x) (* 2 x))", "DOUBLE"}},
-    {SpecialForm::lambda, lambda,
+    {SpecialForm::lambda,
      {"LAMBDA", "(LAMBDA (parameter ...) form)",
       "A function without a name. Only one form is evaluated when it is called.",
       "((lambda (x) (* 2 x)) 4)", "8"}},
-    {SpecialForm::begin, begin,
+    {SpecialForm::begin,
      {"BEGIN", "(BEGIN form ...)", "Evaluates the forms in order. The result is the last value.",
       "(begin 1 2 3)", "3"}},
 }};
@@ -299,45 +99,78 @@ struct SpecialFormNames {
 };
 const SpecialFormNames specialFormNames;
 
-Cell evaluateForm(const Cell& cell, Items elements, Environment& scope, ErrorBuffer& error) {
-    const Form form{cell, elements, scope, error};
-    const SymbolData* head = elements[0].symbolData();
-    if (head == nullptr || head->specialForm == SpecialForm::none) return apply(form);
-    return rows[static_cast<std::size_t>(head->specialForm) - 1].evaluate(form);
-}
-
-Cell lookUp(const Cell& cell, Environment& scope, ErrorBuffer& error) {
-    Cell* value = nullptr;
-    FindScope(scope, cell.symbolData(), error, &value);
-    // The buffer is tested, not the search: under an error every symbol is nil, bound or not.
-    return error.empty() ? *value : NilCell;
-}
-
 }  // namespace
 
 Cell Eval(const Cell& cell, Environment& scope, ErrorBuffer& error) {
+    if (otherEvaluator != nullptr) return otherEvaluator(cell, scope, error);
     switch (cell.type()) {
     case CellType::Integer:
     case CellType::Real:
     case CellType::String:
     case CellType::EntityName:
     case CellType::SelectionSet: return cell;
-    case CellType::Symbol: return lookUp(cell, scope, error);
+    case CellType::Symbol: {
+        Cell* value = nullptr;
+        FindScope(scope, cell.symbolData(), error, &value);
+        // The buffer is tested, not the search: under an error every symbol is nil, bound or not.
+        return error.empty() ? *value : NilCell;
+    }
     case CellType::List:
     case CellType::Proc:
     case CellType::Lambda: break;
     }
-    if (interruption::pending()) return NilCell;
-    const Items elements = cell.items();
-    if (elements.empty()) return NilCell;
+    if (cell.items().empty() || interruption::pending()) return NilCell;
+    // Programs recurse on the machine's stack; built-ins that evaluate, on the thread's.
     if (platform::stackIsLow()) {
         interruption::request(interruption::Reason::tooDeep);
         return NilCell;
     }
-    return evaluateForm(cell, elements, scope, error);
+    const MachineLease machine;
+    Code& code = machine->scratch();
+    translateForm(code, cell, shapeAround(scope));
+    return machine->run(code, scope, {}, error);
 }
 
-void setCommandPort(HostPort* port) noexcept { commandPort = port; }
+struct FunctionBody::Prepared {
+    Ref<Code> code;
+    MachineLease machine;
+};
+
+FunctionBody::FunctionBody(const Cell& form) : form_(form) {
+    if (otherEvaluator != nullptr) return;
+    prepared_ = std::make_unique<Prepared>();
+    prepared_->code = codeOf(form.itemSlice(), {});
+}
+
+FunctionBody::~FunctionBody() = default;
+
+Cell FunctionBody::operator()(Arguments arguments) {
+    ErrorBuffer dropped;
+    Environment& global = GlobalEnvironment();
+    if (prepared_ == nullptr) {
+        const CallScope scope(Environment::make(form_.items()[1].items(), arguments, &global));
+        return Eval(form_.items()[2], *scope, dropped);
+    }
+    if (interruption::pending()) return NilCell;
+    if (platform::stackIsLow()) {
+        interruption::request(interruption::Reason::tooDeep);
+        return NilCell;
+    }
+    return prepared_->machine->run(*prepared_->code, global, arguments, dropped);
+}
+
+void setEvaluator(EvalProc other) noexcept { otherEvaluator = other; }
+
+SymbolRef registeredName(const Cell& nameElement) {
+    std::u16string_view name = nameElement.text();
+    if (!name.starts_with(u"C:")) return nameElement.textAsSymbol();
+    name.remove_prefix(2);
+    if (port != nullptr) port->addCommand(name, u"(" + std::u16string(name) + u")");
+    return intern(name);
+}
+
+void setCommandPort(HostPort* given) noexcept { port = given; }
+HostPort* commandPort() noexcept { return port; }
 
 std::span<const SpecialFormHelp> specialForms() noexcept { return helpRows; }
 

@@ -2,6 +2,8 @@
 #include "core/heap.h"
 
 #include "core/cell.h"
+#include "core/code.h"
+#include "core/code_cache.h"
 #include "core/environment.h"
 #include "core/scope_collector.h"
 #include "platform/system.h"
@@ -21,6 +23,8 @@ HeapObject* dead = nullptr;
 bool burying = false;
 
 template <class T> void destroyBuffer(Buffer<T>* buffer) noexcept {
+    if constexpr (std::is_same_v<T, Cell>)
+        if (buffer->hasCode) forgetCode(*buffer);
     if constexpr (!std::is_trivially_destructible_v<T>)
         for (std::uint32_t i = buffer->first; i < buffer->last; ++i) buffer->slots()[i].~T();
     const std::size_t bytes = Buffer<T>::bytesFor(buffer->capacity);
@@ -40,7 +44,9 @@ void destroy(HeapObject* object) noexcept {
     case ObjectKind::text: destroyBuffer(static_cast<Buffer<char16_t>*>(object)); return;
     case ObjectKind::list: destroyBuffer(static_cast<Buffer<Cell>*>(object)); return;
     case ObjectKind::lambda: destroyObject(static_cast<LambdaData*>(object)); return;
-    case ObjectKind::environment: destroyObject(static_cast<Environment*>(object)); return;
+    case ObjectKind::environment: Environment::destroy(static_cast<Environment*>(object)); return;
+    case ObjectKind::shape: destroyObject(static_cast<ScopeShape*>(object)); return;
+    case ObjectKind::code: destroyObject(static_cast<Code*>(object)); return;
     }
 }
 

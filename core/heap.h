@@ -12,7 +12,7 @@
 namespace vlisp {
 
 /// What a counted object is; tells the release queue how to take it apart.
-enum class ObjectKind : std::uint8_t { symbol, text, list, lambda, environment };
+enum class ObjectKind : std::uint8_t { symbol, text, list, lambda, environment, shape, code };
 
 /// Head of every counted object. Aligned to 16 so that a Cell can keep its type in the low four
 /// bits of the address. Counts are not atomic: one evaluation runs at a time, and the hand-over

@@ -1,6 +1,7 @@
 // Trial deletion over scopes, closures and list buffers. See scope_collector.h.
 #include "core/scope_collector.h"
 
+#include "core/code_cache.h"
 #include "core/environment.h"
 
 #include <algorithm>
@@ -32,24 +33,40 @@ template <class Visit> void forEachReference(HeapObject* object, Visit visit) {
     case ObjectKind::environment: {
         auto* scope = static_cast<Environment*>(object);
         if (scope->outer() != nullptr) visit(scope->outer());
-        looks += scope->bindings().size();
-        for (const Environment::Binding& binding : scope->bindings()) visitCell(binding.value);
+        scope->forEachValue([&](const Cell& value) {
+            ++looks;
+            visitCell(value);
+        });
         return;
     }
     case ObjectKind::lambda: {
         auto* closure = static_cast<LambdaData*>(object);
         if (closure->scope) visit(closure->scope.get());
         if (closure->form.buffer() != nullptr) visit(closure->form.buffer());
+        if (closure->code) visit(closure->code.get());
+        return;
+    }
+    case ObjectKind::code: {
+        auto* code = static_cast<Code*>(object);
+        looks += code->constants.size();
+        for (const Cell& constant : code->constants) visitCell(constant);
+        for (const auto& block : code->blocks)
+            for (const ShortWay& way : block->shortWays) visitCell(way.form);
+        for (const Ref<Code>& part : code->parts)
+            if (part) visit(part.get());
         return;
     }
     case ObjectKind::list: {
         auto* buffer = static_cast<Buffer<Cell>*>(object);
+        if (buffer->hasCode)
+            forEachCode(*buffer, [&](Code& code) { visit(&code); });
         if (!buffer->holdsLists) return;
         looks += buffer->last - buffer->first;
         for (std::uint32_t i = buffer->first; i < buffer->last; ++i) visitCell(buffer->slots()[i]);
         return;
     }
     case ObjectKind::symbol:
+    case ObjectKind::shape:
     case ObjectKind::text: return;
     }
 }

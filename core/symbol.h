@@ -40,7 +40,12 @@ struct SymbolData final : HeapObject {
 
     std::uint32_t length;
     SpecialForm specialForm = SpecialForm::none;
+    /// Number of the built-in that the machine knows by this name (intrinsics.h); 0 for none.
+    std::uint8_t intrinsic = 0;
     std::size_t hash;
+    /// The bits of the cell that the global scope binds to this name, or of an unbound one; see
+    /// globalPlace in cell.h.
+    std::uint64_t global[2] = {15, 0};
 };
 
 /// A name. The empty name is represented by null. Two symbols are equal exactly when their texts

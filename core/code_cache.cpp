@@ -1,0 +1,63 @@
+// Which buffer has which code. See code_cache.h.
+#include "core/code_cache.h"
+
+#include "core/translator.h"
+
+#include <unordered_map>
+
+namespace vlisp {
+namespace {
+
+struct Entry {
+    std::uint32_t begin;  // where in the buffer the form begins
+    std::uint32_t length;
+    Ref<ScopeShape> outer;
+    Ref<Code> code;
+};
+
+using Cache = std::unordered_map<const Buffer<Cell>*, std::vector<Entry>>;
+
+// Never destroyed: buffers that constants hold die after everything else.
+Cache& cache() {
+    static Cache& all = *new Cache;
+    return all;
+}
+
+Ref<Code> translate(Items form, Ref<ScopeShape> outer) {
+    const Items parameters = form.size() > 1 ? form[1].items() : Items();
+    // On purpose: only the third element is evaluated; a LAMBDA with several body forms runs the
+    // first alone.
+    return translateFunction(parameters, form.size() > 2 ? form[2] : Cell::list(CellSlice()),
+                             std::move(outer));
+}
+
+}  // namespace
+
+Ref<Code> codeOf(const CellSlice& form, const Ref<ScopeShape>& outer) {
+    Buffer<Cell>* buffer = form.buffer();
+    // Shapes of scopes that are open are made anew each time: nothing would be found again.
+    if (buffer == nullptr || (outer && outer->open)) return translate(form.view(), outer);
+    std::vector<Entry>& entries = cache()[buffer];
+    for (const Entry& entry : entries)
+        if (entry.begin == form.begin() && entry.length == form.size() && entry.outer == outer)
+            return entry.code;
+    buffer->hasCode = true;
+    Ref<Code> code = translate(form.view(), outer);
+    cache()[buffer].push_back({form.begin(), form.size(), outer, code});
+    return code;
+}
+
+void forEachCode(const Buffer<Cell>& buffer, const std::function<void(Code&)>& visit) {
+    const auto found = cache().find(&buffer);
+    if (found == cache().end()) return;
+    for (const Entry& entry : found->second) visit(*entry.code);
+}
+
+void forgetCode(const Buffer<Cell>& buffer) noexcept {
+    const auto found = cache().find(&buffer);
+    if (found == cache().end()) return;
+    const std::vector<Entry> taken = std::move(found->second);
+    cache().erase(found);
+}
+
+}  // namespace vlisp

@@ -1,0 +1,54 @@
+// What is bound to the names of intrinsics. See intrinsics.h.
+#include "core/intrinsics.h"
+
+#include "core/environment.h"
+
+#include <array>
+
+namespace vlisp::intrinsics {
+namespace {
+
+constexpr std::size_t count = static_cast<std::size_t>(Intrinsic::count);
+static_assert(count <= 32, "an obstacle is a bit of a word");
+
+// The names are held, so that their marks stay.
+struct Declared {
+    SymbolRef name;
+    BuiltinProc proc = nullptr;
+};
+std::array<Declared, count>& declared() {
+    static std::array<Declared, count> all;
+    return all;
+}
+
+}  // namespace
+
+void declare(Intrinsic intrinsic, std::u16string_view name, BuiltinProc proc) {
+    Declared& entry = declared()[static_cast<std::size_t>(intrinsic)];
+    entry.name = intern(name);
+    entry.proc = proc;
+    entry.name->intrinsic = static_cast<std::uint8_t>(intrinsic);
+    refresh(*entry.name);
+}
+
+BuiltinProc procOf(Intrinsic intrinsic) noexcept {
+    return declared()[static_cast<std::size_t>(intrinsic)].proc;
+}
+
+const char* nameOf(Intrinsic intrinsic) noexcept {
+    static constexpr std::array<const char*, count> names = {
+        "none", "add", "subtract", "multiply", "divide", "less",   "greater",
+        "lessOrEqual", "equalSign", "equal", "eq", "notEqual", "car", "cdr",
+        "cadr", "nth", "cons", "length", "nullp", "listp"};
+    return names[static_cast<std::size_t>(intrinsic)];
+}
+
+void refresh(const SymbolData& name) noexcept {
+    const std::uint32_t bit = std::uint32_t{1} << name.intrinsic;
+    const Cell& bound = globalPlace(symbolOrEmpty(&name));
+    const bool holds = bound.is(CellType::Proc) &&
+                       bound.proc() == procOf(static_cast<Intrinsic>(name.intrinsic));
+    obstacles = holds ? obstacles & ~bit : obstacles | bit;
+}
+
+}  // namespace vlisp::intrinsics

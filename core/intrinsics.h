@@ -1,0 +1,65 @@
+// Intrinsics: the built-ins that the machine carries out itself as long as their names are bound to
+// them.
+// One idea: one word tells at a glance whether the short way is open: no error stands in the
+// buffer and no such name has been bound to anything else.
+// Tests: tests/builtins/evaluator_test.cpp, tests/reference/.
+#pragma once
+
+#include "core/cell.h"
+
+#include <cstdint>
+
+namespace vlisp {
+
+enum class Intrinsic : std::uint8_t {
+    none,
+    add,
+    subtract,
+    multiply,
+    divide,
+    less,
+    greater,
+    lessOrEqual,
+    equalSign,
+    equal,
+    eq,
+    notEqual,
+    car,
+    cdr,
+    cadr,
+    nth,
+    cons,
+    length,
+    nullp,
+    listp,
+    count
+};
+
+namespace intrinsics {
+
+/// Bits of what stands in the machine's way: bit 0 while an error stands in the buffer of the
+/// running evaluation, bit i while the name of intrinsic i is not bound to it. One evaluation runs
+/// at a time.
+inline std::uint32_t obstacles = 0;
+inline constexpr std::uint32_t errorObstacle = 1;
+
+/// The obstacles that a use of this intrinsic minds.
+constexpr std::uint32_t minded(Intrinsic intrinsic) noexcept {
+    return errorObstacle | (std::uint32_t{1} << static_cast<unsigned>(intrinsic));
+}
+
+/// Tells that `name` is the name of this intrinsic and `proc` the built-in. For the registry,
+/// before it binds the name.
+void declare(Intrinsic intrinsic, std::u16string_view name, BuiltinProc proc);
+
+/// The built-in of an intrinsic; null when none was declared.
+[[nodiscard]] BuiltinProc procOf(Intrinsic intrinsic) noexcept;
+
+/// The name of an intrinsic in small letters.
+[[nodiscard]] const char* nameOf(Intrinsic intrinsic) noexcept;
+
+/// Called when the global value of an intrinsic's name has changed.
+void refresh(const SymbolData& name) noexcept;
+
+}  // namespace intrinsics
+}  // namespace vlisp

@@ -1,0 +1,1098 @@
+// The loop and its stack. See machine.h; code.h tells what the instructions mean.
+#include "core/machine.h"
+
+#include "core/code_cache.h"
+#include "core/evaluator.h"
+#include "core/interruption.h"
+#include "core/intrinsics.h"
+#include "core/scope_collector.h"
+#include "core/translator.h"
+#include "platform/system.h"
+
+#include <algorithm>
+#include <bit>
+#include <cassert>
+#include <cstdlib>
+#include <limits>
+#include <utility>
+
+namespace vlisp {
+namespace {
+
+using intrinsics::obstacles;
+
+Machine::TraceSink traceSink = nullptr;
+
+// --- The two words of a cell ---
+
+constexpr std::uintptr_t plainInteger = static_cast<std::uintptr_t>(CellType::Integer);
+constexpr std::uintptr_t plainReal = static_cast<std::uintptr_t>(CellType::Real);
+
+std::uintptr_t headOf(const Cell& cell) noexcept { return CellInspector::head(cell); }
+std::uint64_t bodyOf(const Cell& cell) noexcept { return CellInspector::body(cell); }
+
+bool isCounted(const Cell& cell) noexcept { return headOf(cell) > 15; }
+
+std::int32_t integerOf(const Cell& plain) noexcept {
+    return static_cast<std::int32_t>(bodyOf(plain));
+}
+
+// The double of a cell that is a plain Integer or Real.
+double numberOf(const Cell& plain) noexcept {
+    return headOf(plain) == plainReal ? std::bit_cast<double>(bodyOf(plain))
+                                      : static_cast<double>(integerOf(plain));
+}
+
+bool arePlainIntegers(const Cell& a, const Cell& b) noexcept {
+    return ((headOf(a) ^ plainInteger) | (headOf(b) ^ plainInteger)) == 0;
+}
+bool isPlainNumber(const Cell& cell) noexcept {
+    return headOf(cell) == plainInteger || headOf(cell) == plainReal;
+}
+
+// Lets go of what a register holds; it is free then.
+void release(Cell& cell) noexcept {
+    if (!isCounted(cell)) return;
+    HeapObject* object = CellInspector::object(cell);
+    CellInspector::head(cell) = 0;
+    dropReference(object);
+}
+
+void putWords(Cell& target, std::uintptr_t head, std::uint64_t body) noexcept {
+    if (isCounted(target)) [[unlikely]]
+        release(target);
+    CellInspector::head(target) = head;
+    CellInspector::body(target) = body;
+}
+void putInteger(Cell& target, std::int64_t value) noexcept {
+    // On purpose: what does not fit into 32 bits is the smallest integer.
+    if (value != static_cast<std::int32_t>(value)) [[unlikely]]
+        value = std::numeric_limits<std::int32_t>::min();
+    putWords(target, plainInteger, static_cast<std::uint32_t>(value));
+}
+void putReal(Cell& target, double value) noexcept {
+    putWords(target, plainReal, std::bit_cast<std::uint64_t>(value));
+}
+
+// What was in the target is released last: taking it apart must not meet a half-made register.
+void put(Cell& target, Cell value) noexcept { target.swap(value); }
+
+bool isTrue(const Cell& cell) noexcept {
+    if (cell.is(CellType::Symbol)) return headOf(cell) != headOf(NilCell);
+    return isPlainNumber(cell) || cell.is(CellType::List) || !IsFalse(cell);
+}
+
+// --- What the machine does itself for lists; everything else is left to the built-in ---
+
+struct ListRange {
+    Buffer<Cell>* buffer;
+    std::uint32_t begin;
+    std::uint32_t length;
+};
+
+ListRange rangeOf(const Cell& list) noexcept {
+    const std::uint64_t body = bodyOf(list);
+    return {static_cast<Buffer<Cell>*>(CellInspector::object(list)),
+            static_cast<std::uint32_t>(body), static_cast<std::uint32_t>(body >> 32)};
+}
+
+std::uint64_t rangeBody(std::uint32_t begin, std::uint32_t length) noexcept {
+    return begin | (std::uint64_t{length} << 32);
+}
+
+// Whether CDR of this list is the same buffer's next place: it is neither a pair nor so small a
+// rest of its buffer that it is copied.
+bool canNarrow(const ListRange& range) noexcept {
+    if (range.length < 2) return false;
+    if (range.length == 3 && !range.buffer->slots()[range.begin + 1].text().empty()) return false;
+    const std::uint32_t filled = range.buffer->last - range.buffer->first;
+    return filled <= 64 || range.length - 1 >= filled / 4;
+}
+
+// Whether CONS can put `value` into the free place in front of this list.
+bool canGrowInFront(const ListRange& range, const Cell& value) noexcept {
+    return range.buffer != nullptr && range.begin == range.buffer->first && range.begin > 0 &&
+           !value.holdsCells();
+}
+
+}  // namespace
+
+// --- The stack ---
+
+struct Machine::Frame {
+    Code* code;
+    const Instruction* next;  // where it goes on when what it called has returned
+    Cell* registers;
+    Cell* result;          // where its value goes
+    LambdaData* function;  // held; null when no function was called
+    Environment* scope;    // that of the code, or the one around it when names are in registers
+    bool ownsScope;        // it was made for this call and is held
+};
+
+struct Machine::Segment {
+    Segment* before;
+    std::size_t capacity;
+
+    Cell* cells() noexcept { return reinterpret_cast<Cell*>(this + 1); }
+    Cell* end() noexcept { return cells() + capacity; }
+    static std::size_t bytesFor(std::size_t capacity) noexcept {
+        return sizeof(Segment) + capacity * sizeof(Cell);
+    }
+};
+
+Machine::~Machine() {
+    unwind();
+    trim();
+    if (segment_ != nullptr) freeSegment(segment_);
+}
+
+Code& Machine::scratch() {
+    if (scratch_ == nullptr) scratch_ = std::make_unique<Code>();
+    return *scratch_;
+}
+
+void Machine::trace(TraceSink sink) noexcept { traceSink = sink; }
+
+namespace {
+
+// Thrown when a program's calls have used up the stack; never leaves the machine.
+struct TooDeep {};
+
+// What every machine has is not counted in the budget.
+constexpr std::size_t firstFrames = 64;
+constexpr std::size_t firstCells = 1024;
+
+}  // namespace
+
+void Machine::growFrames() {
+    const std::size_t capacity = std::max(firstFrames, frameCapacity_ * 2);
+    const std::size_t more = frameCapacity_ == 0 ? 0 : (capacity - frameCapacity_) * sizeof(Frame);
+    if (stackBytes_ + more > platform::evaluationStack) throw TooDeep();
+    heap::charge(more);
+    stackBytes_ += more;
+    std::unique_ptr<Frame[]> larger(new Frame[capacity]);
+    std::copy_n(frames_.get(), depth_, larger.get());
+    frames_ = std::move(larger);
+    frameCapacity_ = capacity;
+}
+
+// Segments are zero when they are made, and a register that is free holds nothing counted.
+Machine::Segment* Machine::makeSegment(std::size_t capacity) {
+    const std::size_t bytes = Segment::bytesFor(capacity);
+    const std::size_t counted = capacity <= firstCells ? 0 : bytes;
+    if (stackBytes_ + counted > platform::evaluationStack) throw TooDeep();
+    heap::charge(counted);
+    stackBytes_ += counted;
+    auto* made = static_cast<Segment*>(std::calloc(1, bytes));  // NOLINT(*-no-malloc)
+    if (made == nullptr) {
+        heap::discharge(counted);
+        stackBytes_ -= counted;
+        throw heap::OutOfMemory();
+    }
+    made->capacity = capacity;
+    return made;
+}
+
+void Machine::freeSegment(Segment* segment) noexcept {
+    if (segment->capacity > firstCells) {
+        const std::size_t bytes = Segment::bytesFor(segment->capacity);
+        heap::discharge(bytes);
+        stackBytes_ -= bytes;
+    }
+    std::free(segment);  // NOLINT(*-no-malloc)
+}
+
+Cell* Machine::moveToNewSegment(Cell* arguments, std::uint32_t count, std::uint32_t registers) {
+    constexpr std::size_t most = std::size_t{1} << 18;
+    const std::size_t needed = std::max(registers, count);
+    if (spare_ == nullptr || spare_->capacity < needed) {
+        const std::size_t usual =
+            segment_ == nullptr ? firstCells : std::min(segment_->capacity * 2, most);
+        Segment* made = makeSegment(std::max(needed, usual));
+        if (spare_ != nullptr) freeSegment(spare_);
+        spare_ = made;
+    }
+    Segment* segment = std::exchange(spare_, nullptr);
+    segment->before = segment_;
+    segment_ = segment;
+    for (std::uint32_t i = 0; i < count; ++i) segment->cells()[i].swap(arguments[i]);
+    return segment->cells();
+}
+
+// One stays as a spare: a call at the border would make one again and again.
+void Machine::leaveSegment() noexcept {
+    Segment* left = std::exchange(segment_, segment_->before);
+    if (spare_ != nullptr && left->capacity < spare_->capacity) std::swap(left, spare_);
+    std::swap(left, spare_);
+    if (left != nullptr) freeSegment(left);
+}
+
+// Goes back to what every machine has.
+void Machine::trim() noexcept {
+    if (spare_ != nullptr) freeSegment(std::exchange(spare_, nullptr));
+    if (segment_ != nullptr && segment_->capacity > firstCells)
+        freeSegment(std::exchange(segment_, nullptr));
+    if (frameCapacity_ > firstFrames) {
+        const std::size_t bytes = (frameCapacity_ - firstFrames) * sizeof(Frame);
+        heap::discharge(bytes);
+        stackBytes_ -= bytes;
+        frames_.reset();
+        frameCapacity_ = 0;
+    }
+    if (scratch_ != nullptr) scratch_->reset();
+}
+
+/// Begins a call: `arguments` are registers, and those behind them are free. Takes over one count
+/// of `function`.
+inline void Machine::enter(Code& code, LambdaData* function, Environment* scope, Cell* arguments,
+                           std::uint32_t count, Cell* result) {
+    Cell* registers = arguments;
+    try {
+        if (depth_ == frameCapacity_) [[unlikely]]
+            growFrames();
+        if (static_cast<std::size_t>(segment_->end() - arguments) <
+            std::max(code.registers, count)) [[unlikely]]
+            registers = moveToNewSegment(arguments, count, code.registers);
+    } catch (...) {
+        dropReference(function);  // nobody else has it yet
+        throw;
+    }
+    Frame& frame = frames_[depth_++];
+    frame = {&code,    code.blocks[0]->instructions.data(), registers, result, function, scope,
+             false};
+    if (count == code.parameters && code.callsPlainly) return;
+    fitArguments(code, frame, count);
+}
+
+// Arguments of another number than the parameters, locals, names given twice, scopes.
+void Machine::fitArguments(Code& code, Frame& frame, std::uint32_t count) {
+    if (!code.isFunction) return;
+    Cell* registers = frame.registers;
+    for (std::uint32_t i = code.parameters; i < count; ++i) release(registers[i]);
+    if (code.namesInRegisters && code.parameterSlots.empty()) {
+        for (std::uint32_t i = count; i < code.parameters; ++i) put(registers[i], NilCell);
+        for (std::uint32_t i = code.parameters; i < code.slots; ++i)
+            put(registers[i], Cell::unbound());
+        return;
+    }
+    std::vector<Cell> values(code.parameters, NilCell);
+    for (std::uint32_t i = 0; i < std::min(count, code.parameters); ++i) {
+        values[i].swap(registers[i]);
+        release(registers[i]);
+    }
+    Cell* slots = registers;
+    if (code.namesInRegisters) {
+        for (std::uint32_t i = 0; i < code.slots; ++i) put(registers[i], Cell::unbound());
+    } else {
+        frame.scope = Environment::make(*code.shape, frame.scope).detach();
+        frame.ownsScope = true;
+        slots = frame.scope->slots();
+    }
+    for (std::uint32_t i = 0; i < code.parameters; ++i)
+        put(slots[code.parameterSlots.empty() ? i : code.parameterSlots[i]], std::move(values[i]));
+}
+
+// Takes the top frame away. Its registers hold nothing any more.
+inline void Machine::pop() noexcept {
+    const Frame& frame = frames_[--depth_];
+    if (frame.registers == segment_->cells() && segment_->before != nullptr) [[unlikely]]
+        leaveSegment();
+    if (frame.ownsScope) [[unlikely]] {
+        if (frame.scope->references > 1) scope_collector::scopeOutlivedCall();
+        dropReference(frame.scope);
+    }
+    dropReference(frame.function);
+}
+
+// Gives everything up: sweeps all registers, from the top frame down.
+void Machine::unwind() noexcept {
+    const Segment* swept = nullptr;
+    Cell* end = nullptr;
+    while (depth_ > 0) {
+        if (swept != segment_) end = segment_->end();
+        swept = segment_;
+        Cell* begin = frames_[depth_ - 1].registers;
+        for (Cell* cell = begin; cell != end; ++cell) release(*cell);
+        end = begin;
+        pop();
+    }
+}
+
+namespace {
+
+std::vector<std::unique_ptr<Machine>>& idleMachines() {
+    static std::vector<std::unique_ptr<Machine>> idle;
+    return idle;
+}
+
+}  // namespace
+
+MachineLease::MachineLease() {
+    if (idleMachines().empty()) {
+        machine_ = std::make_unique<Machine>();
+        return;
+    }
+    machine_ = std::move(idleMachines().back());
+    idleMachines().pop_back();
+}
+
+MachineLease::~MachineLease() {
+    constexpr std::size_t mostIdle = 16;
+    machine_->trim();
+    if (idleMachines().size() < mostIdle) idleMachines().push_back(std::move(machine_));
+}
+
+Ref<ScopeShape> shapeAround(Environment& scope) {
+    if (scope.isGlobal()) return {};
+    if (scope.shape() != nullptr) return Ref<ScopeShape>(scope.shape());
+    Ref<ScopeShape> outer;
+    if (scope.outer() != nullptr) outer = shapeAround(*scope.outer());
+    const Ref<ScopeShape> open = ScopeShape::make(std::move(outer));
+    open->open = true;
+    return open;
+}
+
+// --- Names that must be searched ---
+
+namespace {
+
+// The names of a call that lie in registers.
+struct RegisterNames {
+    const Code& code;
+    Cell* registers;
+
+    [[nodiscard]] Cell* find(const SymbolData* name) const noexcept {
+        if (!code.namesInRegisters) return nullptr;
+        const std::uint32_t slot = code.shape->find(name);
+        if (slot == ScopeShape::none || registers[slot].isUnbound()) return nullptr;
+        return &registers[slot];
+    }
+};
+
+void report(ErrorBuffer& error, const SymbolData* name) {
+    error.reportUndefinedSymbol(textOf(name));
+    obstacles |= intrinsics::errorObstacle;
+}
+
+Cell* findOutward(Environment* scope, const SymbolData* name) noexcept {
+    for (; scope != nullptr; scope = scope->outer())
+        if (Cell* found = scope->find(name)) return found;
+    return nullptr;
+}
+
+// What evaluating a symbol gives, as the language has it: the whole search, the report, and nil
+// while an error stands.
+Cell lookUp(const RegisterNames& own, Environment* scope, const SymbolData* name,
+            ErrorBuffer& error) {
+    const Cell* found = own.find(name);
+    if (found == nullptr) found = findOutward(scope, name);
+    if (found == nullptr) report(error, name);
+    return error.empty() ? *found : NilCell;
+}
+
+// Where SETQ puts a value: where the name is bound, or else outermost.
+void assignByName(const RegisterNames& own, Environment* scope, SymbolRef name, Cell value) {
+    if (Cell* found = own.find(name.get())) return found->swap(value);
+    for (;; scope = scope->outer())
+        if (scope->find(name.get()) != nullptr || scope->outer() == nullptr)
+            return scope->Bind(std::move(name), std::move(value));
+}
+
+Environment& outward(Environment* scope, unsigned depth) noexcept {
+    for (; depth > 0; --depth) scope = scope->outer();
+    return *scope;
+}
+
+// --- What the built-in does when the machine does not ---
+
+constexpr unsigned noTarget = 0xffffffff;
+
+Cell callBuiltin(Intrinsic intrinsic, const Cell& a, const Cell& b) {
+    const Cell pair[] = {a, b};
+    return intrinsics::procOf(intrinsic)(Arguments(pair, 2));
+}
+
+Cell callBuiltin(Intrinsic intrinsic, const Cell& value) {
+    return intrinsics::procOf(intrinsic)(Arguments(&value, 1));
+}
+
+// A call whose head is not a Lambda; the value replaces the head.
+void callOther(Cell& head, Arguments arguments, ErrorBuffer& error) {
+    switch (head.type()) {
+    case CellType::Proc: put(head, head.proc()(arguments)); return;
+    case CellType::Integer:
+    case CellType::Real:
+    case CellType::String:
+    case CellType::EntityName:
+    case CellType::SelectionSet: return;
+    default: break;
+    }
+    error.reportNotAFunction();
+    obstacles |= intrinsics::errorObstacle;
+    put(head, NilCell);
+}
+
+void pushArgument(Cell& row, Cell& argument) {
+    put(row, Cell::list(row.itemSlice().withBack(Arguments(&argument, 1))));
+    release(argument);
+}
+
+// The function that a DEFUN makes, of the name as it stands there and the LAMBDA form.
+Cell functionOf(const Cell& definition, Environment* scope) {
+    const Items parts = definition.items();
+    return Cell::lambda(parts[1].itemSlice(), scope, registeredName(parts[0]));
+}
+
+Cell closureOf(const Cell& form, Environment* scope) {
+    return Cell::lambda(form.itemSlice(), scope, intern(form.text()));
+}
+
+void prepare(LambdaData& function) {
+    if (function.code) return;
+    Environment& scope = function.scope ? *function.scope : GlobalEnvironment();
+    function.code = codeOf(function.form, shapeAround(scope));
+}
+
+// The code of the form that is constant `number` of `code`, in the same scope.
+Code& partOf(Code& code, std::uint32_t number) {
+    if (code.parts.size() <= number) code.parts.resize(code.constants.size());
+    Ref<Code>& part = code.parts[number];
+    if (!part) {
+        Ref<Code> made = Code::make();
+        translateForm(*made, code.constants[number], code.shape);
+        part = std::move(made);
+    }
+    return *part;
+}
+
+// What an instruction minds of the obstacles, by the number of its guard.
+bool mayGoOn(std::int32_t guard) noexcept {
+    return guard == 0 || (obstacles & intrinsics::minded(static_cast<Intrinsic>(guard))) == 0;
+}
+
+// A count as REPEAT has it, of a cell that is an Integer with or without text.
+void startCount(Cell& count) noexcept { putWords(count, plainInteger, bodyOf(count)); }
+
+void traceInstruction(const Code& code, const Instruction* pc, const Cell* registers);
+
+}  // namespace
+
+/// Calls `function`, of which it takes over a count.
+inline void Machine::callFunction(LambdaData* function, Cell* arguments, std::uint32_t count,
+                                  Cell* result) {
+    if (!function->code) [[unlikely]] {
+        try {
+            prepare(*function);
+        } catch (...) {
+            dropReference(function);
+            throw;
+        }
+    }
+    Environment* scope = function->scope ? function->scope.get() : &GlobalEnvironment();
+    enter(*function->code, function, scope, arguments, count, result);
+}
+
+/// A call whose arguments stand in the list behind the head; the value replaces the head.
+void Machine::callSpread(Cell& head) {
+    auto* function = static_cast<LambdaData*>(CellInspector::object(head));
+    prepare(*function);
+    const Cell row = std::exchange(*(&head + 1), Cell());
+    const Items arguments = row.items();
+    const auto count = static_cast<std::uint32_t>(
+        std::min<std::size_t>(arguments.size(), function->code->parameters));
+    // The caller's registers have no room for them.
+    Cell* room = moveToNewSegment(nullptr, 0, std::max(function->code->registers, count));
+    for (std::uint32_t i = 0; i < count; ++i) room[i] = arguments[i];
+    CellInspector::head(head) = 0;  // its count goes with the call
+    callFunction(function, room, count, &head);
+}
+
+Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuffer& error) {
+    if (segment_ == nullptr) {
+        segment_ = makeSegment(firstCells);
+        segment_->before = nullptr;
+    }
+    const std::uint32_t before = obstacles & intrinsics::errorObstacle;
+    obstacles = (obstacles & ~intrinsics::errorObstacle) |
+                (error.empty() ? 0 : intrinsics::errorObstacle);
+    const auto restore = [&] {
+        obstacles = (obstacles & ~intrinsics::errorObstacle) | before;
+    };
+    Cell value = NilCell;
+    try {
+        const auto count = static_cast<std::uint32_t>(arguments.size());
+        Cell* registers = segment_->cells();
+        if (count > segment_->capacity) registers = moveToNewSegment(registers, 0, count);
+        for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
+        enter(code, nullptr, &scope, registers, count, &value);
+        loop(error);
+    } catch (const TooDeep&) {
+        unwind();
+        interruption::request(interruption::Reason::tooDeep);
+    } catch (...) {
+        unwind();
+        restore();
+        throw;
+    }
+    restore();
+    return value;
+}
+
+// The address of a label is an extension that both compilers for this project have; a loop over a
+// switch is a fifth slower.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpedantic"
+
+void Machine::loop(ErrorBuffer& error) {
+    static const void* const labels[] = {
+#define VLISP_LABEL(name, operands) &&op_##name,
+        VLISP_OPERATIONS(VLISP_LABEL)
+#undef VLISP_LABEL
+    };
+
+    // What the instructions work on; loaded anew whenever another frame is on top.
+    Frame* frame = nullptr;
+    const Instruction* pc = nullptr;
+    Cell* R = nullptr;
+    const Cell* K = nullptr;
+    const SymbolRef* N = nullptr;
+    std::uint32_t temporaries = 0;
+    const bool tracing = traceSink != nullptr;
+
+    const auto load = [&] {
+        frame = &frames_[depth_ - 1];
+        pc = frame->next;
+        R = frame->registers;
+        K = frame->code->constants.data();
+        N = frame->code->names.data();
+        temporaries = frame->code->namesInRegisters ? frame->code->slots : 0;
+    };
+    const auto own = [&] { return RegisterNames{*frame->code, R}; };
+    const auto letGo = [&](unsigned operand, unsigned target) {
+        if (operand >= temporaries && operand != target) release(R[operand]);
+    };
+    const auto emptyError = [&] {
+        if ((obstacles & intrinsics::errorObstacle) == 0) return;
+        error.clear();
+        obstacles &= ~intrinsics::errorObstacle;
+    };
+
+#define NEXT                                                                                       \
+    do {                                                                                           \
+        ++pc;                                                                                      \
+        DISPATCH;                                                                                  \
+    } while (false)
+#define DISPATCH                                                                                   \
+    do {                                                                                           \
+        if (tracing) [[unlikely]]                                                                  \
+            traceInstruction(*frame->code, pc, R);                                                 \
+        goto* labels[static_cast<std::size_t>(pc->op)];                                            \
+    } while (false)
+#define JUMP                                                                                       \
+    do {                                                                                           \
+        pc += pc->y;                                                                               \
+        DISPATCH;                                                                                  \
+    } while (false)
+// A jump that may go back: the place where a loop can be ended from outside.
+#define JUMP_BACK                                                                                  \
+    do {                                                                                           \
+        if (interruption::pending()) [[unlikely]]                                                  \
+            goto interrupted;                                                                      \
+        JUMP;                                                                                      \
+    } while (false)
+#define DETOUR_IF_ERROR                                                                            \
+    if (obstacles != 0 && (obstacles & intrinsics::errorObstacle) != 0) [[unlikely]]               \
+    goto detour
+#define GUARD(number)                                                                              \
+    if (obstacles != 0 && !mayGoOn(number)) [[unlikely]]                                           \
+    goto detour
+
+    load();
+    DISPATCH;
+
+    // --- Loading ---
+
+op_loadConstant:
+    put(R[pc->a], K[pc->x]);
+    NEXT;
+op_loadLocal:
+    if ((obstacles & intrinsics::errorObstacle) != 0) [[unlikely]]
+        put(R[pc->a], NilCell);
+    else put(R[pc->a], R[pc->b]);
+    NEXT;
+op_loadMaybe:
+    if ((obstacles & intrinsics::errorObstacle) != 0 || R[pc->b].isUnbound()) [[unlikely]]
+        put(R[pc->a], lookUp(own(), frame->scope, N[pc->x].get(), error));
+    else put(R[pc->a], R[pc->b]);
+    NEXT;
+op_loadScope: {
+    const Cell& value = outward(frame->scope, pc->b).slots()[pc->c];
+    if ((obstacles & intrinsics::errorObstacle) != 0 || value.isUnbound()) [[unlikely]]
+        put(R[pc->a], lookUp(own(), frame->scope, N[pc->x].get(), error));
+    else put(R[pc->a], value);
+    NEXT;
+}
+op_loadGlobal: {
+    const Cell& value = globalPlace(symbolOrEmpty(N[pc->x].get()));
+    if (value.isUnbound()) [[unlikely]] {
+        report(error, N[pc->x].get());
+        put(R[pc->a], NilCell);
+    } else if ((obstacles & intrinsics::errorObstacle) != 0) [[unlikely]] {
+        put(R[pc->a], NilCell);
+    } else {
+        put(R[pc->a], value);
+    }
+    NEXT;
+}
+op_loadByName:
+    put(R[pc->a], lookUp(own(), frame->scope, N[pc->x].get(), error));
+    NEXT;
+op_takeLocal:
+    DETOUR_IF_ERROR;
+    put(R[pc->a], R[pc->b]);
+    NEXT;
+op_takeMaybe:
+    DETOUR_IF_ERROR;
+    if (R[pc->b].isUnbound()) goto detour;
+    put(R[pc->a], R[pc->b]);
+    NEXT;
+op_takeScope: {
+    DETOUR_IF_ERROR;
+    const Cell& value = outward(frame->scope, pc->b).slots()[pc->c];
+    if (value.isUnbound()) goto detour;
+    put(R[pc->a], value);
+    NEXT;
+}
+op_takeGlobal: {
+    DETOUR_IF_ERROR;
+    const Cell& value = globalPlace(symbolOrEmpty(N[pc->x].get()));
+    if (value.isUnbound()) [[unlikely]]
+        goto detour;
+    put(R[pc->a], value);
+    NEXT;
+}
+
+    // --- SETQ and DEFINE ---
+
+#define ASSIGNED (pc->y != 0 ? R[pc->a] : std::exchange(R[pc->a], Cell()))
+
+op_setLocal:
+    put(R[pc->b], ASSIGNED);
+    emptyError();
+    NEXT;
+op_setScope: {
+    Cell& place = outward(frame->scope, pc->b).slots()[pc->c];
+    if (place.isUnbound()) [[unlikely]]
+        assignByName(own(), frame->scope, N[pc->x], ASSIGNED);
+    else put(place, ASSIGNED);
+    emptyError();
+    NEXT;
+}
+op_setGlobal: {
+    SymbolData& name = symbolOrEmpty(N[pc->x].get());
+    Cell& place = globalPlace(name);
+    if (place.isUnbound() || name.intrinsic != 0) [[unlikely]]
+        GlobalEnvironment().Bind(N[pc->x], ASSIGNED);
+    else put(place, ASSIGNED);
+    emptyError();
+    NEXT;
+}
+op_setByName:
+    assignByName(own(), frame->scope, N[pc->x], ASSIGNED);
+    emptyError();
+    NEXT;
+op_defineLocal:
+    put(R[pc->b], ASSIGNED);
+    NEXT;
+op_defineScope:
+    put(frame->scope->slots()[pc->c], ASSIGNED);
+    NEXT;
+op_defineByName:
+    frame->scope->Bind(N[pc->x], ASSIGNED);
+    NEXT;
+
+    // --- Arithmetic ---
+    // On purpose: everything is computed as if in doubles; integers that fit give the same.
+
+#define ARITHMETIC(name, intrinsic, second, secondRegister, integers, reals)                       \
+    op_##name : {                                                                                  \
+        GUARD(pc->y);                                                                              \
+        const Cell& first = R[pc->b];                                                              \
+        const Cell& other = second;                                                                \
+        if (arePlainIntegers(first, other)) [[likely]] {                                           \
+            const std::int64_t a = integerOf(first);                                               \
+            const std::int64_t b = integerOf(other);                                               \
+            putInteger(R[pc->a], integers);                                                        \
+            NEXT;                                                                                  \
+        }                                                                                          \
+        if (isPlainNumber(first) && isPlainNumber(other)) {                                        \
+            const double a = numberOf(first);                                                      \
+            const double b = numberOf(other);                                                      \
+            putReal(R[pc->a], reals);                                                              \
+            NEXT;                                                                                  \
+        }                                                                                          \
+        put(R[pc->a], callBuiltin(Intrinsic::intrinsic, first, other));                            \
+        letGo(pc->b, pc->a);                                                                       \
+        if (secondRegister) letGo(pc->c, pc->a);                                                   \
+        NEXT;                                                                                      \
+    }
+#define ARITHMETIC_PAIR(name, integers, reals)                                                     \
+    ARITHMETIC(name, name, R[pc->c], true, integers, reals)                                        \
+    ARITHMETIC(name##Constant, name, K[pc->x], false, integers, reals)
+
+    ARITHMETIC_PAIR(add, a + b, a + b)
+    ARITHMETIC_PAIR(subtract, a - b, a - b)
+    ARITHMETIC_PAIR(multiply, a* b, a* b)
+    // Division by zero, of integers too, is what the doubles make of it: out of range.
+    ARITHMETIC_PAIR(divide, b == 0 ? std::numeric_limits<std::int64_t>::min() : a / b, a / b)
+
+    // --- Comparison: values and jumps ---
+    // The tests are worded as the built-ins word them, which decides where not-a-number is among
+    // them.
+
+#define OUTCOME(intrinsic, second, test, symbols)                                                  \
+    const Cell& first = R[pc->b];                                                                  \
+    const Cell& other = second;                                                                    \
+    bool outcome;                                                                                  \
+    if (arePlainIntegers(first, other)) [[likely]] {                                               \
+        const std::int32_t a = integerOf(first);                                                   \
+        const std::int32_t b = integerOf(other);                                                   \
+        outcome = test;                                                                            \
+    } else if (isPlainNumber(first) && isPlainNumber(other)) {                                     \
+        const double a = numberOf(first);                                                          \
+        const double b = numberOf(other);                                                          \
+        outcome = test;                                                                            \
+    } else if (symbols && first.is(CellType::Symbol) && other.is(CellType::Symbol)) {              \
+        const std::uintptr_t a = headOf(first);                                                    \
+        const std::uintptr_t b = headOf(other);                                                    \
+        outcome = test;                                                                            \
+    } else {                                                                                       \
+        outcome = !IsFalse(callBuiltin(Intrinsic::intrinsic, first, other));                       \
+        if (interruption::pending()) [[unlikely]]                                                  \
+            goto interrupted;                                                                      \
+    }
+#define COMPARISON(name, intrinsic, second, secondRegister, test, symbols)                         \
+    op_##name : {                                                                                  \
+        GUARD(pc->y);                                                                              \
+        OUTCOME(intrinsic, second, test, symbols)                                                  \
+        letGo(pc->b, pc->a);                                                                       \
+        if (secondRegister) letGo(pc->c, pc->a);                                                   \
+        put(R[pc->a], outcome ? TrueCell : FalseCell);                                             \
+        NEXT;                                                                                      \
+    }
+#define COMPARISON_JUMP(name, intrinsic, second, secondRegister, test, symbols, wanted)            \
+    op_##name : {                                                                                  \
+        GUARD(pc->a);                                                                              \
+        OUTCOME(intrinsic, second, test, symbols)                                                  \
+        letGo(pc->b, noTarget);                                                                    \
+        if (secondRegister) letGo(pc->c, noTarget);                                                \
+        if (outcome == (wanted)) JUMP_BACK;                                                        \
+        NEXT;                                                                                      \
+    }
+#define COMPARISON_FAMILY(name, Name, test, symbols)                                               \
+    COMPARISON(name, name, R[pc->c], true, test, symbols)                                          \
+    COMPARISON(name##Constant, name, K[pc->x], false, test, symbols)                               \
+    COMPARISON_JUMP(unless##Name, name, R[pc->c], true, test, symbols, false)                      \
+    COMPARISON_JUMP(unless##Name##Constant, name, K[pc->x], false, test, symbols, false)           \
+    COMPARISON_JUMP(if##Name, name, R[pc->c], true, test, symbols, true)                           \
+    COMPARISON_JUMP(if##Name##Constant, name, K[pc->x], false, test, symbols, true)
+
+    COMPARISON_FAMILY(less, Less, !(a >= b), false)
+    COMPARISON_FAMILY(greater, Greater, !(b >= a), false)
+    COMPARISON_FAMILY(lessOrEqual, LessOrEqual, !(a > b), false)
+    COMPARISON_FAMILY(equal, Equal, a == b, true)
+    COMPARISON_FAMILY(notEqual, NotEqual, a != b, true)
+
+    // --- Lists ---
+
+op_nth: {
+    GUARD(pc->y);
+    const Cell& index = R[pc->b];
+    const Cell& list = R[pc->c];
+    if (headOf(index) == plainInteger && list.is(CellType::List)) [[likely]] {
+        const Items items = list.items();
+        const std::int32_t at = integerOf(index);
+        const bool inside = at >= 0 && static_cast<std::size_t>(at) < items.size();
+        put(R[pc->a], inside ? items[static_cast<std::size_t>(at)] : NilCell);
+    } else {
+        put(R[pc->a], callBuiltin(Intrinsic::nth, index, list));
+    }
+    letGo(pc->b, pc->a);
+    letGo(pc->c, pc->a);
+    NEXT;
+}
+op_cons: {
+    GUARD(pc->y);
+    const Cell& value = R[pc->b];
+    Cell& list = R[pc->c];
+    const ListRange range = list.is(CellType::List) ? rangeOf(list) : ListRange{};
+    if (canGrowInFront(range, value)) [[likely]] {
+        range.buffer->fillFront(value);
+        const std::uint64_t body = rangeBody(range.begin - 1, range.length + 1);
+        if (pc->a != pc->c) put(R[pc->a], list);
+        CellInspector::body(R[pc->a]) = body;
+    } else {
+        put(R[pc->a], callBuiltin(Intrinsic::cons, value, list));
+    }
+    letGo(pc->b, pc->a);
+    letGo(pc->c, pc->a);
+    NEXT;
+}
+op_car: {
+    GUARD(pc->y);
+    const Items items = R[pc->b].items();
+    put(R[pc->a], items.empty() ? NilCell : items[0]);
+    letGo(pc->b, pc->a);
+    NEXT;
+}
+op_cdr: {
+    GUARD(pc->y);
+    const Cell& list = R[pc->b];
+    const ListRange range = list.is(CellType::List) ? rangeOf(list) : ListRange{};
+    if (canNarrow(range)) [[likely]] {
+        if (pc->a != pc->b) put(R[pc->a], list);
+        CellInspector::body(R[pc->a]) = rangeBody(range.begin + 1, range.length - 1);
+    } else {
+        put(R[pc->a], callBuiltin(Intrinsic::cdr, list));
+    }
+    letGo(pc->b, pc->a);
+    NEXT;
+}
+op_cadr: {
+    GUARD(pc->y);
+    const Items items = R[pc->b].items();
+    put(R[pc->a], items.size() < 2 ? NilCell : items[1]);
+    letGo(pc->b, pc->a);
+    NEXT;
+}
+op_length: {
+    GUARD(pc->y);
+    const std::size_t length = R[pc->b].items().size();
+    letGo(pc->b, pc->a);
+    putInteger(R[pc->a], static_cast<std::int64_t>(length));
+    NEXT;
+}
+op_nullp: {
+    GUARD(pc->y);
+    const bool isEmpty = R[pc->b].items().empty();
+    letGo(pc->b, pc->a);
+    put(R[pc->a], isEmpty ? TrueCell : FalseCell);
+    NEXT;
+}
+op_listp: {
+    GUARD(pc->y);
+    const bool isList = R[pc->b].is(CellType::List);
+    letGo(pc->b, pc->a);
+    put(R[pc->a], isList ? TrueCell : FalseCell);
+    NEXT;
+}
+op_unlessNull: {
+    GUARD(pc->a);
+    const bool isEmpty = R[pc->b].items().empty();
+    letGo(pc->b, noTarget);
+    if (!isEmpty) JUMP_BACK;
+    NEXT;
+}
+op_ifNull: {
+    GUARD(pc->a);
+    const bool isEmpty = R[pc->b].items().empty();
+    letGo(pc->b, noTarget);
+    if (isEmpty) JUMP_BACK;
+    NEXT;
+}
+
+    // --- Tests, jumps and loops ---
+
+op_jump:
+    JUMP;
+op_jumpIfFalse: {
+    const bool isFalse = !isTrue(R[pc->a]);
+    release(R[pc->a]);
+    if (isFalse) JUMP;
+    NEXT;
+}
+op_jumpIfTrue: {
+    const bool isFalse = !isTrue(R[pc->a]);
+    release(R[pc->a]);
+    if (!isFalse) JUMP_BACK;
+    NEXT;
+}
+op_keepIfTrue:
+    if (isTrue(R[pc->a])) JUMP;
+    release(R[pc->a]);
+    NEXT;
+op_startRepeat:
+    if (!R[pc->a].is(CellType::Integer) || integerOf(R[pc->a]) <= 0) {
+        release(R[pc->a]);
+        JUMP;
+    }
+    startCount(R[pc->a]);
+    NEXT;
+op_nextRepeat: {
+    const std::int32_t left = integerOf(R[pc->a]) - 1;
+    CellInspector::body(R[pc->a]) = static_cast<std::uint32_t>(left);
+    if (left > 0) JUMP_BACK;
+    NEXT;
+}
+
+    // --- Calls ---
+
+op_guard:
+    GUARD(pc->y);
+    NEXT;
+op_checkHead:
+    if ((obstacles & intrinsics::errorObstacle) == 0) [[likely]]
+        NEXT;
+    put(R[pc->a], NilCell);
+    JUMP;
+op_callGlobal: {
+    DETOUR_IF_ERROR;
+    const Cell& head = globalPlace(symbolOrEmpty(N[pc->x].get()));
+    Cell* arguments = &R[pc->a];
+    if (head.is(CellType::Lambda)) [[likely]] {
+        auto* function = static_cast<LambdaData*>(CellInspector::object(head));
+        addReference(function);
+        frame->next = pc + 1;
+        callFunction(function, arguments, pc->b, arguments);
+        goto called;
+    }
+    if (!head.is(CellType::Proc)) goto detour;
+    if (interruption::pending()) [[unlikely]]
+        goto interrupted;
+    Cell value = head.proc()(Arguments(arguments, pc->b));
+    for (unsigned i = 0; i < pc->b; ++i) release(arguments[i]);
+    put(*arguments, std::move(value));
+    goto returned;
+}
+op_call: {
+    Cell& head = R[pc->a];
+    Cell* arguments = &head + 1;
+    if (head.is(CellType::Lambda)) [[likely]] {
+        auto* function = static_cast<LambdaData*>(CellInspector::object(head));
+        CellInspector::head(head) = 0;  // its count goes with the call
+        frame->next = pc + 1;
+        callFunction(function, arguments, pc->b, &head);
+        goto called;
+    }
+    if (interruption::pending()) [[unlikely]]
+        goto interrupted;
+    callOther(head, Arguments(arguments, pc->b), error);
+    for (unsigned i = 0; i < pc->b; ++i) release(arguments[i]);
+    goto returned;
+}
+op_startArguments:
+    put(R[pc->a], Cell::list(CellSlice()));
+    NEXT;
+op_pushArgument:
+    pushArgument(R[pc->a], R[pc->b]);
+    NEXT;
+op_callSpread: {
+    Cell& head = R[pc->a];
+    if (head.is(CellType::Lambda)) {
+        frame->next = pc + 1;
+        callSpread(head);
+        goto called;
+    }
+    if (interruption::pending()) [[unlikely]]
+        goto interrupted;
+    callOther(head, R[pc->a + 1].items(), error);
+    release(R[pc->a + 1]);
+    goto returned;
+}
+op_leave: {
+    const std::uintptr_t head = headOf(R[pc->a]);
+    const std::uint64_t body = bodyOf(R[pc->a]);
+    CellInspector::head(R[pc->a]) = 0;
+    for (std::uint32_t i = 0; i < temporaries; ++i) release(R[i]);
+    Cell* result = frame->result;
+    pop();
+    putWords(*result, head, body);
+    if (depth_ == 0) return;
+    load();
+    DISPATCH;
+}
+
+    // --- The rest ---
+
+op_makeLambda:
+    put(R[pc->a], closureOf(K[pc->x], frame->scope));
+    NEXT;
+op_makeFunction:
+    put(R[pc->a], functionOf(K[pc->x], frame->scope));
+    if (interruption::pending()) [[unlikely]]
+        goto interrupted;
+    NEXT;
+op_evaluate: {
+    Code& part = partOf(*frame->code, pc->x);
+    frame->next = pc + 1;
+    enter(part, nullptr, frame->scope, R + frame->code->registers, 0, &R[pc->a]);
+    goto called;
+}
+op_move:
+    put(R[pc->a], std::exchange(R[pc->b], Cell()));
+    NEXT;
+op_drop:
+    release(R[pc->a]);
+    NEXT;
+op_comeBack:
+    pc = frame->code->blocks[pc->a]->instructions.data() + pc->x;
+    DISPATCH;
+
+    // --- Where instructions meet ---
+
+called:
+    if (interruption::pending()) [[unlikely]]
+        goto interrupted;
+    load();
+    DISPATCH;
+returned:
+    if (interruption::pending()) [[unlikely]]
+        goto interrupted;
+    NEXT;
+detour: {
+    Code& code = *frame->code;
+    std::size_t home = 0;
+    ShortWay& way = code.shortWayAt(pc, home);
+    for (std::uint32_t i = way.target; i < code.registers; ++i) release(R[i]);
+    [[maybe_unused]] const std::uint32_t registers = code.registers;
+    pc = translateDetour(code, home, way).instructions.data();
+    assert(code.registers == registers && "a detour needs no more registers");
+    K = code.constants.data();
+    N = code.names.data();
+    DISPATCH;
+}
+interrupted:
+    unwind();
+}
+
+#pragma GCC diagnostic pop
+
+namespace {
+
+// One line: how deep, the instruction, and what the registers that it names hold.
+void traceInstruction(const Code& code, const Instruction* pc, const Cell* registers) {
+    for (const auto& block : code.blocks) {
+        const Instruction* begin = block->instructions.data();
+        if (pc < begin || pc >= begin + block->instructions.size()) continue;
+        std::u16string line = describe(code, *block, static_cast<std::size_t>(pc - begin));
+        line.append(line.size() < 40 ? 40 - line.size() : 1, u' ');
+        const auto show = [&](char16_t name, std::uint16_t number) {
+            const Cell& cell = registers[number];
+            line += name;
+            line += u'=';
+            line += cell.isUnbound() ? u"?" : shortPrint(cell);
+            line += u' ';
+        };
+        const std::string_view operands = operandsOf(pc->op);
+        for (const char operand : operands) {
+            if (operand == 'a') show(u'a', pc->a);
+            if (operand == 'b') show(u'b', pc->b);
+            if (operand == 'c') show(u'c', pc->c);
+        }
+        traceSink(line);
+        return;
+    }
+}
+
+}  // namespace
+}  // namespace vlisp
