@@ -232,6 +232,15 @@ constexpr std::pair<Intrinsic, const char*> intrinsicNames[] = {
     {Intrinsic::cdr, "CDR"},        {Intrinsic::cadr, "CADR"},   {Intrinsic::nth, "NTH"},
     {Intrinsic::cons, "CONS"},      {Intrinsic::length, "LENGTH"},
     {Intrinsic::nullp, "NULLP"},    {Intrinsic::listp, "LISTP"},
+    {Intrinsic::append, "APPEND"},  {Intrinsic::list, "LIST"},   {Intrinsic::assoc, "ASSOC"},
+    {Intrinsic::subst, "SUBST"},    {Intrinsic::reverse, "REVERSE"},
+    {Intrinsic::last, "LAST"},      {Intrinsic::removeNth, "VL-REMOVE-NTH"},
+    {Intrinsic::logand, "LOGAND"},  {Intrinsic::logior, "LOGIOR"}, {Intrinsic::complement, "~"},
+    {Intrinsic::strcat, "STRCAT"},  {Intrinsic::substr, "SUBSTR"}, {Intrinsic::strlen, "STRLEN"},
+    {Intrinsic::strcase, "STRCASE"}, {Intrinsic::wcmatch, "WCMATCH"}, {Intrinsic::itoa, "ITOA"},
+    {Intrinsic::atoi, "ATOI"},      {Intrinsic::sqrt, "SQRT"},   {Intrinsic::sin, "SIN"},
+    {Intrinsic::cos, "COS"},        {Intrinsic::atan, "ATAN"},   {Intrinsic::angle, "ANGLE"},
+    {Intrinsic::distance, "DISTANCE"}, {Intrinsic::polar, "POLAR"}, {Intrinsic::inters, "INTERS"},
 };
 
 }  // namespace

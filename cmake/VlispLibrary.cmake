@@ -20,8 +20,14 @@ target_compile_options(
             # The same bits on every machine: no fused multiply-add behind our back.
             -ffp-contract=off)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  target_compile_options(vlisp_options INTERFACE -Wduplicated-cond -Wduplicated-branches
-                                                 -Wlogical-op -Wuseless-cast)
+  target_compile_options(
+    vlisp_options
+    INTERFACE -Wduplicated-cond
+              -Wduplicated-branches
+              -Wlogical-op
+              -Wuseless-cast
+              # A cell is written word by word; reading it back as one vector stalls the processor.
+              -fno-tree-slp-vectorize)
 endif()
 
 if(VLISP_SANITIZE)

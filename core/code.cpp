@@ -49,6 +49,8 @@ void Code::reset() noexcept {
     shape = {};
     parameters = slots = registers = 0;
     namesInRegisters = isFunction = callsPlainly = false;
+    firstTemporary = 0;
+    entry = nullptr;
     parameterSlots.clear();
 }
 
@@ -90,6 +92,9 @@ std::u16string describe(const Code& code, const Block& block, std::size_t at) {
         case 'b': out += u'r', appendNumber(out, instruction.b); break;
         case 'c': out += u'r', appendNumber(out, instruction.c); break;
         case 'x': appendNumber(out, instruction.x); break;
+        case 'n': appendNumber(out, instruction.b); break;
+        case 'X': out += u'r', appendNumber(out, instruction.x); break;
+        case 'I': appendAscii(out, intrinsics::nameOf(static_cast<Intrinsic>(instruction.x))); break;
         case 'K': out += shortPrint(code.constants[instruction.x]); break;
         case 'N': out += textOf(code.names[instruction.x].get()); break;
         case '@':

@@ -23,8 +23,9 @@ namespace vlisp {
 
 // Every operation: its name, how its operands are shown.
 //
-// R(i) is a register. K is a constant, N a name. @ is where a jump goes. An operation with a guard
-// (!) detours when the obstacles say so.
+// R(i) is a register (X: the one that x tells). K is a constant, N a name, I an intrinsic, n the
+// number of arguments in b. @ is where a jump goes. An operation with a guard (!) detours when the
+// obstacles say so.
 //
 // clang-format off
 #define VLISP_OPERATIONS(X)                                                                        \
@@ -68,6 +69,11 @@ namespace vlisp {
     X(equalConstant,    "a b K !")                                                                 \
     X(notEqual,         "a b c !")                                                                 \
     X(notEqualConstant, "a b K !")                                                                 \
+    X(addThree,         "a b c X !")  /* R(a) = R(b) op R(c) op R(x) */                            \
+    X(subtractThree,    "a b c X !")                                                               \
+    X(multiplyThree,    "a b c X !")                                                               \
+    X(divideThree,      "a b c X !")                                                               \
+    X(appendItem,       "a b c !")  /* R(a) = R(b), a list, with the item R(c) behind it */        \
     X(nth,              "a b c !")                                                                 \
     X(cons,             "a b c !")                                                                 \
     /* --- Built-ins on one value: R(a) = op R(b) --- */                                           \
@@ -78,6 +84,7 @@ namespace vlisp {
     X(nullp,            "a b !")                                                                   \
     X(listp,            "a b !")                                                                   \
     /* --- Tests and jumps; a comparison jumps when its outcome is not the wanted one --- */       \
+    X(ifObstacles,      "@")        /* jumps while anything stands in the way of a short way */    \
     X(jump,             "@")                                                                       \
     X(jumpIfFalse,      "a @")                                                                     \
     X(jumpIfTrue,       "a @")                                                                     \
@@ -109,8 +116,9 @@ namespace vlisp {
     /* --- Calls: arguments in a row of registers; the value replaces the first of them --- */     \
     X(guard,            "!")        /* detour unless the head is still the built-in */             \
     X(checkHead,        "a @")      /* while an error stands: R(a) = nil, jump */                  \
-    X(call,             "a b")      /* head in R(a), b arguments behind it */                      \
-    X(callGlobal,       "a b N !")  /* b arguments from R(a); the head is a global name */         \
+    X(call,             "a n")      /* head in R(a), b arguments behind it */                      \
+    X(callGlobal,       "a n N")    /* b arguments from R(a); the head is a global name */         \
+    X(callBuiltin,      "a n c I !")  /* R(a) = intrinsic x of b arguments from R(c) */            \
     X(startArguments,   "a")        /* R(a) = an empty row of arguments */                         \
     X(pushArgument,     "a b")      /* R(b) joins the row in R(a) */                               \
     X(callSpread,       "a")        /* head in R(a), row of arguments behind it */                 \
@@ -192,6 +200,8 @@ class Code final : public HeapObject {
     /// A call with as many arguments as parameters has nothing to prepare: the arguments are the
     /// registers of all names.
     bool callsPlainly = false;
+    std::uint32_t firstTemporary = 0;    ///< the registers before it are those of names
+    const Instruction* entry = nullptr;  ///< where block 0 begins
     /// Slot of each parameter, when a name is given twice; otherwise parameter i has slot i.
     std::vector<std::uint32_t> parameterSlots;
 

@@ -16,12 +16,6 @@ constexpr std::size_t mostWithoutIndex = 12;
 
 }  // namespace
 
-SymbolData& symbolOrEmpty(const SymbolData* name) noexcept {
-    static SymbolData empty(0, 0);
-    // The names are not const themselves: cells merely look at them.
-    return name != nullptr ? *const_cast<SymbolData*>(name) : empty;  // NOLINT(*-const-cast)
-}
-
 // --- Shapes ---
 
 ScopeShape::ScopeShape(Ref<ScopeShape> outer) noexcept

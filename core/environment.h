@@ -154,7 +154,11 @@ Environment& GlobalEnvironment();
 void setGlobalEnvironment(Environment* scope) noexcept;
 
 /// The symbol that stands for `name` where an object is needed: of the empty name, too.
-[[nodiscard]] SymbolData& symbolOrEmpty(const SymbolData* name) noexcept;
+[[nodiscard]] inline SymbolData& symbolOrEmpty(const SymbolData* name) noexcept {
+    static constinit SymbolData empty(0, 0);
+    // The names are not const themselves: cells merely look at them.
+    return name != nullptr ? *const_cast<SymbolData*>(name) : empty;  // NOLINT(*-const-cast)
+}
 
 // --- Details ---
 

@@ -18,7 +18,7 @@ enum class ObjectKind : std::uint8_t { symbol, text, list, lambda, environment, 
 /// bits of the address. Counts are not atomic: one evaluation runs at a time, and the hand-over
 /// between threads orders their accesses.
 struct alignas(16) HeapObject {
-    explicit HeapObject(ObjectKind objectKind) noexcept : kind(objectKind) {}
+    constexpr explicit HeapObject(ObjectKind objectKind) noexcept : kind(objectKind) {}
     HeapObject(const HeapObject&) = delete;
     HeapObject& operator=(const HeapObject&) = delete;
 

@@ -9,7 +9,7 @@ namespace vlisp::intrinsics {
 namespace {
 
 constexpr std::size_t count = static_cast<std::size_t>(Intrinsic::count);
-static_assert(count <= 32, "an obstacle is a bit of a word");
+static_assert(count <= appendAndList, "an obstacle is a bit of a word");
 
 // The names are held, so that their marks stay.
 struct Declared {
@@ -37,14 +37,19 @@ BuiltinProc procOf(Intrinsic intrinsic) noexcept {
 
 const char* nameOf(Intrinsic intrinsic) noexcept {
     static constexpr std::array<const char*, count> names = {
-        "none", "add", "subtract", "multiply", "divide", "less",   "greater",
-        "lessOrEqual", "equalSign", "equal", "eq", "notEqual", "car", "cdr",
-        "cadr", "nth", "cons", "length", "nullp", "listp"};
-    return names[static_cast<std::size_t>(intrinsic)];
+        "none",   "add",    "subtract",    "multiply",  "divide", "less",      "greater",
+        "lessOrEqual",      "equalSign",   "equal",     "eq",     "notEqual",  "car",
+        "cdr",    "cadr",   "nth",         "cons",      "length", "nullp",     "listp",
+        "append", "list",   "assoc",       "subst",     "reverse", "last",     "removeNth",
+        "logand", "logior", "complement",  "strcat",    "substr", "strlen",    "strcase",
+        "wcmatch", "itoa",  "atoi",        "sqrt",      "sin",    "cos",       "atan",
+        "angle",  "distance", "polar",     "inters"};
+    const auto number = static_cast<std::size_t>(intrinsic);
+    return number == appendAndList ? "append, list" : names[number];
 }
 
 void refresh(const SymbolData& name) noexcept {
-    const std::uint32_t bit = std::uint32_t{1} << name.intrinsic;
+    const std::uint64_t bit = std::uint64_t{1} << name.intrinsic;
     const Cell& bound = globalPlace(symbolOrEmpty(&name));
     const bool holds = bound.is(CellType::Proc) &&
                        bound.proc() == procOf(static_cast<Intrinsic>(name.intrinsic));

@@ -32,20 +32,52 @@ enum class Intrinsic : std::uint8_t {
     length,
     nullp,
     listp,
+    // From here on the machine merely knows that nothing but the value comes of a call.
+    append,
+    list,
+    assoc,
+    subst,
+    reverse,
+    last,
+    removeNth,
+    logand,
+    logior,
+    complement,
+    strcat,
+    substr,
+    strlen,
+    strcase,
+    wcmatch,
+    itoa,
+    atoi,
+    sqrt,
+    sin,
+    cos,
+    atan,
+    angle,
+    distance,
+    polar,
+    inters,
     count
 };
+
+/// A guard of two: APPEND and LIST.
+inline constexpr int appendAndList = 63;
 
 namespace intrinsics {
 
 /// Bits of what stands in the machine's way: bit 0 while an error stands in the buffer of the
 /// running evaluation, bit i while the name of intrinsic i is not bound to it. One evaluation runs
 /// at a time.
-inline std::uint32_t obstacles = 0;
-inline constexpr std::uint32_t errorObstacle = 1;
+#if defined(__GNUC__) && !defined(_WIN32)
+[[gnu::visibility("hidden")]]
+#endif
+inline std::uint64_t obstacles = 0;
+inline constexpr std::uint64_t errorObstacle = 1;
 
 /// The obstacles that a use of this intrinsic minds.
-constexpr std::uint32_t minded(Intrinsic intrinsic) noexcept {
-    return errorObstacle | (std::uint32_t{1} << static_cast<unsigned>(intrinsic));
+constexpr std::uint64_t minded(Intrinsic intrinsic) noexcept {
+    return errorObstacle | (std::uint64_t{1} << static_cast<unsigned>(intrinsic));
 }
 
 /// Tells that `name` is the name of this intrinsic and `proc` the built-in. For the registry,

@@ -46,36 +46,39 @@ double numberOf(const Cell& plain) noexcept {
 bool arePlainIntegers(const Cell& a, const Cell& b) noexcept {
     return ((headOf(a) ^ plainInteger) | (headOf(b) ^ plainInteger)) == 0;
 }
+bool arePlainReals(const Cell& a, const Cell& b) noexcept {
+    return ((headOf(a) ^ plainReal) | (headOf(b) ^ plainReal)) == 0;
+}
 bool isPlainNumber(const Cell& cell) noexcept {
     return headOf(cell) == plainInteger || headOf(cell) == plainReal;
 }
 
 // Lets go of what a register holds; it is free then.
-void release(Cell& cell) noexcept {
+[[gnu::always_inline]] inline void release(Cell& cell) noexcept {
     if (!isCounted(cell)) return;
     HeapObject* object = CellInspector::object(cell);
     CellInspector::head(cell) = 0;
     dropReference(object);
 }
 
-void putWords(Cell& target, std::uintptr_t head, std::uint64_t body) noexcept {
+[[gnu::always_inline]] inline void putWords(Cell& target, std::uintptr_t head, std::uint64_t body) noexcept {
     if (isCounted(target)) [[unlikely]]
         release(target);
     CellInspector::head(target) = head;
     CellInspector::body(target) = body;
 }
-void putInteger(Cell& target, std::int64_t value) noexcept {
+[[gnu::always_inline]] inline void putInteger(Cell& target, std::int64_t value) noexcept {
     // On purpose: what does not fit into 32 bits is the smallest integer.
     if (value != static_cast<std::int32_t>(value)) [[unlikely]]
         value = std::numeric_limits<std::int32_t>::min();
     putWords(target, plainInteger, static_cast<std::uint32_t>(value));
 }
-void putReal(Cell& target, double value) noexcept {
+[[gnu::always_inline]] inline void putReal(Cell& target, double value) noexcept {
     putWords(target, plainReal, std::bit_cast<std::uint64_t>(value));
 }
 
 // What was in the target is released last: taking it apart must not meet a half-made register.
-void put(Cell& target, Cell value) noexcept { target.swap(value); }
+[[gnu::always_inline]] inline void put(Cell& target, Cell value) noexcept { target.swap(value); }
 
 bool isTrue(const Cell& cell) noexcept {
     if (cell.is(CellType::Symbol)) return headOf(cell) != headOf(NilCell);
@@ -115,18 +118,24 @@ bool canGrowInFront(const ListRange& range, const Cell& value) noexcept {
            !value.holdsCells();
 }
 
+bool canGrowBehind(const ListRange& range, const Cell& item) noexcept {
+    return range.buffer != nullptr && range.begin + range.length == range.buffer->last &&
+           range.buffer->last < range.buffer->capacity && !item.holdsCells();
+}
+
 }  // namespace
 
 // --- The stack ---
 
 struct Machine::Frame {
-    Code* code;
     const Instruction* next;  // where it goes on when what it called has returned
     Cell* registers;
+    Code* code;
     Cell* result;          // where its value goes
     LambdaData* function;  // held; null when no function was called
     Environment* scope;    // that of the code, or the one around it when names are in registers
     bool ownsScope;        // it was made for this call and is held
+    bool returnsSlowly;    // there is more to do than to let go of the function
 };
 
 struct Machine::Segment {
@@ -171,9 +180,12 @@ void Machine::growFrames() {
     heap::charge(more);
     stackBytes_ += more;
     std::unique_ptr<Frame[]> larger(new Frame[capacity]);
-    std::copy_n(frames_.get(), depth_, larger.get());
+    const std::ptrdiff_t depth = frames_ == nullptr ? 0 : top_ - frames_.get();
+    if (frames_ != nullptr) std::copy_n(frames_.get(), depth + 1, larger.get());
     frames_ = std::move(larger);
     frameCapacity_ = capacity;
+    top_ = frames_.get() + depth;
+    lastFrame_ = frames_.get() + capacity - 1;
 }
 
 // Segments are zero when they are made, and a register that is free holds nothing counted.
@@ -215,6 +227,7 @@ Cell* Machine::moveToNewSegment(Cell* arguments, std::uint32_t count, std::uint3
     Segment* segment = std::exchange(spare_, nullptr);
     segment->before = segment_;
     segment_ = segment;
+    segmentEnd_ = segment->end();
     for (std::uint32_t i = 0; i < count; ++i) segment->cells()[i].swap(arguments[i]);
     return segment->cells();
 }
@@ -222,6 +235,7 @@ Cell* Machine::moveToNewSegment(Cell* arguments, std::uint32_t count, std::uint3
 // One stays as a spare: a call at the border would make one again and again.
 void Machine::leaveSegment() noexcept {
     Segment* left = std::exchange(segment_, segment_->before);
+    segmentEnd_ = segment_->end();
     if (spare_ != nullptr && left->capacity < spare_->capacity) std::swap(left, spare_);
     std::swap(left, spare_);
     if (left != nullptr) freeSegment(left);
@@ -238,30 +252,29 @@ void Machine::trim() noexcept {
         stackBytes_ -= bytes;
         frames_.reset();
         frameCapacity_ = 0;
+        top_ = lastFrame_ = nullptr;
     }
     if (scratch_ != nullptr) scratch_->reset();
 }
 
 /// Begins a call: `arguments` are registers, and those behind them are free. Takes over one count
 /// of `function`.
-inline void Machine::enter(Code& code, LambdaData* function, Environment* scope, Cell* arguments,
+void Machine::enter(Code& code, LambdaData* function, Environment* scope, Cell* arguments,
                            std::uint32_t count, Cell* result) {
     Cell* registers = arguments;
     try {
-        if (depth_ == frameCapacity_) [[unlikely]]
-            growFrames();
-        if (static_cast<std::size_t>(segment_->end() - arguments) <
-            std::max(code.registers, count)) [[unlikely]]
+        if (top_ == lastFrame_) growFrames();
+        if (static_cast<std::size_t>(segmentEnd_ - arguments) < std::max(code.registers, count))
             registers = moveToNewSegment(arguments, count, code.registers);
     } catch (...) {
         dropReference(function);  // nobody else has it yet
         throw;
     }
-    Frame& frame = frames_[depth_++];
-    frame = {&code,    code.blocks[0]->instructions.data(), registers, result, function, scope,
-             false};
+    const bool newSegment = registers != arguments;
+    *++top_ = {code.entry, registers, &code, result, function, scope,
+               false,      newSegment || function == nullptr};
     if (count == code.parameters && code.callsPlainly) return;
-    fitArguments(code, frame, count);
+    fitArguments(code, *top_, count);
 }
 
 // Arguments of another number than the parameters, locals, names given twice, scopes.
@@ -285,7 +298,7 @@ void Machine::fitArguments(Code& code, Frame& frame, std::uint32_t count) {
         for (std::uint32_t i = 0; i < code.slots; ++i) put(registers[i], Cell::unbound());
     } else {
         frame.scope = Environment::make(*code.shape, frame.scope).detach();
-        frame.ownsScope = true;
+        frame.ownsScope = frame.returnsSlowly = true;
         slots = frame.scope->slots();
     }
     for (std::uint32_t i = 0; i < code.parameters; ++i)
@@ -293,11 +306,10 @@ void Machine::fitArguments(Code& code, Frame& frame, std::uint32_t count) {
 }
 
 // Takes the top frame away. Its registers hold nothing any more.
-inline void Machine::pop() noexcept {
-    const Frame& frame = frames_[--depth_];
-    if (frame.registers == segment_->cells() && segment_->before != nullptr) [[unlikely]]
-        leaveSegment();
-    if (frame.ownsScope) [[unlikely]] {
+void Machine::pop() noexcept {
+    const Frame& frame = *top_--;
+    if (frame.registers == segment_->cells() && segment_->before != nullptr) leaveSegment();
+    if (frame.ownsScope) {
         if (frame.scope->references > 1) scope_collector::scopeOutlivedCall();
         dropReference(frame.scope);
     }
@@ -308,10 +320,10 @@ inline void Machine::pop() noexcept {
 void Machine::unwind() noexcept {
     const Segment* swept = nullptr;
     Cell* end = nullptr;
-    while (depth_ > 0) {
+    while (top_ != frames_.get()) {
         if (swept != segment_) end = segment_->end();
         swept = segment_;
-        Cell* begin = frames_[depth_ - 1].registers;
+        Cell* begin = top_->registers;
         for (Cell* cell = begin; cell != end; ++cell) release(*cell);
         end = begin;
         pop();
@@ -393,6 +405,7 @@ Cell lookUp(const RegisterNames& own, Environment* scope, const SymbolData* name
 // Where SETQ puts a value: where the name is bound, or else outermost.
 void assignByName(const RegisterNames& own, Environment* scope, SymbolRef name, Cell value) {
     if (Cell* found = own.find(name.get())) return found->swap(value);
+    if (scope == nullptr) scope = &GlobalEnvironment();
     for (;; scope = scope->outer())
         if (scope->find(name.get()) != nullptr || scope->outer() == nullptr)
             return scope->Bind(std::move(name), std::move(value));
@@ -410,6 +423,11 @@ constexpr unsigned noTarget = 0xffffffff;
 Cell callBuiltin(Intrinsic intrinsic, const Cell& a, const Cell& b) {
     const Cell pair[] = {a, b};
     return intrinsics::procOf(intrinsic)(Arguments(pair, 2));
+}
+
+Cell callBuiltin(Intrinsic intrinsic, const Cell& a, const Cell& b, const Cell& c) {
+    const Cell three[] = {a, b, c};
+    return intrinsics::procOf(intrinsic)(Arguments(three, 3));
 }
 
 Cell callBuiltin(Intrinsic intrinsic, const Cell& value) {
@@ -467,7 +485,17 @@ Code& partOf(Code& code, std::uint32_t number) {
 
 // What an instruction minds of the obstacles, by the number of its guard.
 bool mayGoOn(std::int32_t guard) noexcept {
-    return guard == 0 || (obstacles & intrinsics::minded(static_cast<Intrinsic>(guard))) == 0;
+    if (guard == 0) return true;
+    const std::uint64_t minded =
+        guard == appendAndList
+            ? intrinsics::minded(Intrinsic::append) | intrinsics::minded(Intrinsic::list)
+            : intrinsics::minded(static_cast<Intrinsic>(guard));
+    return (obstacles & minded) == 0;
+}
+
+[[gnu::cold]] void emptyError(ErrorBuffer& error) noexcept {
+    error.clear();
+    obstacles &= ~intrinsics::errorObstacle;
 }
 
 // A count as REPEAT has it, of a cell that is an Integer with or without text.
@@ -511,8 +539,10 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
     if (segment_ == nullptr) {
         segment_ = makeSegment(firstCells);
         segment_->before = nullptr;
+        segmentEnd_ = segment_->end();
     }
-    const std::uint32_t before = obstacles & intrinsics::errorObstacle;
+    if (frames_ == nullptr) growFrames();
+    const std::uint64_t before = obstacles & intrinsics::errorObstacle;
     obstacles = (obstacles & ~intrinsics::errorObstacle) |
                 (error.empty() ? 0 : intrinsics::errorObstacle);
     const auto restore = [&] {
@@ -522,6 +552,7 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
     try {
         const auto count = static_cast<std::uint32_t>(arguments.size());
         Cell* registers = segment_->cells();
+        assert(top_ == frames_.get() && "a machine runs one thing at a time");
         if (count > segment_->capacity) registers = moveToNewSegment(registers, 0, count);
         for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
         enter(code, nullptr, &scope, registers, count, &value);
@@ -544,8 +575,13 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
 #pragma GCC diagnostic ignored "-Wpedantic"
 
 void Machine::loop(ErrorBuffer& error) {
-    static const void* const labels[] = {
+    static const void* const operations[] = {
 #define VLISP_LABEL(name, operands) &&op_##name,
+        VLISP_OPERATIONS(VLISP_LABEL)
+#undef VLISP_LABEL
+    };
+    static const void* const traced[] = {
+#define VLISP_LABEL(name, operands) &&trace,
         VLISP_OPERATIONS(VLISP_LABEL)
 #undef VLISP_LABEL
     };
@@ -557,25 +593,24 @@ void Machine::loop(ErrorBuffer& error) {
     const Cell* K = nullptr;
     const SymbolRef* N = nullptr;
     std::uint32_t temporaries = 0;
-    const bool tracing = traceSink != nullptr;
+    const void* const* const labels = traceSink != nullptr ? traced : operations;
 
-    const auto load = [&] {
-        frame = &frames_[depth_ - 1];
-        pc = frame->next;
-        R = frame->registers;
-        K = frame->code->constants.data();
-        N = frame->code->names.data();
-        temporaries = frame->code->namesInRegisters ? frame->code->slots : 0;
-    };
-    const auto own = [&] { return RegisterNames{*frame->code, R}; };
-    const auto letGo = [&](unsigned operand, unsigned target) {
-        if (operand >= temporaries && operand != target) release(R[operand]);
-    };
-    const auto emptyError = [&] {
-        if ((obstacles & intrinsics::errorObstacle) == 0) return;
-        error.clear();
-        obstacles &= ~intrinsics::errorObstacle;
-    };
+#define LOAD                                                                                       \
+    do {                                                                                           \
+        frame = top_;                                                                              \
+        pc = frame->next;                                                                          \
+        R = frame->registers;                                                                      \
+        const Code& code = *frame->code;                                                           \
+        K = code.constants.data();                                                                 \
+        N = code.names.data();                                                                     \
+        temporaries = code.firstTemporary;                                                         \
+    } while (false)
+#define OWN (RegisterNames{*frame->code, R})
+#define LET_GO(operand, target)                                                                    \
+    if ((operand) >= temporaries && (operand) != (target)) release(R[operand])
+#define EMPTY_ERROR                                                                                \
+    if ((obstacles & intrinsics::errorObstacle) != 0) [[unlikely]]                                 \
+    emptyError(error)
 
 #define NEXT                                                                                       \
     do {                                                                                           \
@@ -584,8 +619,6 @@ void Machine::loop(ErrorBuffer& error) {
     } while (false)
 #define DISPATCH                                                                                   \
     do {                                                                                           \
-        if (tracing) [[unlikely]]                                                                  \
-            traceInstruction(*frame->code, pc, R);                                                 \
         goto* labels[static_cast<std::size_t>(pc->op)];                                            \
     } while (false)
 #define JUMP                                                                                       \
@@ -600,6 +633,30 @@ void Machine::loop(ErrorBuffer& error) {
             goto interrupted;                                                                      \
         JUMP;                                                                                      \
     } while (false)
+// The call of a function, with the arguments in registers. Most have nothing to prepare.
+#define CALL(called_, arguments_, result_)                                                         \
+    do {                                                                                           \
+        Code* callee = called_->code.get();                                                        \
+        if (callee != nullptr && callee->callsPlainly && callee->parameters == pc->b &&            \
+            top_ != lastFrame_ && segmentEnd_ - (arguments_) >= callee->registers &&               \
+            !interruption::pending()) [[likely]] {                                                 \
+            R = (arguments_);                                                                      \
+            pc = callee->entry;                                                                    \
+            K = callee->constants.data();                                                          \
+            N = callee->names.data();                                                              \
+            temporaries = callee->firstTemporary;                                                  \
+            frame = ++top_;                                                                        \
+            frame->registers = R;                                                                  \
+            frame->code = callee;                                                                  \
+            frame->result = (result_);                                                             \
+            frame->function = called_;                                                             \
+            frame->scope = called_->scope.get();                                                   \
+            frame->ownsScope = frame->returnsSlowly = false;                                       \
+            DISPATCH;                                                                              \
+        }                                                                                          \
+        callFunction(called_, arguments_, pc->b, result_);                                         \
+        goto called;                                                                               \
+    } while (false)
 #define DETOUR_IF_ERROR                                                                            \
     if (obstacles != 0 && (obstacles & intrinsics::errorObstacle) != 0) [[unlikely]]               \
     goto detour
@@ -607,8 +664,12 @@ void Machine::loop(ErrorBuffer& error) {
     if (obstacles != 0 && !mayGoOn(number)) [[unlikely]]                                           \
     goto detour
 
-    load();
+    LOAD;
     DISPATCH;
+
+trace:
+    traceInstruction(*frame->code, pc, R);
+    goto* operations[static_cast<std::size_t>(pc->op)];
 
     // --- Loading ---
 
@@ -622,13 +683,13 @@ op_loadLocal:
     NEXT;
 op_loadMaybe:
     if ((obstacles & intrinsics::errorObstacle) != 0 || R[pc->b].isUnbound()) [[unlikely]]
-        put(R[pc->a], lookUp(own(), frame->scope, N[pc->x].get(), error));
+        put(R[pc->a], lookUp(OWN, frame->scope, N[pc->x].get(), error));
     else put(R[pc->a], R[pc->b]);
     NEXT;
 op_loadScope: {
     const Cell& value = outward(frame->scope, pc->b).slots()[pc->c];
     if ((obstacles & intrinsics::errorObstacle) != 0 || value.isUnbound()) [[unlikely]]
-        put(R[pc->a], lookUp(own(), frame->scope, N[pc->x].get(), error));
+        put(R[pc->a], lookUp(OWN, frame->scope, N[pc->x].get(), error));
     else put(R[pc->a], value);
     NEXT;
 }
@@ -645,7 +706,7 @@ op_loadGlobal: {
     NEXT;
 }
 op_loadByName:
-    put(R[pc->a], lookUp(own(), frame->scope, N[pc->x].get(), error));
+    put(R[pc->a], lookUp(OWN, frame->scope, N[pc->x].get(), error));
     NEXT;
 op_takeLocal:
     DETOUR_IF_ERROR;
@@ -678,14 +739,14 @@ op_takeGlobal: {
 
 op_setLocal:
     put(R[pc->b], ASSIGNED);
-    emptyError();
+    EMPTY_ERROR;
     NEXT;
 op_setScope: {
     Cell& place = outward(frame->scope, pc->b).slots()[pc->c];
     if (place.isUnbound()) [[unlikely]]
-        assignByName(own(), frame->scope, N[pc->x], ASSIGNED);
+        assignByName(OWN, frame->scope, N[pc->x], ASSIGNED);
     else put(place, ASSIGNED);
-    emptyError();
+    EMPTY_ERROR;
     NEXT;
 }
 op_setGlobal: {
@@ -694,12 +755,12 @@ op_setGlobal: {
     if (place.isUnbound() || name.intrinsic != 0) [[unlikely]]
         GlobalEnvironment().Bind(N[pc->x], ASSIGNED);
     else put(place, ASSIGNED);
-    emptyError();
+    EMPTY_ERROR;
     NEXT;
 }
 op_setByName:
-    assignByName(own(), frame->scope, N[pc->x], ASSIGNED);
-    emptyError();
+    assignByName(OWN, frame->scope, N[pc->x], ASSIGNED);
+    EMPTY_ERROR;
     NEXT;
 op_defineLocal:
     put(R[pc->b], ASSIGNED);
@@ -725,6 +786,12 @@ op_defineByName:
             putInteger(R[pc->a], integers);                                                        \
             NEXT;                                                                                  \
         }                                                                                          \
+        if (arePlainReals(first, other)) {                                                         \
+            const double a = std::bit_cast<double>(bodyOf(first));                                 \
+            const double b = std::bit_cast<double>(bodyOf(other));                                 \
+            putReal(R[pc->a], reals);                                                              \
+            NEXT;                                                                                  \
+        }                                                                                          \
         if (isPlainNumber(first) && isPlainNumber(other)) {                                        \
             const double a = numberOf(first);                                                      \
             const double b = numberOf(other);                                                      \
@@ -732,8 +799,8 @@ op_defineByName:
             NEXT;                                                                                  \
         }                                                                                          \
         put(R[pc->a], callBuiltin(Intrinsic::intrinsic, first, other));                            \
-        letGo(pc->b, pc->a);                                                                       \
-        if (secondRegister) letGo(pc->c, pc->a);                                                   \
+        LET_GO(pc->b, pc->a);                                                                       \
+        if (secondRegister) LET_GO(pc->c, pc->a);                                                   \
         NEXT;                                                                                      \
     }
 #define ARITHMETIC_PAIR(name, integers, reals)                                                     \
@@ -745,6 +812,33 @@ op_defineByName:
     ARITHMETIC_PAIR(multiply, a* b, a* b)
     // Division by zero, of integers too, is what the doubles make of it: out of range.
     ARITHMETIC_PAIR(divide, b == 0 ? std::numeric_limits<std::int64_t>::min() : a / b, a / b)
+
+#define ON_THREE(name, intrinsic, reals)                                                           \
+    op_##name : {                                                                                  \
+        GUARD(pc->y);                                                                              \
+        const Cell& first = R[pc->b];                                                              \
+        const Cell& other = R[pc->c];                                                              \
+        const Cell& third = R[pc->x];                                                              \
+        if (isPlainNumber(first) && isPlainNumber(other) && isPlainNumber(third)) [[likely]] {     \
+            const double a = numberOf(first);                                                      \
+            const double b = numberOf(other);                                                      \
+            const double c = numberOf(third);                                                      \
+            if (arePlainIntegers(first, other) && headOf(third) == plainInteger)                   \
+                putInteger(R[pc->a], truncatedToInteger(reals));                                   \
+            else putReal(R[pc->a], reals);                                                         \
+            NEXT;                                                                                  \
+        }                                                                                          \
+        put(R[pc->a], callBuiltin(Intrinsic::intrinsic, first, other, third));                     \
+        LET_GO(pc->b, pc->a);                                                                      \
+        LET_GO(pc->c, pc->a);                                                                      \
+        LET_GO(pc->x, pc->a);                                                                      \
+        NEXT;                                                                                      \
+    }
+
+    ON_THREE(addThree, add, a + b + c)
+    ON_THREE(subtractThree, subtract, a - b - c)
+    ON_THREE(multiplyThree, multiply, a* b* c)
+    ON_THREE(divideThree, divide, a / b / c)
 
     // --- Comparison: values and jumps ---
     // The tests are worded as the built-ins word them, which decides where not-a-number is among
@@ -775,8 +869,8 @@ op_defineByName:
     op_##name : {                                                                                  \
         GUARD(pc->y);                                                                              \
         OUTCOME(intrinsic, second, test, symbols)                                                  \
-        letGo(pc->b, pc->a);                                                                       \
-        if (secondRegister) letGo(pc->c, pc->a);                                                   \
+        LET_GO(pc->b, pc->a);                                                                       \
+        if (secondRegister) LET_GO(pc->c, pc->a);                                                   \
         put(R[pc->a], outcome ? TrueCell : FalseCell);                                             \
         NEXT;                                                                                      \
     }
@@ -784,8 +878,8 @@ op_defineByName:
     op_##name : {                                                                                  \
         GUARD(pc->a);                                                                              \
         OUTCOME(intrinsic, second, test, symbols)                                                  \
-        letGo(pc->b, noTarget);                                                                    \
-        if (secondRegister) letGo(pc->c, noTarget);                                                \
+        LET_GO(pc->b, noTarget);                                                                    \
+        if (secondRegister) LET_GO(pc->c, noTarget);                                                \
         if (outcome == (wanted)) JUMP_BACK;                                                        \
         NEXT;                                                                                      \
     }
@@ -817,8 +911,24 @@ op_nth: {
     } else {
         put(R[pc->a], callBuiltin(Intrinsic::nth, index, list));
     }
-    letGo(pc->b, pc->a);
-    letGo(pc->c, pc->a);
+    LET_GO(pc->b, pc->a);
+    LET_GO(pc->c, pc->a);
+    NEXT;
+}
+op_appendItem: {
+    GUARD(pc->y);
+    const Cell& list = R[pc->b];
+    const Cell& item = R[pc->c];
+    const ListRange range = list.is(CellType::List) ? rangeOf(list) : ListRange{};
+    if (canGrowBehind(range, item)) [[likely]] {
+        range.buffer->fillBack(item);
+        if (pc->a != pc->b) put(R[pc->a], list);
+        CellInspector::body(R[pc->a]) = rangeBody(range.begin, range.length + 1);
+    } else {
+        put(R[pc->a], callBuiltin(Intrinsic::append, list, Cell::list({item})));
+    }
+    LET_GO(pc->b, pc->a);
+    LET_GO(pc->c, pc->a);
     NEXT;
 }
 op_cons: {
@@ -834,15 +944,15 @@ op_cons: {
     } else {
         put(R[pc->a], callBuiltin(Intrinsic::cons, value, list));
     }
-    letGo(pc->b, pc->a);
-    letGo(pc->c, pc->a);
+    LET_GO(pc->b, pc->a);
+    LET_GO(pc->c, pc->a);
     NEXT;
 }
 op_car: {
     GUARD(pc->y);
     const Items items = R[pc->b].items();
     put(R[pc->a], items.empty() ? NilCell : items[0]);
-    letGo(pc->b, pc->a);
+    LET_GO(pc->b, pc->a);
     NEXT;
 }
 op_cdr: {
@@ -855,54 +965,57 @@ op_cdr: {
     } else {
         put(R[pc->a], callBuiltin(Intrinsic::cdr, list));
     }
-    letGo(pc->b, pc->a);
+    LET_GO(pc->b, pc->a);
     NEXT;
 }
 op_cadr: {
     GUARD(pc->y);
     const Items items = R[pc->b].items();
     put(R[pc->a], items.size() < 2 ? NilCell : items[1]);
-    letGo(pc->b, pc->a);
+    LET_GO(pc->b, pc->a);
     NEXT;
 }
 op_length: {
     GUARD(pc->y);
     const std::size_t length = R[pc->b].items().size();
-    letGo(pc->b, pc->a);
+    LET_GO(pc->b, pc->a);
     putInteger(R[pc->a], static_cast<std::int64_t>(length));
     NEXT;
 }
 op_nullp: {
     GUARD(pc->y);
     const bool isEmpty = R[pc->b].items().empty();
-    letGo(pc->b, pc->a);
+    LET_GO(pc->b, pc->a);
     put(R[pc->a], isEmpty ? TrueCell : FalseCell);
     NEXT;
 }
 op_listp: {
     GUARD(pc->y);
     const bool isList = R[pc->b].is(CellType::List);
-    letGo(pc->b, pc->a);
+    LET_GO(pc->b, pc->a);
     put(R[pc->a], isList ? TrueCell : FalseCell);
     NEXT;
 }
 op_unlessNull: {
     GUARD(pc->a);
     const bool isEmpty = R[pc->b].items().empty();
-    letGo(pc->b, noTarget);
+    LET_GO(pc->b, noTarget);
     if (!isEmpty) JUMP_BACK;
     NEXT;
 }
 op_ifNull: {
     GUARD(pc->a);
     const bool isEmpty = R[pc->b].items().empty();
-    letGo(pc->b, noTarget);
+    LET_GO(pc->b, noTarget);
     if (isEmpty) JUMP_BACK;
     NEXT;
 }
 
     // --- Tests, jumps and loops ---
 
+op_ifObstacles:
+    if (obstacles != 0) JUMP;
+    NEXT;
 op_jump:
     JUMP;
 op_jumpIfFalse: {
@@ -953,8 +1066,7 @@ op_callGlobal: {
         auto* function = static_cast<LambdaData*>(CellInspector::object(head));
         addReference(function);
         frame->next = pc + 1;
-        callFunction(function, arguments, pc->b, arguments);
-        goto called;
+        CALL(function, arguments, arguments);
     }
     if (!head.is(CellType::Proc)) goto detour;
     if (interruption::pending()) [[unlikely]]
@@ -971,13 +1083,22 @@ op_call: {
         auto* function = static_cast<LambdaData*>(CellInspector::object(head));
         CellInspector::head(head) = 0;  // its count goes with the call
         frame->next = pc + 1;
-        callFunction(function, arguments, pc->b, &head);
-        goto called;
+        CALL(function, arguments, &head);
     }
     if (interruption::pending()) [[unlikely]]
         goto interrupted;
     callOther(head, Arguments(arguments, pc->b), error);
     for (unsigned i = 0; i < pc->b; ++i) release(arguments[i]);
+    goto returned;
+}
+op_callBuiltin: {
+    GUARD(pc->y);
+    Cell* arguments = &R[pc->c];
+    {
+        Cell value = intrinsics::procOf(static_cast<Intrinsic>(pc->x))(Arguments(arguments, pc->b));
+        for (unsigned i = 0; i < pc->b; ++i) release(arguments[i]);
+        put(R[pc->a], std::move(value));
+    }
     goto returned;
 }
 op_startArguments:
@@ -1005,10 +1126,19 @@ op_leave: {
     CellInspector::head(R[pc->a]) = 0;
     for (std::uint32_t i = 0; i < temporaries; ++i) release(R[i]);
     Cell* result = frame->result;
-    pop();
-    putWords(*result, head, body);
-    if (depth_ == 0) return;
-    load();
+    if (frame->returnsSlowly) [[unlikely]] {
+        pop();
+        putWords(*result, head, body);
+        if (top_ == frames_.get()) return;
+    } else {
+        LambdaData* function = frame->function;
+        --top_;
+        if (--function->references == 0) [[unlikely]]
+            heap::bury(function);
+        CellInspector::head(*result) = head;
+        CellInspector::body(*result) = body;
+    }
+    LOAD;
     DISPATCH;
 }
 
@@ -1043,7 +1173,7 @@ op_comeBack:
 called:
     if (interruption::pending()) [[unlikely]]
         goto interrupted;
-    load();
+    LOAD;
     DISPATCH;
 returned:
     if (interruption::pending()) [[unlikely]]

@@ -57,10 +57,12 @@ class Machine {
     friend class MachineLease;
     void trim() noexcept;
 
-    std::unique_ptr<Frame[]> frames_;
+    std::unique_ptr<Frame[]> frames_;  // the first is never used
     std::size_t frameCapacity_ = 0;
-    std::size_t depth_ = 0;  // frames in use
+    Frame* top_ = nullptr;      // the frame of what runs; the first when nothing does
+    Frame* lastFrame_ = nullptr;
     Segment* segment_ = nullptr;
+    Cell* segmentEnd_ = nullptr;
     Segment* spare_ = nullptr;
     std::size_t stackBytes_ = 0;  // counted in the heap's budget
     std::unique_ptr<Code> scratch_;

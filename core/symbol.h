@@ -29,7 +29,7 @@ enum class SpecialForm : std::uint8_t {
 };
 
 struct SymbolData final : HeapObject {
-    SymbolData(std::size_t symbolHash, std::uint32_t textLength) noexcept
+    constexpr SymbolData(std::size_t symbolHash, std::uint32_t textLength) noexcept
         : HeapObject(ObjectKind::symbol), length(textLength), hash(symbolHash) {}
 
     [[nodiscard]] std::u16string_view text() const noexcept { return {characters(), length}; }

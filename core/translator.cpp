@@ -30,6 +30,10 @@ struct Shortcut {
     Op withConstant{};  // the second argument is a constant; same as onRegisters when there is none
     bool isTest = false;
     Op unless{}, unlessConstant{}, when{}, whenConstant{};
+
+    [[nodiscard]] bool takes(Items form) const noexcept {
+        return arguments != 0 && form.size() == arguments + 1;
+    }
 };
 
 Shortcut shortcutOf(Intrinsic intrinsic) noexcept {
@@ -73,10 +77,20 @@ Shortcut shortcutOf(Intrinsic intrinsic) noexcept {
         return {.arguments = 1, .onRegisters = Op::nullp, .isTest = true, .unless = Op::unlessNull,
                 .when = Op::ifNull};
     case Intrinsic::listp: return {.arguments = 1, .onRegisters = Op::listp};
-    case Intrinsic::none:
-    case Intrinsic::count: break;
+    default: break;
     }
     return {};
+}
+
+// The operation on three registers; `jump` when there is none.
+Op onThree(Intrinsic intrinsic) noexcept {
+    switch (intrinsic) {
+    case Intrinsic::add: return Op::addThree;
+    case Intrinsic::subtract: return Op::subtractThree;
+    case Intrinsic::multiply: return Op::multiplyThree;
+    case Intrinsic::divide: return Op::divideThree;
+    default: return Op::jump;
+    }
 }
 
 SpecialForm specialFormOf(Items form) noexcept {
@@ -227,6 +241,8 @@ class Translator {
         value(form, first);
         emit({Op::leave, narrow(first)});
         shortenReturns();
+        code_.firstTemporary = first;
+        code_.entry = block_.instructions.data();
     }
 
     /// The long way of `way.form`, and what becomes of its value. Comes back to block `home`.
@@ -432,8 +448,9 @@ class Translator {
             }
             const Intrinsic intrinsic = intrinsicOf(elements);
             const Shortcut shortcut = shortcutOf(intrinsic);
-            if (special == SpecialForm::none && shortcut.isTest &&
-                elements.size() == shortcut.arguments + 1) {
+            if (special == SpecialForm::andForm && testAll(cell, elements, label, t, jumpsIfTrue))
+                return;
+            if (special == SpecialForm::none && shortcut.isTest && shortcut.takes(elements)) {
                 ++nesting_;
                 testShortly(cell, elements, intrinsic, shortcut, label, t, jumpsIfTrue);
                 --nesting_;
@@ -642,13 +659,10 @@ class Translator {
         const Items elements = cell.items();
         if (elements.empty() || specialFormOf(elements) != SpecialForm::none) return false;
         const Intrinsic intrinsic = intrinsicOf(elements);
-        const Shortcut shortcut = shortcutOf(intrinsic);
-        if (shortcut.arguments == 0 || elements.size() != shortcut.arguments + 1 ||
-            !arePure(elements.subspan(1)))
-            return false;
+        if (intrinsic == Intrinsic::none || !arePure(elements.subspan(1))) return false;
         const std::size_t way = startWay(cell, t, ShortWay::Use::assign);
         shortWays()[way].slot = narrow(place.slot);
-        operation(elements, intrinsic, shortcut, place.slot, t);
+        operation(elements, intrinsic, place.slot, t);
         endWay(way);
         return true;
     }
@@ -679,9 +693,8 @@ class Translator {
 
     void application(const Cell& cell, Items elements, Register t) {
         const Intrinsic intrinsic = intrinsicOf(elements);
-        const Shortcut shortcut = shortcutOf(intrinsic);
-        if (shortcut.arguments != 0 && elements.size() == shortcut.arguments + 1)
-            return builtin(cell, elements, intrinsic, shortcut, t);
+        if (intrinsic != Intrinsic::none && elements.size() - 1 <= mostArguments)
+            return builtin(cell, elements, intrinsic, t);
         if (callShortly(cell, elements, t)) return;
         longWay(elements, t);
     }
@@ -725,18 +738,71 @@ class Translator {
         return true;
     }
 
-    void builtin(const Cell& cell, Items elements, Intrinsic intrinsic, const Shortcut& shortcut,
-                 Register t) {
+    void builtin(const Cell& cell, Items elements, Intrinsic intrinsic, Register t) {
         const std::size_t way = startWay(cell, t, ShortWay::Use::value);
         if (arePure(elements.subspan(1))) {
-            operation(elements, intrinsic, shortcut, t, t);
+            operation(elements, intrinsic, t, t);
             endWay(way);
             return;
         }
         guard(way, intrinsic);
-        const auto [first, second] = impureOperands(elements, t, shortcut);
-        emitOperation(shortcut, Intrinsic::none, t, first, second);
+        const Shortcut shortcut = shortcutOf(intrinsic);
+        if (shortcut.takes(elements)) {
+            const auto [first, second] = impureOperands(elements, t, shortcut);
+            emitOperation(shortcut, Intrinsic::none, t, first, second);
+        } else {
+            const auto count = static_cast<Register>(elements.size() - 1);
+            for (Register i = 1; i <= count; ++i) value(elements[i], t + i);
+            emitBuiltin(intrinsic, Intrinsic::none, t, t + 1, count);
+        }
         shortWays()[way].after = here();
+    }
+
+    // A test of AND whose elements look at nothing but names in registers. While there are no
+    // obstacles nothing comes of evaluating them, so that the first that is false settles it.
+    bool testAll(const Cell& cell, Items form, Label& label, Register t, bool jumpsIfTrue) {
+        int parts = mostPartsOfATree;
+        const Items elements = form.subspan(1);
+        if (elements.size() < 2 || !std::ranges::all_of(elements, [&](const Cell& each) {
+                return looksAtRegistersOnly(each, parts);
+            }))
+            return false;
+        ++nesting_;
+        Label general;
+        Label isFalse;
+        Label end;
+        jumpTo(Op::ifObstacles, 0, general);
+        for (const Cell& each : elements.first(elements.size() - 1))
+            jumpUnless(each, jumpsIfTrue ? isFalse : label, t);
+        if (jumpsIfTrue) {
+            jumpIf(elements.back(), label, t);
+            bind(isFalse);
+        } else {
+            jumpUnless(elements.back(), label, t);
+        }
+        jumpTo(Op::jump, 0, end);
+        bind(general);
+        value(cell, t);
+        jumpTo(jumpsIfTrue ? Op::jumpIfTrue : Op::jumpIfFalse, t, label);
+        bind(end);
+        --nesting_;
+        return true;
+    }
+
+    bool looksAtRegistersOnly(const Cell& cell, int& parts) const {
+        if (--parts < 0) return false;
+        if (cell.is(CellType::Symbol))
+            return placeOf(code_, cell.symbolData()).kind == Place::Kind::local;
+        const Items elements = cell.items();
+        if (elements.empty()) return true;
+        const SpecialForm special = specialFormOf(elements);
+        if (special == SpecialForm::quote) return true;
+        if (special != SpecialForm::notForm &&
+            (special != SpecialForm::none || intrinsicOf(elements) == Intrinsic::none))
+            return false;
+        return std::ranges::all_of(elements.subspan(1), [&](const Cell& each) {
+            return looksAtRegistersOnly(each, parts);
+        });
     }
 
     void testShortly(const Cell& cell, Items elements, Intrinsic intrinsic,
@@ -787,8 +853,7 @@ class Translator {
         const SpecialForm special = specialFormOf(elements);
         if (special == SpecialForm::quote) return true;
         if (special != SpecialForm::none) return false;
-        const Shortcut shortcut = shortcutOf(intrinsicOf(elements));
-        if (shortcut.arguments == 0 || elements.size() != shortcut.arguments + 1) return false;
+        if (intrinsicOf(elements) == Intrinsic::none) return false;
         return std::ranges::all_of(elements.subspan(1),
                                    [&](const Cell& each) { return isPure(each, parts); });
     }
@@ -870,8 +935,7 @@ class Translator {
         if (isConstant(cell)) return load(constantValue(cell), t);
         const Items elements = cell.items();
         if (specialFormOf(elements) == SpecialForm::quote) return load(element(elements, 1), t);
-        const Intrinsic intrinsic = intrinsicOf(elements);
-        operation(elements, intrinsic, shortcutOf(intrinsic), t, t);
+        operation(elements, intrinsicOf(elements), t, t);
     }
 
     void takeSymbol(const SymbolRef& symbol, Register t) {
@@ -890,10 +954,48 @@ class Translator {
     }
 
     // An intrinsic of pure operands: computes in registers from t on, the result goes to `target`.
-    void operation(Items elements, Intrinsic intrinsic, const Shortcut& shortcut, Register target,
-                   Register t) {
-        const auto [first, second] = pureOperands(elements, t, shortcut);
-        emitOperation(shortcut, intrinsic, target, first, second);
+    void operation(Items elements, Intrinsic intrinsic, Register target, Register t) {
+        const Shortcut shortcut = shortcutOf(intrinsic);
+        if (shortcut.takes(elements)) {
+            const auto [first, second] = pureOperands(elements, t, shortcut);
+            return emitOperation(shortcut, intrinsic, target, first, second);
+        }
+        if (elements.size() == 4 && onThree(intrinsic) != Op::jump)
+            return operationOnThree(elements, intrinsic, target, t);
+        if (intrinsic == Intrinsic::append && appendsAnItem(elements)) {
+            const Operand list = operand(elements[1], t, false);
+            const Operand item = operand(elements[2].items()[1], list.where == t ? t + 1 : t, false);
+            emit({.op = Op::appendItem, .a = narrow(target), .b = narrow(list.where),
+                  .c = narrow(item.where), .y = appendAndList});
+            return;
+        }
+        const auto count = static_cast<Register>(elements.size() - 1);
+        for (Register i = 0; i < count; ++i) take(elements[i + 1], t + i);
+        emitBuiltin(intrinsic, intrinsic, target, t, count);
+    }
+
+    void operationOnThree(Items elements, Intrinsic intrinsic, Register target, Register t) {
+        Register where[3];
+        Register next = t;
+        for (std::size_t i = 0; i < 3; ++i) {
+            where[i] = operand(elements[i + 1], next, false).where;
+            if (where[i] == next) ++next;
+        }
+        emit({onThree(intrinsic), narrow(target), narrow(where[0]), narrow(where[1]), where[2],
+              static_cast<std::int32_t>(intrinsic)});
+    }
+
+    // (append list (list item)): how programs of this dialect put something at the end.
+    bool appendsAnItem(Items append) const {
+        if (append.size() != 3) return false;
+        const Items list = append[2].items();
+        return list.size() == 2 && intrinsicOf(list) == Intrinsic::list;
+    }
+
+    void emitBuiltin(Intrinsic intrinsic, Intrinsic guarded, Register target, Register first,
+                     Register count) {
+        emit({Op::callBuiltin, narrow(target), narrow(count), narrow(first),
+              static_cast<std::uint32_t>(intrinsic), static_cast<std::int32_t>(guarded)});
     }
 
     std::pair<Operand, Operand> pureOperands(Items elements, Register t,

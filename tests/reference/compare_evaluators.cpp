@@ -1,0 +1,127 @@
+// compare_evaluators: runs random programs by the product's evaluator and by the literal one.
+//
+//     compare_evaluators --seeds FROM COUNT    compares COUNT programs; reduces the first that differs
+//     compare_evaluators --show FROM COUNT     prints programs and what is seen of them
+//     compare_evaluators --figures FROM COUNT  prints how much work the programs do
+//
+// Ends with 1 when a program differs.
+#include "core/interruption.h"
+#include "tests/reference/program_generator.h"
+#include "tests/reference/reduction.h"
+
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <sys/time.h>
+
+namespace {
+
+using namespace vlisp;
+using reference::Evaluator;
+using reference::Program;
+using reference::Transcript;
+
+// While it lives, cancels every evaluation that has taken a second of processor time: a program that is
+// being reduced may have lost what ended it.
+class Patience {
+  public:
+    Patience() {
+        struct sigaction action = {};
+        action.sa_handler = [](int) { interruption::request(interruption::Reason::cancelled); };
+        action.sa_flags = SA_RESTART;
+        sigaction(SIGVTALRM, &action, nullptr);
+        set(1);
+    }
+    Patience(const Patience&) = delete;
+    Patience& operator=(const Patience&) = delete;
+    ~Patience() {
+        set(0);
+        interruption::take();
+    }
+
+  private:
+    static void set(long seconds) {
+        const itimerval interval = {{seconds, 0}, {seconds, 0}};
+        setitimer(ITIMER_VIRTUAL, &interval, nullptr);
+    }
+};
+
+bool differsInTime(const Program& program) {
+    const Patience patience;
+    const Transcript product = run(program, Evaluator::product);
+    const Transcript literal = run(program, Evaluator::literal);
+    if (!product.interruption.empty() || !literal.interruption.empty()) return false;
+    return !differenceBetween(program, product, literal).empty();
+}
+
+int compareSeeds(std::uint64_t from, std::uint64_t count) {
+    for (std::uint64_t seed = from; seed < from + count; ++seed) {
+        const Program program = makeProgram(reference::Choices(seed));
+        const std::string difference = compare(program);
+        if (!difference.empty()) {
+            std::printf("seed %llu: %s", static_cast<unsigned long long>(seed), difference.c_str());
+            const Program small = reduced(program, differsInTime);
+            std::printf("\nreduced: %s", compare(small).c_str());
+            return 1;
+        }
+        if ((seed - from + 1) % 100'000 == 0)
+            std::fprintf(stderr, "%llu programs\n",
+                         static_cast<unsigned long long>(seed - from + 1));
+    }
+    std::printf("%llu programs, no difference\n", static_cast<unsigned long long>(count));
+    return 0;
+}
+
+int showSeeds(std::uint64_t from, std::uint64_t count) {
+    for (std::uint64_t seed = from; seed < from + count; ++seed) {
+        const Program program = makeProgram(reference::Choices(seed));
+        const Transcript seen = run(program, Evaluator::literal);
+        std::printf("seed %llu\n", static_cast<unsigned long long>(seed));
+        for (std::size_t i = 0; i < seen.outcomes.size(); ++i) {
+            std::printf("  %s\n    => %s %s\n", program.expressions[i].c_str(),
+                        seen.outcomes[i].printed.c_str(), seen.outcomes[i].error.c_str());
+            for (const std::string& event : seen.outcomes[i].events)
+                std::printf("    event %s\n", event.c_str());
+        }
+        if (!seen.interruption.empty()) std::printf("    %s\n", seen.interruption.c_str());
+    }
+    return 0;
+}
+
+int figuresOf(std::uint64_t from, std::uint64_t count) {
+    std::size_t expressions = 0;
+    std::size_t good = 0;
+    std::size_t events = 0;
+    std::size_t interrupted = 0;
+    for (std::uint64_t seed = from; seed < from + count; ++seed) {
+        const Transcript seen = run(makeProgram(reference::Choices(seed)), Evaluator::literal);
+        if (!seen.interruption.empty()) ++interrupted;
+        for (const reference::Outcome& outcome : seen.outcomes) {
+            ++expressions;
+            if (outcome.error.empty()) ++good;
+            events += outcome.events.size();
+        }
+    }
+    std::printf("%llu programs, %zu expressions, %zu of them without an error, %zu events, "
+                "%zu programs interrupted\n",
+                static_cast<unsigned long long>(count), expressions, good, events, interrupted);
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 4) {
+        const std::string_view verb = argv[1];
+        const std::uint64_t from = std::strtoull(argv[2], nullptr, 10);
+        const std::uint64_t count = std::strtoull(argv[3], nullptr, 10);
+        if (verb == "--seeds") return compareSeeds(from, count);
+        if (verb == "--show") return showSeeds(from, count);
+        if (verb == "--figures") return figuresOf(from, count);
+    }
+    std::fputs("usage: compare_evaluators --seeds|--show|--figures FROM COUNT\n", stderr);
+    return 2;
+}
