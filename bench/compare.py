@@ -1,298 +1,263 @@
 #!/usr/bin/env python3
-"""Times whole programs: vlisp against the interpreters that are installed here.
+"""Times whole programs: vlisp against the interpreters that are installed here, or against another
+vlisp.
 
 Every program stands in programs/ for vlisp and in peers/ for the others, in each language's own
 style, and prints one line that is the same in all of them, so that the same work was done. The
-contenders of a program take turns, each run in a process of its own; what is measured is the user
-and system time and the peak memory of that process, from its start to its end.
+contenders of a program take turns; measuring.py says what is measured.
 """
 
 import argparse
-import ctypes
+import datetime
 import json
 import os
-import shutil
-import signal
+import platform
 import statistics
-import subprocess
 import sys
 import tempfile
-from dataclasses import dataclass, field
 from pathlib import Path
-from typing import Callable, Iterator, Optional
+from typing import Any, Callable, Iterator, Optional
 
-HERE = Path(__file__).resolve().parent
+from contenders import VLISP, Contender, command_for, find_peers, find_vlisp
+from measuring import (
+    Measurement, Table, Trouble, adopt_orphans, all_numbers, positive, report_failures, run_once,
+)
 
 # What each program prints, in the order of the table.
 EXPECTED = {
-    "startup": "ready",
-    "fib": "46368",
-    "tak": "7",
-    "loop": "1000000",
-    "repeat": "1000000",
-    "append": "100000 100000",
-    "cons": "-100000",
-    "assoc": "30015000",
-    "strcat": "100000",
-    "substr": "10000",
-    "wcmatch": "14011",
-    "read200k": "3990",
+    "startup": "",
+    "fib": "2178309",
+    "tak": "9",
+    "while": "10000000",
+    "pi": "3141592.454",
+    "mandelbrot": "2677343",
+    "queens": "4600",
+    "primes": "33860",
+    "cons": "-1500000",
+    "append": "8000000",
+    "nth": "5000000",
+    "assoc": "300150000",
+    "sort": "112646",
+    "strcat": "4000000",
+    "substr": "800000",
+    "wcmatch": "25793",
+    "itoa": "500000",
+    "nested": "1000000",
+    "lambda": "5000000",
+    "read": "40000",
 }
 
-# The program that is generated: so many assignments to these names, then their sum.
-GENERATED = "read200k"
-GENERATED_LINES = 200_000
-GENERATED_NAMES = ("north", "east", "south", "west")
+# What stands in the table for what there is not.
+NONE, FAILED = "–", "failed"
 
-# Seconds of processor time after which a run is ended.
-LONGEST_RUN = 300
+Figure = Callable[[Measurement], float]
 
 
-class Trouble(Exception):
-    """Something that the person at the keyboard must hear about."""
+def seconds_of(measurement: Measurement) -> float:
+    """Time, for tables of it."""
+    return measurement.median_seconds
 
 
-@dataclass(frozen=True)
-class Language:
-    """An interpreter, and what its programs look like."""
-
-    name: str
-    suffix: str
-    folder: str
-    assignment: Callable[[str, int], str]
-    ending: str  # prints the sum of GENERATED_NAMES and ends the program
+def megabytes_of(measurement: Measurement) -> float:
+    """Memory, for tables of it."""
+    return measurement.median_megabytes
 
 
-@dataclass(frozen=True)
-class Contender:
-    """An interpreter that was found, with the command that runs a file."""
-
-    language: Language
-    command: tuple[str, ...]
-
-
-@dataclass
-class Measurement:
-    """The runs of one program by one contender; `failure` says why there are none."""
-
-    seconds: list[float] = field(default_factory=list)
-    peak_megabytes: list[float] = field(default_factory=list)
-    failure: Optional[str] = None
-
-    @property
-    def median_seconds(self) -> float:
-        """User plus system time of the middle run."""
-        return statistics.median(self.seconds)
-
-    @property
-    def median_megabytes(self) -> float:
-        """Peak memory of the middle run."""
-        return statistics.median(self.peak_megabytes)
-
-
-VLISP = Language(
-    "vlisp", ".lsp", "programs",
-    lambda name, value: f"(setq {name} {value})",
-    "(princ (+ north east south west))",
-)
-PYTHON = Language(
-    "Python", ".py", "peers",
-    lambda name, value: f"{name} = {value}",
-    "print(north + east + south + west)",
-)
-LUA = Language(
-    "Lua", ".lua", "peers",
-    lambda name, value: f"{name} = {value}",
-    "print(north + east + south + west)",
-)
-PICOLISP = Language(
-    "PicoLisp", ".l", "peers",
-    lambda name, value: f"(setq {name.title()} {value})",
-    "(prinl (+ North East South West)) (bye)",
-)
-NEWLISP = Language(
-    "newLISP", ".nl", "peers",
-    lambda name, value: f"(set '{name} {value})",
-    "(println (+ north east south west)) (exit)",
-)
-
-# The peers and the names that their interpreters go by. Python is the one that runs this file: a
-# python3 on the path may be a script that looks for one.
-PEERS: tuple[tuple[Language, tuple[str, ...]], ...] = (
-    (PYTHON, (sys.executable,)),
-    (LUA, ("lua5.4",)),
-    (PICOLISP, ("picolisp", "pil")),
-    (NEWLISP, ("newlisp",)),
-)
-
-Table = dict[str, dict[str, Measurement]]
-
-
-def find_peers() -> tuple[list[Contender], list[str]]:
-    """The peers that are installed, and the names of those that are not."""
-    found: list[Contender] = []
-    missing: list[str] = []
-    for language, names in PEERS:
-        path = next(filter(None, map(shutil.which, names)), None)
-        if path:
-            found.append(Contender(language, (path,)))
-        else:
-            missing.append(f"{language.name} ({' or '.join(names)})")
-    return found, missing
-
-
-def find_vlisp(path: str) -> Contender:
-    """The vlisp to measure."""
-    program = shutil.which(path)
-    if not program:
-        raise Trouble(f"there is no program '{path}'; build it first: ./dev build bench")
-    return Contender(VLISP, (os.path.abspath(program), "run"))
-
-
-def write_generated(language: Language, folder: Path) -> Path:
-    """Writes the program of many lines in `language`; returns its path."""
-    lines = (
-        language.assignment(GENERATED_NAMES[i % len(GENERATED_NAMES)], i % 1000)
-        for i in range(GENERATED_LINES)
-    )
-    path = folder / f"{GENERATED}{language.suffix}"
-    path.write_text("\n".join(lines) + "\n" + language.ending + "\n", encoding="ascii")
-    return path
-
-
-def source_of(program: str, language: Language, scratch: Path) -> Optional[Path]:
-    """Where `program` stands in `language`; None when it has no such program."""
-    if program == GENERATED:
-        return write_generated(language, scratch)
-    path = HERE / language.folder / f"{program}{language.suffix}"
-    return path if path.is_file() else None
-
-
-def adopt_orphans() -> bool:
-    """Makes this process the parent of orphaned grandchildren; False where that is unknown."""
-    set_child_subreaper = 36
-    try:
-        return bool(ctypes.CDLL(None).prctl(set_child_subreaper, 1, 0, 0, 0) == 0)
-    except (AttributeError, OSError, TypeError):
-        return False
-
-
-def start(
-    command: list[str], output: Path, errors: Path, adopts: bool, longest: int = LONGEST_RUN
-) -> int:
-    """Starts `command` and returns the process to wait for.
-
-    The peak memory of a process includes that of the program which it was forked from, and this
-    one is larger than some that it measures. So a shell, which is small, starts the program in the
-    background and ends; the program comes to us as an orphan.
-    """
-    background = '& echo "$!"' if adopts else ""
-    script = f'ulimit -t {longest}; out=$1 err=$2; shift 2; '
-    script += f'{"" if adopts else "exec "}"$@" >"$out" 2>"$err" </dev/null {background}'
-    shell = subprocess.Popen(
-        ["/bin/sh", "-c", script, "sh", str(output), str(errors), *command],
-        stdout=subprocess.PIPE, text=True,
-    )
-    if not adopts:
-        return shell.pid
-    answer, _ = shell.communicate()
-    if shell.returncode != 0 or not answer.strip().isdigit():
-        raise Trouble(f"cannot start {' '.join(command)}")
-    return int(answer)
-
-
-def run_once(
-    command: list[str], expected: str, measurement: Measurement, scratch: Path, adopts: bool,
-    longest: int = LONGEST_RUN,
-) -> None:
-    """Runs `command` once and adds what it took, or why it failed, to `measurement`."""
-    output, errors = scratch / "output", scratch / "errors"
-    process = start(command, output, errors, adopts, longest)
-    try:
-        _, status, usage = os.wait4(process, 0)
-    except KeyboardInterrupt:
-        os.kill(process, signal.SIGKILL)
-        raise
-    code = os.waitstatus_to_exitcode(status)
-    printed = output.read_text(errors="replace").strip()
-    if code != 0 or printed != expected:
-        ending = f"exit code {code}" if code >= 0 else f"ended by signal {-code}"
-        said = errors.read_text(errors="replace").strip()[-300:]
-        measurement.failure = f"printed '{printed[:200]}' instead of '{expected}' ({ending})" + (
-            f"; it said: {said}" if said else ""
-        )
-        return
-    bytes_per_unit = 1 if sys.platform == "darwin" else 1024
-    measurement.seconds.append(usage.ru_utime + usage.ru_stime)
-    measurement.peak_megabytes.append(usage.ru_maxrss * bytes_per_unit / 1e6)
+# --- Measuring ---
 
 
 def measure_program(
     program: str, contenders: list[Contender], runs: int, scratch: Path, adopts: bool
 ) -> dict[str, Measurement]:
-    """Runs `program` by all contenders in turn, `runs` times; by language."""
+    """Runs `program` by all contenders in turn, `runs` times; by the contender's name."""
     commands: dict[str, list[str]] = {}
+    measurements: dict[str, Measurement] = {}
     for contender in contenders:
-        source = source_of(program, contender.language, scratch)
-        if source:
-            commands[contender.language.name] = [*contender.command, str(source)]
-        elif contender.language is VLISP:
-            raise Trouble(f"there is no program {HERE / VLISP.folder / program}{VLISP.suffix}")
-    measurements = {name: Measurement() for name in commands}
+        try:
+            command = command_for(program, contender, scratch)
+        except Trouble as trouble:
+            measurements[contender.name] = Measurement(failure=str(trouble))
+            continue
+        if command:
+            commands[contender.name] = command
+            measurements[contender.name] = Measurement()
+        elif contender.language.folder == VLISP.folder:
+            raise Trouble(f"there is no program {program} for vlisp")
     for _ in range(runs):
-        for name, command in commands.items():
-            if measurements[name].failure is None:
-                run_once(command, EXPECTED[program], measurements[name], scratch, adopts)
+        for contender in contenders:
+            measurement = measurements.get(contender.name)
+            if measurement is not None and measurement.failure is None:
+                run_once(
+                    commands[contender.name], EXPECTED[program], measurement, scratch, adopts,
+                    environment=contender.language.environment,
+                )
     return measurements
 
 
-def table_lines(table: Table, peers: list[str]) -> Iterator[str]:
-    """The table in Markdown: times of vlisp, and how many times as long each peer took."""
-    yield "| program | vlisp s | vlisp MB | " + " | ".join(f"{name} ÷ vlisp" for name in peers) + " |"
-    yield "|---|" + "---:|" * (2 + len(peers))
+# --- Figures ---
+
+
+def succeeded(measurement: Optional[Measurement]) -> bool:
+    """Whether there is a figure."""
+    return measurement is not None and measurement.failure is None
+
+
+def has_failed(measurement: Optional[Measurement]) -> bool:
+    """Whether there would be a figure, had the program done what it must."""
+    return measurement is not None and measurement.failure is not None
+
+
+def ratio(
+    measurements: dict[str, Measurement], name: str, base: str, figure: Figure
+) -> Optional[float]:
+    """How many times the figure of `base` that of `name` is; None when one of them is missing."""
+    own, other = measurements.get(base), measurements.get(name)
+    if own is None or other is None or not succeeded(own) or not succeeded(other):
+        return None
+    return figure(other) / figure(own) if figure(own) > 0 else None
+
+
+def best_interpreter(
+    measurements: dict[str, Measurement], peers: list[Contender]
+) -> Optional[str]:
+    """The fastest of the peers that do not compile to machine code."""
+    candidates = [
+        peer.name
+        for peer in peers
+        if not peer.language.makes_machine_code and succeeded(measurements.get(peer.name))
+    ]
+    return min(candidates, key=lambda name: measurements[name].median_seconds, default=None)
+
+
+def best_ratio(measurements: dict[str, Measurement], peers: list[Contender]) -> Optional[float]:
+    """How many times as long as vlisp the best interpreter took."""
+    best = best_interpreter(measurements, peers)
+    return ratio(measurements, best, VLISP.name, seconds_of) if best else None
+
+
+def geometric_mean(ratios: list[Optional[float]]) -> Optional[float]:
+    """The mean of the ratios that there are."""
+    known = [value for value in ratios if value]
+    return statistics.geometric_mean(known) if known else None
+
+
+# --- Tables in Markdown ---
+
+
+def show_ratio(value: Optional[float]) -> str:
+    """A ratio that may be missing."""
+    return NONE if value is None else f"{value:.2f}" if value >= 0.1 else f"{value:.3f}"
+
+
+def show_figure(measurement: Optional[Measurement], figure: Figure, form: str) -> str:
+    """A figure, or why there is none."""
+    if measurement is None:
+        return NONE
+    return format(figure(measurement), form) if succeeded(measurement) else FAILED
+
+
+def row(cells: list[str]) -> str:
+    """A line of a table."""
+    return "| " + " | ".join(cells) + " |"
+
+
+def head(cells: list[str]) -> Iterator[str]:
+    """The first lines of a table: words in the first column, numbers in the others."""
+    yield row(cells)
+    yield "|---|" + "---:|" * (len(cells) - 1)
+
+
+def seconds_table(table: Table, peers: list[Contender]) -> Iterator[str]:
+    """The time of everybody, and the best interpreter beside vlisp."""
+    names = [VLISP.name, *(peer.name for peer in peers)]
+    yield from head(["seconds", *names, "best without machine code", "÷ vlisp"])
     for program, measurements in table.items():
-        own = measurements[VLISP.name]
-        cells = ["failed", "failed"]
-        if own.failure is None:
-            cells = [f"{own.median_seconds:.3f}", f"{own.median_megabytes:.1f}"]
-        for name in peers:
-            peer = measurements.get(name)
-            if peer is None:
-                cells.append("–")
-            elif peer.failure is not None:
-                cells.append("failed")
-            elif own.failure is not None or own.median_seconds == 0:
-                cells.append("?")
-            else:
-                cells.append(f"{peer.median_seconds / own.median_seconds:.2f}")
-        yield f"| {program} | " + " | ".join(cells) + " |"
+        cells = [show_figure(measurements.get(name), seconds_of, ".3f") for name in names]
+        best = best_interpreter(measurements, peers)
+        yield row([program, *cells, best or NONE, show_ratio(best_ratio(measurements, peers))])
+    mean = geometric_mean([best_ratio(measurements, peers) for measurements in table.values()])
+    yield row(["geometric mean", *[""] * (len(names) + 1), show_ratio(mean)])
 
 
-def as_json(table: Table, runs: int) -> str:
-    """Everything that was measured."""
-    programs = {
-        program: {
-            name: {"failure": m.failure}
-            if m.failure is not None
-            else {
-                "medianSeconds": m.median_seconds,
-                "medianPeakMegabytes": m.median_megabytes,
-                "seconds": m.seconds,
-                "peakMegabytes": m.peak_megabytes,
-            }
-            for name, m in measurements.items()
-        }
-        for program, measurements in table.items()
+def ratio_table(table: Table, peers: list[Contender]) -> Iterator[str]:
+    """How many times as long as vlisp everybody took."""
+    yield from head(["time ÷ vlisp's", *(peer.name for peer in peers)])
+    columns: list[list[Optional[float]]] = [
+        [ratio(measurements, peer.name, VLISP.name, seconds_of) for measurements in table.values()]
+        for peer in peers
+    ]
+    for (program, measurements), ratios in zip(table.items(), zip(*columns)):
+        cells = [
+            FAILED if has_failed(measurements.get(peer.name)) else show_ratio(value)
+            for peer, value in zip(peers, ratios)
+        ]
+        yield row([program, *cells])
+    yield row(["geometric mean", *(show_ratio(geometric_mean(column)) for column in columns)])
+
+
+def megabytes_table(table: Table, peers: list[Contender]) -> Iterator[str]:
+    """The peak memory of everybody."""
+    names = [VLISP.name, *(peer.name for peer in peers)]
+    yield from head(["megabytes", *names])
+    for program, measurements in table.items():
+        cells = [show_figure(measurements.get(name), megabytes_of, ".1f") for name in names]
+        yield row([program, *cells])
+
+
+def against_table(table: Table, other: str) -> Iterator[str]:
+    """Time and memory of vlisp and of another one."""
+    yield from head(
+        ["program", "vlisp s", f"{other} s", f"{other} ÷ vlisp", "vlisp MB", f"{other} MB",
+         f"{other} ÷ vlisp"]
+    )
+    ratios: list[list[Optional[float]]] = [[], []]
+    for program, measurements in table.items():
+        cells = [program]
+        for column, (figure, form) in enumerate(((seconds_of, ".3f"), (megabytes_of, ".1f"))):
+            ratios[column].append(ratio(measurements, other, VLISP.name, figure))
+            cells += [
+                show_figure(measurements.get(VLISP.name), figure, form),
+                show_figure(measurements.get(other), figure, form),
+                show_ratio(ratios[column][-1]),
+            ]
+        yield row(cells)
+    means = [show_ratio(geometric_mean(column)) for column in ratios]
+    yield row(["geometric mean", "", "", means[0], "", "", means[1]])
+
+
+# --- Where and when ---
+
+
+def machine() -> str:
+    """The processor, its cores, the memory and the system."""
+    model = platform.processor() or platform.machine()
+    try:
+        lines = Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines()
+        model = next(line.split(":")[1].strip() for line in lines if line.startswith("model name"))
+    except (OSError, StopIteration):
+        pass
+    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 1e9
+    system = f"{platform.system()} {platform.machine()}"
+    return f"{model}, {os.cpu_count()} cores, {memory:.0f} GB, {system}"
+
+
+def circumstances(contenders: list[Contender], runs: int) -> dict[str, Any]:
+    """What figures are worth nothing without."""
+    return {
+        "date": datetime.date.today().isoformat(),
+        "machine": machine(),
+        "runs": runs,
+        "versions": {contender.name: contender.version() for contender in contenders},
     }
-    return json.dumps({"runs": runs, "programs": programs}, indent=2) + "\n"
 
 
-def positive(text: str) -> int:
-    """A number of runs."""
-    number = int(text)
-    if number < 1:
-        raise argparse.ArgumentTypeError("at least one run is needed")
-    return number
+def circumstance_lines(facts: dict[str, Any]) -> Iterator[str]:
+    """The same as text."""
+    yield f"{facts['date']}, {facts['machine']}. Runs of each, in turns: {facts['runs']}; medians."
+    yield ", ".join(f"{name} {version}" for name, version in facts["versions"].items()) + "."
+
+
+# --- The program ---
 
 
 def read_arguments() -> argparse.Namespace:
@@ -303,28 +268,30 @@ def read_arguments() -> argparse.Namespace:
         "be measured.",
     )
     parser.add_argument("--vlisp", required=True, metavar="PATH", help="the vlisp to measure")
+    parser.add_argument(
+        "--against", metavar="PATH", help="another vlisp to compare it with, instead of the peers"
+    )
+    parser.add_argument(
+        "--called", default="other", metavar="NAME", help="what the other is called (other)"
+    )
     parser.add_argument("--runs", type=positive, default=5, metavar="N", help="runs of each (5)")
     parser.add_argument("--json", type=Path, metavar="FILE", help="write all numbers there")
-    parser.add_argument("--markdown", type=Path, metavar="FILE", help="write the table there too")
+    parser.add_argument("--markdown", type=Path, metavar="FILE", help="write the tables there too")
     parser.add_argument(
         "programs", nargs="*", metavar="NAME", help=f"only these of: {', '.join(EXPECTED)}"
     )
-    return parser.parse_args()
-
-
-def compare(arguments: argparse.Namespace) -> int:
-    """Measures, prints and writes; returns the exit code."""
+    arguments = parser.parse_args()
     unknown = [name for name in arguments.programs if name not in EXPECTED]
     if unknown:
         raise Trouble(f"unknown program {', '.join(unknown)}; there are {', '.join(EXPECTED)}")
-    peers, missing = find_peers()
-    contenders = [find_vlisp(arguments.vlisp), *peers]
-    if missing:
-        print(f"not installed, left out: {', '.join(missing)}", file=sys.stderr)
-    adopts = adopt_orphans()
-    if not adopts:
-        print("peak memory is at least that of this script here", file=sys.stderr)
+    if arguments.called == VLISP.name:
+        raise Trouble(f"the other needs a name that is not {VLISP.name}")
+    return arguments
 
+
+def measure_all(arguments: argparse.Namespace, contenders: list[Contender]) -> Table:
+    """Measures the programs that were asked for."""
+    adopts = adopt_orphans()
     table: Table = {}
     with tempfile.TemporaryDirectory(prefix="vlisp-bench-") as scratch:
         for program in EXPECTED:
@@ -334,21 +301,60 @@ def compare(arguments: argparse.Namespace) -> int:
             table[program] = measure_program(
                 program, contenders, arguments.runs, Path(scratch), adopts
             )
+    return table
 
-    text = "\n".join(table_lines(table, [peer.language.name for peer in peers])) + "\n"
+
+def text_of(
+    arguments: argparse.Namespace, table: Table, peers: list[Contender], facts: dict[str, Any]
+) -> str:
+    """Everything that is printed."""
+    parts = [list(circumstance_lines(facts))]
+    if arguments.against:
+        parts.append(list(against_table(table, arguments.called)))
+    else:
+        parts += [list(seconds_table(table, peers)), list(ratio_table(table, peers))]
+        parts.append(list(megabytes_table(table, peers)))
+    return "\n\n".join("\n".join(lines) for lines in parts) + "\n"
+
+
+def numbers_of(
+    arguments: argparse.Namespace, table: Table, peers: list[Contender], facts: dict[str, Any]
+) -> dict[str, Any]:
+    """Everything that was measured, and what was computed of it."""
+    numbers = {**facts, **all_numbers(table, arguments.runs)}
+    if arguments.against:
+        ratios = [
+            ratio(measurements, arguments.called, VLISP.name, seconds_of)
+            for measurements in table.values()
+        ]
+        numbers["ratios"] = dict(zip(table, ratios))
+        numbers["geometricMean"] = geometric_mean(ratios)
+        return numbers
+    best_ratios = [best_ratio(measurements, peers) for measurements in table.values()]
+    numbers["bestWithoutMachineCode"] = {
+        program: {"name": best_interpreter(measurements, peers), "ratio": value}
+        for (program, measurements), value in zip(table.items(), best_ratios)
+    }
+    numbers["geometricMean"] = geometric_mean(best_ratios)
+    return numbers
+
+
+def compare(arguments: argparse.Namespace) -> int:
+    """Measures, prints and writes; returns the exit code."""
+    own = find_vlisp(arguments.vlisp)
+    others = (
+        [find_vlisp(arguments.against, arguments.called)] if arguments.against else find_peers()
+    )
+    facts = circumstances([own, *others], arguments.runs)
+    table = measure_all(arguments, [own, *others])
+    text = text_of(arguments, table, others, facts)
     print(text, end="")
     if arguments.markdown:
         arguments.markdown.write_text(text, encoding="utf-8")
     if arguments.json:
-        arguments.json.write_text(as_json(table, arguments.runs), encoding="utf-8")
-
-    failed = False
-    for program, measurements in table.items():
-        for name, measurement in measurements.items():
-            if measurement.failure is not None:
-                failed = True
-                print(f"{program} by {name}: {measurement.failure}", file=sys.stderr)
-    return 1 if failed else 0
+        numbers = numbers_of(arguments, table, others, facts)
+        arguments.json.write_text(json.dumps(numbers, indent=2) + "\n", encoding="utf-8")
+    return 1 if report_failures(table) else 0
 
 
 def main() -> int:

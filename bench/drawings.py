@@ -4,7 +4,7 @@
 The programs stand in programs/ for vlisp and in peers/ for Python. Each opens a drawing of many
 entities, which this script writes, does its work and prints one line that is the same in both; what
 was saved is read here and must be what the work makes of the drawing. Runs and measures are those of
-compare.py.
+measuring.py.
 """
 
 import argparse
@@ -15,8 +15,10 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Iterator, Optional, TextIO
 
-from compare import (
-    HERE, Measurement, Table, Trouble, adopt_orphans, as_json, find_vlisp, positive, run_once,
+from contenders import find_vlisp
+from measuring import (
+    HERE, Measurement, Table, Trouble, adopt_orphans, all_numbers, positive, report_failures,
+    run_once,
 )
 
 DRAWINGS = HERE.parent / "build" / "bench-drawings"
@@ -361,14 +363,12 @@ def compare(arguments: argparse.Namespace) -> int:
     unknown = set(arguments.tasks) - {task.name for task in TASKS}
     if unknown:
         raise Trouble(f"unknown task {', '.join(sorted(unknown))}")
-    vlisp = find_vlisp(arguments.vlisp).command[0]
+    vlisp = find_vlisp(arguments.vlisp).program
     contenders = [VLISP, EZDXF, COPY]
     if not has_ezdxf():
         print("not installed, left out: ezdxf (python3-ezdxf)", file=sys.stderr)
         contenders.remove(EZDXF)
     adopts = adopt_orphans()
-    if not adopts:
-        print("peak memory is at least that of this script here", file=sys.stderr)
     drawing = Drawing(1_000_000, True) if arguments.million else Drawing(100_000, False)
     runs = 1 if arguments.million else arguments.runs
     write_drawing(drawing)
@@ -385,17 +385,10 @@ def compare(arguments: argparse.Namespace) -> int:
     if arguments.markdown:
         arguments.markdown.write_text(text, encoding="utf-8")
     if arguments.json:
-        numbers = json.loads(as_json(table, runs))
-        numbers["entities"] = drawing.count
+        numbers = {**all_numbers(table, runs), "entities": drawing.count}
         arguments.json.write_text(json.dumps(numbers, indent=2) + "\n", encoding="utf-8")
 
-    failed = False
-    for name, measurements in table.items():
-        for contender, measurement in measurements.items():
-            if measurement.failure is not None:
-                failed = True
-                print(f"{name} by {contender}: {measurement.failure}", file=sys.stderr)
-    return 1 if failed else 0
+    return 1 if report_failures(table) else 0
 
 
 def main() -> int:

@@ -1,6 +1,10 @@
-local numbers = {}
-for i = 1, 100000 do
-  numbers[#numbers + 1] = i
+local total = 0
+for _ = 1, 20 do
+  local list = {}
+  for i = 1, 200000 do
+    list[#list + 1] = i
+  end
+  total = total + #list + list[#list]
 end
 
-print(#numbers .. " " .. numbers[#numbers])
+print(total)

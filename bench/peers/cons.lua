@@ -1,13 +1,14 @@
 -- A linked list of pairs, as the measured programs have it.
-local pair
-for i = 1, 200000 do
-  pair = {i, pair}
-end
-
 local sum = 0
-while pair do
-  sum = pair[1] - sum
-  pair = pair[2]
+for _ = 1, 3 do
+  local numbers
+  for i = 1, 1000000 do
+    numbers = {i, numbers}
+  end
+  while numbers do
+    sum = numbers[1] - sum
+    numbers = numbers[2]
+  end
 end
 
 print(sum)

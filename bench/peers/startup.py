@@ -1,1 +1,1 @@
-print("ready")
+# Nothing: what it takes to start and to end.

@@ -1,8 +1,11 @@
--- Every s = s .. "x" would copy the whole text; Lua programs collect the pieces and join them.
-local pieces = {}
-for i = 1, 100000 do
-  pieces[i] = "x"
+-- Every text = text .. "x" would copy the whole text; the pieces are collected and joined.
+local total = 0
+for _ = 1, 20 do
+  local pieces = {}
+  for i = 1, 200000 do
+    pieces[i] = "x"
+  end
+  total = total + #table.concat(pieces)
 end
-local s = table.concat(pieces)
 
-print(#s)
+print(total)

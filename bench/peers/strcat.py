@@ -1,5 +1,11 @@
-s = ""
-for _ in range(100_000):
-    s += "x"
+def main():
+    total = 0
+    for _ in range(20):
+        text = ""
+        for _ in range(200_000):
+            text += "x"
+        total += len(text)
+    print(total)
 
-print(len(s))
+
+main()

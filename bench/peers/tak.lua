@@ -5,4 +5,4 @@ local function tak(x, y, z)
   return z
 end
 
-print(tak(18, 12, 6))
+print(tak(24, 16, 8))

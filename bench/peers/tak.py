@@ -4,4 +4,4 @@ def tak(x, y, z):
     return z
 
 
-print(tak(18, 12, 6))
+print(tak(24, 16, 8))

@@ -1,13 +1,15 @@
-; A list that grows at its front and is then walked from end to end. The sum alternates, for a
-; plain one would leave the range of integers.
-(setq l '() i 0)
-(repeat 200000
-  (setq i (+ i 1))
-  (setq l (cons i l)))
+; A list of a million elements that grows at its front and is then walked from end to end, 3 times.
+; The sum alternates, for a plain one would leave the range of integers.
+(defun main (/ numbers i sum)
+  (setq sum 0)
+  (repeat 3
+    (setq numbers '() i 0)
+    (repeat 1000000
+      (setq i (+ i 1))
+      (setq numbers (cons i numbers)))
+    (while numbers
+      (setq sum (- (car numbers) sum))
+      (setq numbers (cdr numbers))))
+  (princ sum))
 
-(setq sum 0)
-(while (not (nullp l))
-  (setq sum (- (car l) sum))
-  (setq l (cdr l)))
-
-(princ sum)
+(main)

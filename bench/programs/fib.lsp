@@ -4,4 +4,4 @@
     n
     (+ (fib (- n 1)) (fib (- n 2)))))
 
-(princ (fib 24))
+(princ (fib 32))

@@ -1,2 +1,1 @@
-; Nothing but starting up and saying so.
-(princ "ready")
+; Nothing: what it takes to start and to end.

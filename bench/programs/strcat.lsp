@@ -1,6 +1,11 @@
-; A text that grows at its end, one character at a time.
-(setq s "")
-(repeat 100000
-  (setq s (strcat s "x")))
+; A text of 200,000 characters that grows at its end, one character at a time, 20 times.
+(defun main (/ text total)
+  (setq total 0)
+  (repeat 20
+    (setq text "")
+    (repeat 200000
+      (setq text (strcat text "x")))
+    (setq total (+ total (strlen text))))
+  (princ total))
 
-(princ (strlen s))
+(main)

@@ -4,4 +4,4 @@
     (tak (tak (- x 1) y z) (tak (- y 1) z x) (tak (- z 1) x y))
     z))
 
-(princ (tak 18 12 6))
+(princ (tak 24 16 8))

@@ -1,0 +1,5 @@
+(display (let loop ((i 1) (sum 0))
+           (if (<= i 1000000)
+               (loop (+ i 1) (- (string->number (number->string i)) sum))
+               sum)))
+(newline)

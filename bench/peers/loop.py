@@ -1,8 +1,0 @@
-def count():
-    i = 0
-    while i < 1_000_000:
-        i += 1
-    return i
-
-
-print(count())

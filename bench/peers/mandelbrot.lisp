@@ -1,0 +1,18 @@
+(defun steps (cx cy)
+  (let ((x 0d0) (y 0d0) (xx 0d0) (yy 0d0) (n 0))
+    (loop while (and (< n 50) (< (+ xx yy) 4d0))
+          do (setf y (+ (* 2d0 x y) cy)
+                   x (+ (- xx yy) cx)
+                   xx (* x x)
+                   yy (* y y))
+             (incf n))
+    n))
+
+(defun main ()
+  (let ((sum 0))
+    (dotimes (row 400)
+      (dotimes (column 400)
+        (incf sum (steps (- (* column 0.00625d0) 2d0) (- (* row 0.00625d0) 1.25d0)))))
+    (princ sum)))
+
+(main)

@@ -1,0 +1,10 @@
+(defun main ()
+  (let ((numbers (make-array 100000)) (sum 0))
+    (dotimes (i 100000)
+      (setf (svref numbers i) (+ i 1)))
+    (dotimes (times 100)
+      (dotimes (i 100000)
+        (setf sum (- (svref numbers i) sum))))
+    (princ sum)))
+
+(main)

@@ -1,0 +1,11 @@
+(defun primes (limit)
+  (let* ((numbers (loop for n from 2 to limit collect n))
+         (found 0)
+         (prime (first numbers)))
+    (loop while (<= (* prime prime) limit)
+          do (setf numbers (remove-if (lambda (n) (zerop (rem n prime))) numbers))
+             (incf found)
+             (setf prime (first numbers)))
+    (+ found (length numbers))))
+
+(princ (primes 400000))

@@ -1,0 +1,22 @@
+(define (safe? column placed)
+  (let loop ((placed placed) (distance 1))
+    (or (null? placed)
+        (and (not (= (car placed) column))
+             (not (= (car placed) (+ column distance)))
+             (not (= (car placed) (- column distance)))
+             (loop (cdr placed) (+ distance 1))))))
+
+(define (place row placed)
+  (if (> row 8)
+      1
+      (let loop ((column 1) (found 0))
+        (cond ((> column 8) found)
+              ((safe? column placed)
+               (loop (+ column 1) (+ found (place (+ row 1) (cons column placed)))))
+              (else (loop (+ column 1) found))))))
+
+(display (let loop ((times 0) (found 0))
+           (if (< times 50)
+               (loop (+ times 1) (+ found (place 1 '())))
+               found)))
+(newline)

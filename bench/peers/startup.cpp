@@ -1,0 +1,2 @@
+// Nothing: what it takes to start and to end.
+int main() {}

@@ -1,0 +1,1 @@
+; Nothing: what it takes to start and to end.

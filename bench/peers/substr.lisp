@@ -1,0 +1,12 @@
+(defun main ()
+  (let ((text (with-output-to-string (stream)
+                (dotimes (i 20000)
+                  (write-string "abcde" stream))))
+        (found 0))
+    (dotimes (times 40)
+      (dotimes (at (length text))
+        (when (char= (char text at) #\c)
+          (incf found))))
+    (princ found)))
+
+(main)
