@@ -25,9 +25,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     INTERFACE -Wduplicated-cond
               -Wduplicated-branches
               -Wlogical-op
-              -Wuseless-cast
-              # A cell is written word by word; reading it back as one vector stalls the processor.
-              -fno-tree-slp-vectorize)
+              -Wuseless-cast)
 endif()
 
 if(VLISP_SANITIZE)
@@ -46,4 +44,12 @@ function(vlisp_library name)
   add_library(${name} STATIC ${ARG_SOURCES})
   target_link_libraries(${name} PUBLIC ${ARG_USES} PRIVATE vlisp_options)
   target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+endfunction()
+
+# vlisp_copies_cells(NAME): the library does little else. A cell is written word by word; to read it
+# back as one vector, as the compiler likes to, stalls the processor.
+function(vlisp_copies_cells name)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    target_compile_options(${name} PRIVATE -fno-tree-slp-vectorize)
+  endif()
 endfunction()
