@@ -5,6 +5,13 @@
 #include "drawing/entity_fields.h"
 #include "drawing/entity_names.h"
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <tuple>
+#include <utility>
+#include <vector>
+
 namespace vlisp {
 namespace {
 
@@ -12,12 +19,65 @@ Cell textCell(const VmDbString& text) {
     return Cell::string(std::u16string_view(text.units(), text.length()));
 }
 
+// Entries that many lists have in common, as cells that those lists share. Made when the module is
+// loaded, so that they outlive the threads that use them.
+class SharedEntries {
+  public:
+    SharedEntries() : space_(entry(67, Cell::integer(0))) {
+        for (const EntityKind& kind : entityKinds())
+            types_.push_back(entry(0, Cell::string(kind.typeText)));
+    }
+
+    [[nodiscard]] const Cell& space() const noexcept { return space_; }
+    [[nodiscard]] const Cell& type(const EntityKind& kind) const noexcept {
+        return types_[static_cast<std::size_t>(&kind - entityKinds().data())];
+    }
+
+    // Shortcut: the entities of a drawing lie on a few layers. A name that is not among the last ones
+    // takes the place of another.
+    Cell layer(const VmDbString& name) {
+        const std::u16string_view text(name.units(), name.length());
+        if (text.empty() || text.size() > longestLayer) return entry(8, textCell(name));
+        Cell& place = layers_[placeOf(text)];
+        if (place.items().empty() || place.items()[2].text() != text)
+            place = entry(8, textCell(name));
+        return place;
+    }
+
+  private:
+    static constexpr std::size_t longestLayer = 64;
+
+    // The constant of the dot may be made later than these.
+    Cell entry(std::int32_t code, Cell value) const {
+        return Cell::list({Cell::integer(code), dot_, std::move(value)});
+    }
+
+    // Names of a drawing differ most at their ends.
+    static std::size_t placeOf(std::u16string_view text) noexcept {
+        std::size_t hash = text.size();
+        for (const char16_t unit : text.substr(text.size() - std::min<std::size_t>(text.size(), 4)))
+            hash = hash * 31 + unit;
+        return hash % std::tuple_size_v<decltype(layers_)>;
+    }
+
+    Cell dot_ = Cell::symbol(u".");
+    Cell space_;
+    std::vector<Cell> types_;  // in the order of the kinds
+    std::array<Cell, 64> layers_;
+};
+
+SharedEntries sharedEntries;
+
 // Builds the list of one entity, field by field.
 class DataList {
   public:
-    DataList(VmDbObject& object, HostLong id) : object_(object), id_(id) {}
+    // `name` is the entity name that the object was asked for by.
+    DataList(VmDbObject& object, HostLong id, const Cell& name)
+        : object_(object), id_(id), name_(name) {}
 
     Cell build(const EntityKind& kind) {
+        entries_ = SliceBuilder<Cell>(kind.fields.size() +
+                                      static_cast<std::size_t>(std::max(object_.points.count, 0)));
         for (const EntityField& field : kind.fields) append(kind, field);
         return Cell::list(entries_.take());
     }
@@ -25,10 +85,10 @@ class DataList {
   private:
     void append(const EntityKind& kind, const EntityField& field) {
         switch (field.kind) {
-        case FieldKind::name: return add(field, entityName(id_));
-        case FieldKind::type: return add(field, Cell::string(kind.typeText));
-        case FieldKind::space: return add(field, Cell::integer(0));
-        case FieldKind::layer: return add(field, textCell(object_.layerName));
+        case FieldKind::name: return appendName(field);
+        case FieldKind::type: return entries_.push(sharedEntries.type(kind));
+        case FieldKind::space: return entries_.push(sharedEntries.space());
+        case FieldKind::layer: return entries_.push(sharedEntries.layer(object_.layerName));
         case FieldKind::colour:
             if (object_.colour != colourByLayer) add(field, Cell::integer(object_.colour));
             return;
@@ -52,6 +112,12 @@ class DataList {
 
     void add(const EntityField& field, Cell value) {
         entries_.push(groupEntry(field.code, std::move(value)));
+    }
+
+    // The given name again, unless a program spelled the number otherwise.
+    void appendName(const EntityField& field) {
+        const HandleText text(id_);
+        add(field, name_.text() == text.view() ? name_ : entityName(id_));
     }
 
     void appendOrigin(const EntityField& field) {
@@ -91,6 +157,7 @@ class DataList {
 
     VmDbObject& object_;
     HostLong id_;
+    const Cell& name_;
     SliceBuilder<Cell> entries_;
 };
 
@@ -109,7 +176,7 @@ Cell entget(Arguments arguments) {
     if (kind == nullptr) return NilCell;
     VmDbObject* asItsClass = kind->cast(&*object);
     if (asItsClass == nullptr) return NilCell;
-    return DataList(*asItsClass, id).build(*kind);
+    return DataList(*asItsClass, id, arguments[0]).build(*kind);
 }
 
 }  // namespace vlisp

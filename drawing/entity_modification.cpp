@@ -27,6 +27,8 @@ const Cell* valueOf(const Cell& entry) noexcept {
 // A text ends at its first zero unit.
 void assign(VmDbString& member, const Cell& value) {
     const std::u16string_view text = value.text().substr(0, value.text().find(u'\0'));
+    // Most programs hand back most of what they got.
+    if (text == std::u16string_view(member.units(), member.length())) return;
     member.assign(text.data(), text.size());
 }
 

@@ -3,12 +3,13 @@
 
 #include "builtins/arguments.h"
 #include "core/interruption.h"
-#include "core/printer.h"
 #include "core/reader.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <optional>
+#include <tuple>
 
 namespace vlisp {
 namespace {
@@ -28,10 +29,17 @@ std::optional<Cell> liveNameAt(int slot) {
 
 }  // namespace
 
-Cell entityName(HostLong id) {
-    std::u16string text;
-    printInteger(text, id);
-    return Cell::make(CellType::EntityName, text);
+Cell handleCell(CellType type, HostLong number) {
+    return Cell::make(type, HandleText(number).view());
+}
+
+Cell entityName(HostLong id) { return handleCell(CellType::EntityName, id); }
+
+HandleText::HandleText(HostLong number) noexcept {
+    char digits[std::tuple_size_v<decltype(units_)>];
+    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+    std::copy(digits, end, units_.begin());
+    length_ = static_cast<std::size_t>(end - digits);
 }
 
 HostLong idOf(const Cell& cell) noexcept { return integerAtFront(cell.text()); }

@@ -7,7 +7,26 @@
 #include "builtins/registry.h"
 #include "host/bridge.h"
 
+#include <array>
+#include <cstddef>
+#include <string_view>
+
 namespace vlisp {
+
+/// A number in decimal, as the text of an entity name or of a selection set is.
+class HandleText {
+  public:
+    explicit HandleText(HostLong number) noexcept;
+    /// Valid for as long as this object.
+    [[nodiscard]] std::u16string_view view() const noexcept { return {units_.data(), length_}; }
+
+  private:
+    std::array<char16_t, 11> units_{};  // "-2147483648" is the longest
+    std::size_t length_;
+};
+
+/// The entity name or selection set of this number.
+[[nodiscard]] Cell handleCell(CellType type, HostLong number);
 
 /// The entity name of the object with this id.
 [[nodiscard]] Cell entityName(HostLong id);

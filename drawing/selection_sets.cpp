@@ -4,18 +4,13 @@
 #include "builtins/arguments.h"
 #include "core/environment.h"
 #include "core/evaluator.h"
-#include "core/printer.h"
 #include "drawing/entity_names.h"
 #include "host/handshake.h"
 
 namespace vlisp {
 namespace {
 
-Cell selectionSet(int number) {
-    std::u16string text;
-    printInteger(text, number);
-    return Cell::make(CellType::SelectionSet, text);
-}
+Cell selectionSet(int number) { return handleCell(CellType::SelectionSet, number); }
 
 int newSet() {
     int number = 0;

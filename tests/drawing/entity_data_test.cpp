@@ -107,6 +107,40 @@ std::string listOf(const Kind& kind, std::int32_t colour, std::int32_t lineweigh
     return "(" + kind.before + colourEntry + kind.middle + lineweightEntry + kind.after + ")";
 }
 
+// Lists share the entries of layers that came lately.
+TEST_F(EntityData, EveryListHasItsOwnLayer) {
+    std::vector<std::u16string> names{u"", u"nil", std::u16string(64, u'W'),
+                                      std::u16string(65, u'W'), std::u16string(64, u'V') + u'W'};
+    for (int i = 0; i < 400; ++i) names.push_back(u"LAYER" + std::u16string(nameOf(i).text()));
+    for (int round = 0; round < 2; ++round)
+        for (std::size_t i = 0; i < names.size(); i += 1 + static_cast<std::size_t>(round)) {
+            host.slots.clear();
+            VmDbObject& object = addWithId<VmDbCircle>(vmDbCircle, 1);
+            assign(object.layerName, names[i]);
+            const Cell list = call(entget, {nameOf(1)});
+            EXPECT_EQ(list.items()[3].items()[2].text(), names[i]);
+            EXPECT_TRUE(list.items()[3].items()[2].is(CellType::String));
+        }
+}
+
+TEST_F(EntityData, WhatIsMadeOfSharedEntriesLeavesThemAlone) {
+    circle(host);
+    const std::string before = eval("(entget (entlast))");
+    eval("(setq d (entget (entlast)))");
+    eval("(append (assoc 0 d) '(1))");
+    eval("(append (cdr (assoc 8 d)) '(1))");
+    eval("(cons 1 (assoc 8 d))");
+    eval("(append (assoc 67 d) (assoc 67 d))");
+    EXPECT_EQ(eval("(entget (entlast))"), before);
+    EXPECT_EQ(eval("d"), before);
+}
+
+TEST_F(EntityData, TheNameInAListIsTheIdHoweverItWasSpelled) {
+    circle(host);
+    for (const char16_t* digits : {u"1", u" 1", u"+1", u"001", u"1x"})
+        EXPECT_EQ(exact(call(entget, {nameOf(digits)}).items()[0]), "(-1 . #1)");
+}
+
 TEST_F(EntityData, EveryKindHasItsEntriesInItsOrder) {
     for (const Kind& kind : everyKind()) {
         host.slots.clear();
