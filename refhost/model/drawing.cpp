@@ -93,6 +93,7 @@ void Drawing::load(DrawingContents contents) {
                           [this](int slot) { return slots_[static_cast<std::size_t>(slot)].id; });
     }
     nextId_ = contents.nextId;
+    lastFound_ = 0;
     lineTypes_.clear();
     made_ = {};
 
@@ -114,6 +115,7 @@ void Drawing::load(DrawingContents contents) {
 
 void Drawing::forgetHistory() {
     step_ = {};
+    beginStep();
     undoable_.clear();
     redoable_.clear();
     undoableStates_ = 0;
@@ -122,12 +124,21 @@ void Drawing::forgetHistory() {
 // --- Objects ---
 
 int Drawing::slotOf(HostLong id) const noexcept {
+    // Shortcut: a walk looks for the same id again, then for the one behind it.
+    for (const int slot : {lastFound_, lastFound_ + 1})
+        if (slot < slotCount() && idAt(slot) == id) return lastFound_ = slot;
+    const int found = searchSlot(id);
+    if (found >= 0) lastFound_ = found;
+    return found;
+}
+
+int Drawing::searchSlot(HostLong id) const noexcept {
     // Ids count upwards behind those of the file.
-    const auto idAt = [this](int slot) { return slots_[static_cast<std::size_t>(slot)].id; };
     const auto fileEnd = slots_.begin() + static_cast<std::ptrdiff_t>(sourceCount_);
     if (sourceCount_ == slots_.size() || id < fileEnd->id) {
         if (!byId_.empty()) {
-            const auto found = std::ranges::lower_bound(byId_, id, {}, idAt);
+            const auto found =
+                std::ranges::lower_bound(byId_, id, {}, [this](int slot) { return idAt(slot); });
             return found != byId_.end() && idAt(*found) == id ? *found : -1;
         }
         const auto found = std::ranges::lower_bound(slots_.begin(), fileEnd, id, {}, &Slot::id);
@@ -137,17 +148,29 @@ int Drawing::slotOf(HostLong id) const noexcept {
     return found != slots_.end() && found->id == id ? static_cast<int>(found - slots_.begin()) : -1;
 }
 
-// The object of a slot; made when the drawing does not keep it.
-std::shared_ptr<VmDbObject> Drawing::made(int slot) const {
-    if (slot < 0 || slot >= slotCount()) return nullptr;
-    const State& state = slots_[static_cast<std::size_t>(slot)].state;
-    if (state.object) return state.object;
+// Where the object of a slot is that the drawing does not keep.
+Drawing::Made& Drawing::madeFromFile(int slot) const {
     Made& place = made_[static_cast<std::size_t>(slot) % made_.size()];
     if (place.slot != slot) {
         place.object = source_->make(slot);
         place.slot = slot;
     }
-    return place.object;
+    return place;
+}
+
+// The object of a slot; made when the drawing does not keep it.
+std::shared_ptr<VmDbObject> Drawing::made(int slot) const {
+    if (slot < 0 || slot >= slotCount()) return nullptr;
+    const State& state = slots_[static_cast<std::size_t>(slot)].state;
+    return state.object ? state.object : madeFromFile(slot).object;
+}
+
+// An object for the drawing to keep: the one that was made, unless somebody looks at it.
+std::shared_ptr<VmDbObject> Drawing::takenFromFile(int slot) const {
+    Made& place = madeFromFile(slot);
+    if (place.object.use_count() > 1) return clone(*place.object);
+    place.slot = -1;
+    return std::move(place.object);
 }
 
 ObjectView Drawing::at(int slot) const { return made(slot); }
@@ -177,18 +200,27 @@ bool Drawing::isAsInFile(int slot) const noexcept {
 VmDbObject* Drawing::open(HostLong id, bool change) { return openSlot(slotOf(id), change); }
 
 VmDbObject* Drawing::openSlot(int slot, bool change) {
-    const std::shared_ptr<VmDbObject> object = made(slot);
-    if (object == nullptr) return nullptr;
-    State& state = slots_[static_cast<std::size_t>(slot)].state;
+    if (slot < 0 || slot >= slotCount()) return nullptr;
+    const Slot& place = slots_[static_cast<std::size_t>(slot)];
+    VmDbObject* object = place.state.object.get();
     if (change) {
-        remember(slot);
-        if (state.object == nullptr) state.object = clone(*object);
-        openForChange_.push_back(object->id);
-    } else if (state.object == nullptr) {
-        openForReading_.push_back(object);
+        object = openForChange(slot);
+    } else if (object == nullptr) {
+        openForReading_.push_back(madeFromFile(slot).object);
+        object = openForReading_.back().get();
     }
     ++openCount_;
-    return state.object != nullptr ? state.object.get() : object.get();
+    return object;
+}
+
+VmDbObject* Drawing::openForChange(int slot) {
+    Slot& place = slots_[static_cast<std::size_t>(slot)];
+    std::shared_ptr<VmDbObject> fromFile;
+    if (place.state.object == nullptr) fromFile = takenFromFile(slot);
+    remember(slot);
+    if (fromFile != nullptr) place.state.object = std::move(fromFile);
+    openForChange_.push_back(place.id);
+    return place.state.object.get();
 }
 
 void Drawing::closed(VmDbObject& object) {
@@ -225,7 +257,8 @@ HostLong Drawing::add(std::unique_ptr<VmDbObject> object) {
     if (filePartOf(*object) == nullptr && !sameName(lineType, u"BYLAYER"))
         lineTypes_.emplace(id, lineType);
     slots_.push_back({{std::move(object), nullptr}, id});
-    if (step_.touched.insert(id).second) step_.changes.push_back({id, true, {}});
+    touch(slots_.back());
+    step_.changes.push_back({id, true, {}});
     changed(id);
     return id;
 }
@@ -439,7 +472,10 @@ void Drawing::addToSet(HostLong id, int number) {
     if (set == nullptr || slotOf(id) < 0) return;
     constexpr std::size_t mostWithoutLookup = 16;
     std::vector<HostLong>& members = set->members;
-    if (members.size() > mostWithoutLookup) {
+    if (id > set->largest) {
+        set->largest = id;
+        if (!set->lookup.empty()) set->lookup.insert(id);
+    } else if (members.size() > mostWithoutLookup) {
         if (set->lookup.empty()) set->lookup.insert(members.begin(), members.end());
         if (!set->lookup.insert(id).second) return;
     } else {
@@ -462,18 +498,23 @@ void Drawing::addAllToSet(int number) {
     SelectionSet* set = setOf(number);
     if (set == nullptr) return;
     const bool wasEmpty = set->members.empty();
+    if (wasEmpty) set->members.reserve(slots_.size());
     for (const Slot& slot : slots_) {
         if (!isLiveAt(slot)) continue;
-        if (wasEmpty) set->members.push_back(slot.id);
-        else addToSet(slot.id, number);
+        if (wasEmpty) {
+            set->members.push_back(slot.id);
+            set->largest = std::max(set->largest, slot.id);
+        } else {
+            addToSet(slot.id, number);
+        }
     }
 }
 
 // --- Undo ---
 
 void Drawing::remember(int slot) {
-    const Slot& kept = slots_[static_cast<std::size_t>(slot)];
-    if (!step_.touched.insert(kept.id).second) return;
+    Slot& kept = slots_[static_cast<std::size_t>(slot)];
+    if (!touch(kept)) return;
     State before;
     if (kept.state.object) before.object = clone(*kept.state.object);
     if (kept.state.extended)
@@ -483,6 +524,18 @@ void Drawing::remember(int slot) {
     const auto points = before.object ? static_cast<std::size_t>(before.object->points.count) : 0;
     step_.changes.push_back({kept.id, false, std::move(before)});
     step_.stateCount += 1 + points / pointsOfOne;
+}
+
+// False when the step has kept a state of the slot before.
+bool Drawing::touch(Slot& slot) noexcept {
+    return std::exchange(slot.touchedIn, stepNumber_) != stepNumber_;
+}
+
+void Drawing::beginStep() noexcept {
+    if (++stepNumber_ != 0) return;
+    // The numbers begin anew.
+    for (Slot& slot : slots_) slot.touchedIn = 0;
+    stepNumber_ = 1;
 }
 
 void Drawing::rememberTables() {
@@ -524,6 +577,7 @@ void Drawing::closeStep() {
     // What is open for change is changed until it is closed.
     if (step_.empty() || !openForChange_.empty()) return;
     undoable_.push_back(std::exchange(step_, {}));
+    beginStep();
     redoable_.clear();
     undoableStates_ += undoable_.back().states();
     // The last step can always be undone.

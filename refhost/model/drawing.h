@@ -208,6 +208,7 @@ class Drawing {
     struct Slot {
         State state;
         HostLong id;
+        std::uint32_t touchedIn = 0;  // the number of the last step that kept its state
     };
     struct Change {
         HostLong id;
@@ -226,7 +227,6 @@ class Drawing {
     };
     struct Step {
         std::vector<Change> changes;
-        std::unordered_set<HostLong> touched;
         std::optional<Tables> tablesBefore;
         std::optional<Properties> propertiesBefore;
         [[nodiscard]] bool empty() const noexcept {
@@ -238,13 +238,28 @@ class Drawing {
     };
     struct SelectionSet {
         std::vector<HostLong> members;
-        std::unordered_set<HostLong> lookup;  // filled when the set has grown
+        HostLong largest = -1;                // no member has a larger id: one that has is new
+        std::unordered_set<HostLong> lookup;  // filled when the set has grown and others come
     };
 
     void giveLayer(VmDbObject& object);
+    // What was made from the file last: a program looks at an object several times in a row.
+    struct Made {
+        int slot = -1;
+        std::shared_ptr<VmDbObject> object;
+    };
+    [[nodiscard]] HostLong idAt(int slot) const noexcept {
+        return slots_[static_cast<std::size_t>(slot)].id;
+    }
+    [[nodiscard]] int searchSlot(HostLong id) const noexcept;
+    VmDbObject* openForChange(int slot);
+    Made& madeFromFile(int slot) const;
     [[nodiscard]] std::shared_ptr<VmDbObject> made(int slot) const;
+    [[nodiscard]] std::shared_ptr<VmDbObject> takenFromFile(int slot) const;
     [[nodiscard]] bool isLiveAt(const Slot& slot) const noexcept;
     void remember(int slot);
+    bool touch(Slot& slot) noexcept;
+    void beginStep() noexcept;
     void rememberTables();
     void rememberProperties();
     [[nodiscard]] Properties properties() const;
@@ -262,11 +277,7 @@ class Drawing {
     std::size_t sourceCount_ = 0;  // so many slots came from it
     std::vector<int> byId_;        // its slots in the order of their ids; empty: they are in it
     HostLong nextId_ = 1;
-    // What was made from the file last: a program looks at an object several times in a row.
-    struct Made {
-        int slot = -1;
-        std::shared_ptr<VmDbObject> object;
-    };
+    mutable int lastFound_ = 0;  // the slot of the id that was looked for last
     mutable std::array<Made, 64> made_;
     std::vector<std::shared_ptr<VmDbObject>>
         openForReading_;  // of those that the drawing does not keep
@@ -281,6 +292,7 @@ class Drawing {
     std::deque<SelectionSet> sets_;
 
     Step step_;
+    std::uint32_t stepNumber_ = 1;
     Properties propertiesAtBegin_;
     int groupDepth_ = 0;
     std::deque<Step> undoable_;

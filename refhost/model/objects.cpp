@@ -41,9 +41,27 @@ template <class Value> void assign(Value*& values, std::int32_t& count, std::int
     count = fromCount;
 }
 
+using vlisp::refhost::FromFile;
+
+template <class Class> bool isExactly(const VmDbObject& object) noexcept {
+    return &typeid(object) == &typeid(Class);
+}
+
+// An object as one of a class, or null when it is none. Shortcut: of most objects the very type says
+// so, and no bases have to be walked.
+template <class Class> const Class* as(const VmDbObject* object) {
+    if (object == nullptr) return nullptr;
+    if (isExactly<FromFile<Class>>(*object) || isExactly<Class>(*object))
+        return static_cast<const Class*>(object);
+    return dynamic_cast<const Class*>(object);
+}
+template <class Class> Class* as(VmDbObject* object) {
+    return const_cast<Class*>(as<Class>(static_cast<const VmDbObject*>(object)));
+}
+
 // `other` as the class of `self`, or null: it is of another class, or the object itself.
 template <class Class> const Class* source(const Class* self, const VmDbObject* other) {
-    return other == self ? nullptr : dynamic_cast<const Class*>(other);
+    return other == self ? nullptr : as<Class>(other);
 }
 
 // Which of the bridge's classes an object is of: what came from a file is of one derived from it.
@@ -55,6 +73,10 @@ const std::type_info& bridgeClassOf(const VmDbObject& object) {
     if (dynamic_cast<const VmDbArc*>(&object) != nullptr) return typeid(VmDbArc);
     if (dynamic_cast<const VmDbBlockRef*>(&object) != nullptr) return typeid(VmDbBlockRef);
     return typeid(object);
+}
+
+bool areOfOneClass(const VmDbObject& a, const VmDbObject& b) {
+    return typeid(a) == typeid(b) || bridgeClassOf(a) == bridgeClassOf(b);
 }
 
 }  // namespace
@@ -79,7 +101,7 @@ VmDbObject::~VmDbObject() { delete[] points.points; }
 void VmDbObject::copyFrom(const VmDbObject* other) {
     if (other == nullptr || other == this) return;
     // The type code tells which class may be assumed, so it never comes from another class.
-    if (bridgeClassOf(*this) == bridgeClassOf(*other)) typeCode = other->typeCode;
+    if (areOfOneClass(*this, *other)) typeCode = other->typeCode;
     colour = other->colour;
     lineweight = other->lineweight;
     layerName = other->layerName;
@@ -97,7 +119,7 @@ void VmDbObject::addPoint(mmPoint point) {
 VmDbLine::VmDbLine() { typeCode = vmDbLine; }
 VmDbLine::~VmDbLine() = default;
 void VmDbLine::copyFrom(const VmDbObject* other) { VmDbObject::copyFrom(other); }
-VmDbLine* VmDbLine::cast(VmDbObject* object) { return dynamic_cast<VmDbLine*>(object); }
+VmDbLine* VmDbLine::cast(VmDbObject* object) { return as<VmDbLine>(object); }
 
 VmDb2DPolyline::VmDb2DPolyline() { typeCode = vmDbLwPolyline; }
 VmDb2DPolyline::~VmDb2DPolyline() { delete[] bulges.values; }
@@ -108,9 +130,7 @@ void VmDb2DPolyline::copyFrom(const VmDbObject* other) {
         assign(bulges.values, bulges.count, bulges.room, from->bulges.values, from->bulges.count);
     }
 }
-VmDb2DPolyline* VmDb2DPolyline::cast(VmDbObject* object) {
-    return dynamic_cast<VmDb2DPolyline*>(object);
-}
+VmDb2DPolyline* VmDb2DPolyline::cast(VmDbObject* object) { return as<VmDb2DPolyline>(object); }
 void VmDb2DPolyline::addBulge(double bulge) {
     append(bulges.values, bulges.count, bulges.room, bulge);
 }
@@ -121,7 +141,7 @@ void VmDbCircle::copyFrom(const VmDbObject* other) {
     VmDbObject::copyFrom(other);
     if (const auto* from = source(this, other)) radius = from->radius;
 }
-VmDbCircle* VmDbCircle::cast(VmDbObject* object) { return dynamic_cast<VmDbCircle*>(object); }
+VmDbCircle* VmDbCircle::cast(VmDbObject* object) { return as<VmDbCircle>(object); }
 
 VmDbArc::VmDbArc() { typeCode = vmDbArc; }
 VmDbArc::~VmDbArc() = default;
@@ -133,7 +153,7 @@ void VmDbArc::copyFrom(const VmDbObject* other) {
         endAngle = from->endAngle;
     }
 }
-VmDbArc* VmDbArc::cast(VmDbObject* object) { return dynamic_cast<VmDbArc*>(object); }
+VmDbArc* VmDbArc::cast(VmDbObject* object) { return as<VmDbArc>(object); }
 
 VmDbText::VmDbText() { typeCode = vmDbText; }
 VmDbText::~VmDbText() = default;
@@ -145,7 +165,7 @@ void VmDbText::copyFrom(const VmDbObject* other) {
         rotation = from->rotation;
     }
 }
-VmDbText* VmDbText::cast(VmDbObject* object) { return dynamic_cast<VmDbText*>(object); }
+VmDbText* VmDbText::cast(VmDbObject* object) { return as<VmDbText>(object); }
 
 VmDbBlockRef::VmDbBlockRef() { typeCode = vmDbInsert; }
 VmDbBlockRef::~VmDbBlockRef() = default;
@@ -158,7 +178,7 @@ void VmDbBlockRef::copyFrom(const VmDbObject* other) {
         rotation = from->rotation;
     }
 }
-VmDbBlockRef* VmDbBlockRef::cast(VmDbObject* object) { return dynamic_cast<VmDbBlockRef*>(object); }
+VmDbBlockRef* VmDbBlockRef::cast(VmDbObject* object) { return as<VmDbBlockRef>(object); }
 
 VmDbBlock::VmDbBlock() = default;
 VmDbBlock::~VmDbBlock() = default;
@@ -169,25 +189,37 @@ namespace vlisp::refhost {
 namespace {
 
 template <class Class> std::unique_ptr<VmDbObject> emptyIfOf(const VmDbObject& object) {
+    if (isExactly<FromFile<Class>>(object)) return std::make_unique<FromFile<Class>>();
+    if (isExactly<Class>(object)) return std::make_unique<Class>();
+    return nullptr;
+}
+
+template <class Class> std::unique_ptr<VmDbObject> emptyIfDerived(const VmDbObject& object) {
     if (dynamic_cast<const Class*>(&object) == nullptr) return nullptr;
-    if (filePartOf(object) != nullptr) return std::make_unique<FromFile<Class>>();
     return std::make_unique<Class>();
 }
 
+std::unique_ptr<VmDbObject> emptyCarried(const CarriedObject& carried) {
+    auto copy = std::make_unique<CarriedObject>();
+    copy->kind = carried.kind;
+    copy->figures = carried.figures;
+    copy->block = carried.block;
+    copy->blockAt = carried.blockAt;
+    copy->isShown = carried.isShown;
+    return copy;
+}
+
 std::unique_ptr<VmDbObject> emptyLike(const VmDbObject& object) {
-    if (const auto* carried = dynamic_cast<const CarriedObject*>(&object)) {
-        auto copy = std::make_unique<CarriedObject>();
-        copy->kind = carried->kind;
-        copy->figures = carried->figures;
-        copy->block = carried->block;
-        copy->blockAt = carried->blockAt;
-        copy->isShown = carried->isShown;
-        return copy;
-    }
+    if (isExactly<CarriedObject>(object))
+        return emptyCarried(static_cast<const CarriedObject&>(object));
     using Maker = std::unique_ptr<VmDbObject> (*)(const VmDbObject&);
-    constexpr Maker makers[] = {emptyIfOf<VmDbLine>,   emptyIfOf<VmDb2DPolyline>,
-                                emptyIfOf<VmDbCircle>, emptyIfOf<VmDbArc>,
-                                emptyIfOf<VmDbText>,   emptyIfOf<VmDbBlockRef>};
+    // What is of no class that the host makes is a module's own.
+    constexpr Maker makers[] = {emptyIfOf<VmDbLine>,        emptyIfOf<VmDb2DPolyline>,
+                                emptyIfOf<VmDbCircle>,      emptyIfOf<VmDbArc>,
+                                emptyIfOf<VmDbText>,        emptyIfOf<VmDbBlockRef>,
+                                emptyIfDerived<VmDbLine>,   emptyIfDerived<VmDb2DPolyline>,
+                                emptyIfDerived<VmDbCircle>, emptyIfDerived<VmDbArc>,
+                                emptyIfDerived<VmDbText>,   emptyIfDerived<VmDbBlockRef>};
     for (const Maker make : makers)
         if (auto made = make(object)) return made;
     return std::make_unique<VmDbObject>();
