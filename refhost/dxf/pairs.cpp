@@ -232,7 +232,40 @@ Opening openingOf(std::string_view bytes) noexcept {
 
 // --- Values ---
 
+namespace {
+
+// Shortcut: a few digits with a point among them. As a whole number they are exact, and so is the power
+// of ten that they are divided by; what is rounded once is rounded rightly. Nothing for what else is
+// written there.
+std::optional<double> plainNumber(std::string_view text) noexcept {
+    constexpr double powers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    constexpr std::size_t mostDigits = std::size(powers) - 1;
+    const bool negative = text.starts_with('-');
+    if (negative) text.remove_prefix(1);
+    if (text.empty() || text.size() > mostDigits) return std::nullopt;
+    std::int64_t digits = 0;
+    std::size_t behindPoint = 0;
+    bool pointed = false;
+    for (const char c : text) {
+        if (c >= '0' && c <= '9') {
+            digits = digits * 10 + (c - '0');
+            behindPoint += pointed ? 1 : 0;
+        } else if (c == '.' && !pointed) {
+            pointed = true;
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (pointed && text.size() == 1) return std::nullopt;
+    const double size = static_cast<double>(digits) / powers[behindPoint];
+    return negative ? -size : size;
+}
+
+}  // namespace
+
 std::optional<double> numberOf(std::string_view text) noexcept {
+    if (const auto number = plainNumber(text)) return number;
     text = withoutBlanks(text);
     if (text.starts_with('+')) {
         text.remove_prefix(1);

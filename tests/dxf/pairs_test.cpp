@@ -3,6 +3,8 @@
 
 #include "tests/dxf/dxf_text.h"
 
+#include <bit>
+#include <charconv>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -310,6 +312,23 @@ TEST(Number, IsRead) {
     EXPECT_EQ(numberOf("1" + std::string(400, '0')), infinity);
     EXPECT_EQ(numberOf("0." + std::string(400, '0') + "1"), 0.0);
     EXPECT_TRUE(std::signbit(numberOf("-0.0").value_or(1)));
+}
+
+// Short decimals are computed another way than the rest: both give the same bits.
+TEST(Number, IsTheNearestDouble) {
+    std::mt19937_64 random(11);
+    for (int i = 0; i < 200'000; ++i) {
+        std::string text = random() % 2 == 0 ? "-" : "";
+        const std::size_t digits = 1 + random() % 20;
+        for (std::size_t k = 0; k < digits; ++k) text += static_cast<char>('0' + random() % 10);
+        if (random() % 8 != 0) text.insert(text.size() - random() % (digits + 1), ".");
+        const auto number = numberOf(text);
+        ASSERT_TRUE(number.has_value()) << text;
+        double nearest = 0;
+        std::from_chars(text.data(), text.data() + text.size(), nearest);
+        ASSERT_EQ(std::bit_cast<std::uint64_t>(*number), std::bit_cast<std::uint64_t>(nearest))
+            << text;
+    }
 }
 
 TEST(Number, IsRefused) {
