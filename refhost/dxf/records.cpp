@@ -18,49 +18,120 @@ void assign(VmDbString& member, std::u16string_view text) {
     member.assign(text.data(), text.size());
 }
 
+// The own pairs of a record, as forEachOwn has them, but found while they are read: most objects are
+// looked at once, and their pairs are not worth keeping.
+class OwnPairs {
+  public:
+    OwnPairs(const Source& source, Span span)
+        : source_(source), end_(span.end), reader_(source.reader(span)) {
+        Pair pair;
+        while (reader_.next(pair))
+            if (pair.code == 0) {
+                type_ = source.value(pair).trimmed();
+                return;
+            }
+    }
+
+    [[nodiscard]] std::string_view type() const noexcept { return type_; }
+
+    /// Goes once over them.
+    template <class Visit> void forEach(Visit visit) {
+        bool inBraces = false;
+        for (Pair pair; reader_.next(pair);) {
+            if (pair.code == 0 || pair.code == 101 || pair.code >= 1000) {
+                behind_ = pair.begin;
+                return;
+            }
+            if (pair.code == 102) inBraces = source_.value(pair).raw().starts_with('{');
+            else if (!inBraces) visit(pair);
+        }
+        behind_ = end_;
+    }
+
+    /// The records behind this one, once all its pairs have been visited.
+    [[nodiscard]] std::vector<Record> recordsBehind() const {
+        return recordsOf(source_, {behind_, end_});
+    }
+
+  private:
+    const Source& source_;
+    std::uint64_t end_;
+    PairReader reader_;
+    std::string_view type_;
+    std::uint64_t behind_ = 0;
+};
+
+const EntityKind* findKind(std::string_view type) noexcept {
+    constexpr auto same = [](char byte, char16_t unit) {
+        return static_cast<unsigned char>(byte) == unit;
+    };
+    for (const EntityKind& kind : entityKinds())
+        if (std::ranges::equal(type, std::u16string_view(kind.typeText), same)) return &kind;
+    return nullptr;
+}
+
 class EntityReader {
   public:
-    EntityReader(const Source& source, const std::vector<Record>& records)
-        : source_(source), records_(records), record_(records.front()) {}
+    EntityReader(const Source& source, Span span)
+        : source_(source), span_(span), own_(source, span) {}
 
-    std::unique_ptr<VmDbObject> read(Span span, HostLong id) {
-        const EntityKind* kind =
-            findEntityKind(std::u16string(record_.type.begin(), record_.type.end()));
-        std::unique_ptr<VmDbObject> object = kind != nullptr ? make(*kind) : makeCarried();
+    std::unique_ptr<VmDbObject> read(HostLong id) {
+        const EntityKind* kind = findKind(own_.type());
+        return kind != nullptr ? readAs(*kind, id) : readCarried(id);
+    }
+
+    std::unique_ptr<VmDbObject> readAs(const EntityKind& kind, HostLong id) {
+        std::unique_ptr<VmDbObject> object = make(kind);
         object->id = id;
-        assign(object->layerName, u"0");
-        FilePart& part = *filePartOf(*object);
-        part.begin = span.begin;
-        part.end = span.end;
-        look_ = &part.appearance;
-        if (kind != nullptr) {
-            object->typeCode = kind->typeCode;
-            readTyped(*kind, *object);
-        } else {
-            readCommon(*object);
-            readShape(source_, records_, static_cast<CarriedObject&>(*object));
-        }
+        object->typeCode = kind.typeCode;
+        readTyped(kind, *object);
+        if (!isSeen(layerSeen)) assign(object->layerName, u"0");
         return object;
     }
 
   private:
-    static std::unique_ptr<VmDbObject> make(const EntityKind& kind) {
+    std::unique_ptr<VmDbObject> readCarried(HostLong id) {
+        auto object = std::make_unique<CarriedObject>();
+        object->kind = std::u16string(own_.type().begin(), own_.type().end());
+        object->id = id;
+        place(*object);
+        own_.forEach([&](const Pair& pair) { readCommon(*object, pair); });
+        if (!isSeen(layerSeen)) assign(object->layerName, u"0");
+        readShape(source_, recordsOf(source_, span_), *object);
+        return object;
+    }
+
+    std::unique_ptr<VmDbObject> make(const EntityKind& kind) {
         switch (kind.typeCode) {
-        case vmDbLine: return std::make_unique<FromFile<VmDbLine>>();
-        case vmDbCircle: return std::make_unique<FromFile<VmDbCircle>>();
-        case vmDbArc: return std::make_unique<FromFile<VmDbArc>>();
-        case vmDbInsert: return std::make_unique<FromFile<VmDbBlockRef>>();
+        case vmDbLine: return make<VmDbLine>();
+        case vmDbCircle: return make<VmDbCircle>();
+        case vmDbArc: return make<VmDbArc>();
+        case vmDbInsert: return make<VmDbBlockRef>();
         case vmDbText:
-        case vmDbMText: return std::make_unique<FromFile<VmDbText>>();
-        default: return std::make_unique<FromFile<VmDb2DPolyline>>();
+        case vmDbMText: return make<VmDbText>();
+        default: return make<VmDb2DPolyline>();
         }
     }
 
-    std::unique_ptr<VmDbObject> makeCarried() const {
-        auto object = std::make_unique<CarriedObject>();
-        object->kind = std::u16string(record_.type.begin(), record_.type.end());
+    template <class Class> std::unique_ptr<VmDbObject> make() {
+        auto object = std::make_unique<FromFile<Class>>();
+        place(*object);
         return object;
     }
+
+    void place(FilePart& part) noexcept {
+        part.begin = span_.begin;
+        part.end = span_.end;
+        look_ = &part.appearance;
+    }
+
+    // A bit for each code of which the first counts.
+    static constexpr unsigned layerSeen = 1;
+    static constexpr unsigned colourSeen = 2;
+    static constexpr unsigned lineweightSeen = 4;
+    static constexpr unsigned visibilitySeen = 8;
+
+    [[nodiscard]] bool isSeen(unsigned bit) const noexcept { return (commonSeen_ & bit) != 0; }
 
     [[nodiscard]] double real(const Pair& pair) const noexcept { return source_.real(pair); }
     [[nodiscard]] std::int32_t integer(const Pair& pair) const noexcept {
@@ -70,12 +141,12 @@ class EntityReader {
     // What every entity may have.
     bool readCommon(VmDbObject& object, const Pair& pair) {
         // Kinds that are not known may have the same codes for something else further on.
-        const auto bit = pair.code == 8     ? 1U
-                         : pair.code == 62  ? 2U
-                         : pair.code == 370 ? 4U
-                         : pair.code == 60  ? 8U
+        const auto bit = pair.code == 8     ? layerSeen
+                         : pair.code == 62  ? colourSeen
+                         : pair.code == 370 ? lineweightSeen
+                         : pair.code == 60  ? visibilitySeen
                                             : 0U;
-        if ((commonSeen_ & bit) != 0) return true;
+        if (isSeen(bit)) return true;
         commonSeen_ |= bit;
         switch (pair.code) {
         case 8: assign(object.layerName, source_.text(pair)); return true;
@@ -92,10 +163,6 @@ class EntityReader {
         }
     }
 
-    void readCommon(VmDbObject& object) {
-        forEachOwn(record_, [&](const Pair& pair) { readCommon(object, pair); });
-    }
-
     void readTyped(const EntityKind& kind, VmDbObject& object) {
         switch (kind.typeCode) {
         case vmDbLwPolyline: return readLightPolyline(static_cast<VmDb2DPolyline&>(object));
@@ -107,7 +174,7 @@ class EntityReader {
         bool hasFirst = false;
         bool hasSecond = false;
         std::string text;
-        forEachOwn(record_, [&](const Pair& pair) {
+        own_.forEach([&](const Pair& pair) {
             if (readCommon(object, pair)) return;
             switch (pair.code) {
             case 10:
@@ -208,15 +275,13 @@ class EntityReader {
 
     void readAttributes() {
         std::vector<std::unique_ptr<VmDbObject>> texts;
-        for (std::size_t i = 1; i < records_.size(); ++i) {
-            if (records_[i].type != "ATTRIB" || !isShown(source_, records_[i])) continue;
-            std::vector<Record> alone{records_[i]};
-            alone.front().type = "TEXT";
-            auto text = EntityReader(source_, alone).read(alone.front().span, -1);
+        for (const Record& record : own_.recordsBehind()) {
+            if (record.type != "ATTRIB" || !isShown(source_, record)) continue;
+            auto text = EntityReader(source_, record.span).readAs(*findKind("TEXT"), -1);
             Appearance& look = filePartOf(*text)->appearance;
             // Attributes tell of their vertical place with another code than texts.
             look.vertical = 0;
-            forEachOwn(alone.front(), [&](const Pair& pair) {
+            forEachOwn(record, [&](const Pair& pair) {
                 if (pair.code == 74) look.vertical = integer(pair);
             });
             texts.push_back(std::move(text));
@@ -229,7 +294,7 @@ class EntityReader {
     void readLightPolyline(VmDb2DPolyline& object) {
         std::vector<double> bulges;
         bool bulged = false;
-        forEachOwn(record_, [&](const Pair& pair) {
+        own_.forEach([&](const Pair& pair) {
             if (readCommon(object, pair)) return;
             switch (pair.code) {
             case 10:
@@ -255,7 +320,7 @@ class EntityReader {
     }
 
     void readPolyline(VmDb2DPolyline& object) {
-        forEachOwn(record_, [&](const Pair& pair) {
+        own_.forEach([&](const Pair& pair) {
             if (readCommon(object, pair)) return;
             if (pair.code == 70) {
                 constexpr std::int32_t meshes = 16 | 64;
@@ -268,8 +333,7 @@ class EntityReader {
         std::vector<bool> onFrame;
         bool framed = false;
         bool bulged = false;
-        for (std::size_t i = 1; i < records_.size(); ++i) {
-            const Record& vertex = records_[i];
+        for (const Record& vertex : own_.recordsBehind()) {
             if (vertex.type != "VERTEX" || isFace(source_, vertex)) continue;
             mmPoint place;
             bulges.push_back(0);
@@ -302,13 +366,13 @@ class EntityReader {
     }
 
     const Source& source_;
-    const std::vector<Record>& records_;
-    const Record& record_;
+    Span span_;
+    OwnPairs own_;
     Appearance* look_ = nullptr;
     Point2 direction_;
     bool hasDirection_ = false;
     bool columns_ = false;
-    unsigned commonSeen_ = 0;  // a bit for each code that counts once
+    unsigned commonSeen_ = 0;
 };
 
 }  // namespace
@@ -356,8 +420,7 @@ std::vector<Record> recordsOf(const Source& source, Span span) {
 }
 
 std::unique_ptr<VmDbObject> readEntity(const Source& source, Span span, HostLong id) {
-    const std::vector<Record> records = recordsOf(source, span);
-    return EntityReader(source, records).read(span, id);
+    return EntityReader(source, span).read(id);
 }
 
 bool isShown(const Source& source, const Record& attribute) {

@@ -7,6 +7,7 @@
 
 #include <fstream>
 #include <numbers>
+#include <random>
 #include <set>
 
 namespace vlisp::refhost::dxf {
@@ -229,6 +230,52 @@ TEST(Slots, ObjectsStayTheSameWhileTheyAreHeld) {
         EXPECT_EQ(held[static_cast<std::size_t>(slot)]->points.points[0].x, slot + 1);
         EXPECT_TRUE(opened.drawing.isAsInFile(slot));
     }
+}
+
+TEST(Slots, AreFoundInAnyOrder) {
+    std::mt19937 random(5);
+    for (const bool risingIds : {true, false}) {
+        std::string entities;
+        for (unsigned i = 0; i < 300; ++i)
+            entities += "0 POINT|5 " + handleText(risingIds ? 3 + 2 * i : 1000 - 2 * i) + "|";
+        const Opened opened(dxf(entitiesOnly(entities)));
+        for (int i = 0; i < 3000; ++i) {
+            const int slot = static_cast<int>(random() % 300);
+            const HostLong id = opened.idAt(slot);
+            ASSERT_EQ(id, risingIds ? 3 + 2 * slot : 1000 - 2 * slot);
+            ASSERT_EQ(opened.drawing.slotOf(id), slot);
+            ASSERT_EQ(opened.drawing.slotOf(id + 1), -1);
+        }
+    }
+}
+
+TEST(Slots, WhoLooksAtAnObjectSeesItAsItWas) {
+    Opened opened(
+        dxf(entitiesOnly("0 CIRCLE|5 1|8 A|62 3|10 1.0|20 2.0|40 1.0|0 CIRCLE|5 2|40 5.0")));
+    Drawing& drawing = opened.drawing;
+    const auto radiusOf = [](const VmDbObject& object) {
+        return dynamic_cast<const VmDbCircle&>(object).radius;
+    };
+    const ObjectView held = drawing.at(0);
+    VmDbObject* reading = drawing.open(1, false);
+    for (const HostLong id : {1, 2}) {
+        VmDbObject* changing = drawing.open(id, true);
+        VmDbCircle::cast(changing)->radius = 9;
+        EXPECT_NE(changing, reading);
+        changing->close();
+    }
+    EXPECT_EQ(radiusOf(*held), 1);
+    EXPECT_EQ(radiusOf(*reading), 1);
+    reading->close();
+    EXPECT_EQ(drawing.openCount(), 0);
+    for (const int slot : {0, 1}) EXPECT_EQ(radiusOf(*drawing.at(slot)), 9);
+    EXPECT_EQ(drawing.at(0)->colour, 3);
+    EXPECT_EQ(drawing.at(0)->points.count, 1);
+    while (drawing.undo()) {
+    }
+    EXPECT_EQ(radiusOf(*drawing.at(0)), 1);
+    EXPECT_EQ(radiusOf(*drawing.at(1)), 5);
+    EXPECT_TRUE(drawing.isAsInFile(1));
 }
 
 // --- Layers -------------------------------------------------------------------------------------

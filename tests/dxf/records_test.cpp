@@ -225,6 +225,19 @@ TEST(Polyline, TakesItsPropertiesFromItsOwnRecord) {
     EXPECT_EQ(object->lineweight, -1);
 }
 
+TEST(Polyline, ItsVerticesStandBehindItsExtendedData) {
+    for (const char* data : {"1001 APP|1000 t|", "101 Embedded|62 6|", "102 {X|8 C|102 }|"}) {
+        const auto object =
+            Records(std::string("0 POLYLINE|8 A|66 1|") + data +
+                    "0 VERTEX|10 1.0|20 2.0|1001 APP|1040 9.0|0 VERTEX|10 3.0|20 4.0"
+                    "|0 SEQEND")
+                .read();
+        EXPECT_EQ(pointsOf(*object), "1.0,2.0,0.0 3.0,4.0,0.0") << data;
+        EXPECT_EQ(textOf(object->layerName), u"A") << data;
+        EXPECT_EQ(object->colour, 256) << data;
+    }
+}
+
 TEST(Insert, IsAPlacedBlock) {
     const auto object = Records("0 INSERT|8 0|66 1|2 Door|10 1.0|20 2.0|30 3.0|41 2.0|42 -3.0"
                                 "|43 4.0|50 30.0|70 3|71 2|44 10.0|45 20.0"
@@ -250,6 +263,22 @@ TEST(Insert, IsAPlacedBlock) {
     EXPECT_EQ(textOf(attribute.text), u"value");
     EXPECT_EQ(pointsOf(attribute), "7.0,8.0,0.0");
     EXPECT_EQ(attribute.height, 2.5);
+}
+
+TEST(Insert, ItsAttributesStandBehindItsExtendedData) {
+    for (const char* data : {"1001 APP|1000 t|", "101 Embedded|62 6|", "102 {X|8 C|102 }|"}) {
+        const auto object =
+            Records(std::string("0 INSERT|8 A|66 1|2 Door|") + data +
+                    "0 ATTRIB|8 B|10 7.0|20 8.0|1 value|1001 APP|1000 u|0 SEQEND|8 0")
+                .read();
+        EXPECT_EQ(textOf(object->layerName), u"A") << data;
+        EXPECT_EQ(object->colour, 256) << data;
+        const Appearance& look = filePartOf(*object)->appearance;
+        ASSERT_NE(look.attributes, nullptr) << data;
+        ASSERT_EQ(look.attributes->size(), 1U) << data;
+        EXPECT_EQ(textOf(as<VmDbText>(look.attributes->front()).text), u"value") << data;
+        EXPECT_EQ(textOf(look.attributes->front()->layerName), u"B") << data;
+    }
 }
 
 TEST(Insert, HasItsDefaults) {
