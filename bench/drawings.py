@@ -45,16 +45,20 @@ class Drawing:
 
 @dataclass(frozen=True)
 class Task:
-    """Something that is done to a drawing. What it saves is its third part."""
+    """Something that is done to a drawing."""
 
     name: str
     what: str
     saves: bool = False
+    walks: bool = False  # looks at every entity: how long one takes is told too
 
 
 TASKS = (
     Task("open", "open"),
+    Task("walk", "open, look at every entity", walks=True),
     Task("filter", "open, count the circles of one layer"),
+    Task("ssfilter", "open, select the circles of one layer, go through them", walks=True),
+    Task("entmod", "open, double all circles", walks=True),
     Task("change", "open, change one circle, save", saves=True),
     Task("double", "open, double the circles of one layer, save", saves=True),
     Task("move", "open, move all texts, save", saves=True),
@@ -203,6 +207,11 @@ def expected_line(task: Task, drawing: Drawing) -> str:
         return "changed"
     if task.name == "move":
         return str(sum(1 for _ in entities(drawing, "TEXT")))
+    if task.name == "walk":
+        return str(sum(1 for _ in entities(drawing, "CIRCLE")))
+    if task.name == "entmod":
+        circles = list(entities(drawing, "CIRCLE"))
+        return f"({len(circles)} {2 * radius_of(circles[-1]):.3f})"
     return str(sum(1 for _ in entities(drawing, "CIRCLE", LAYER)))
 
 
@@ -299,6 +308,25 @@ def measure(
     return measurements
 
 
+def nanoseconds_per_entity(table: Table, drawing: Drawing) -> dict[str, dict[str, float]]:
+    """What a task takes beyond opening, divided by the entities; by task and contender.
+
+    Of tasks that look at every entity, where opening was measured too.
+    """
+    times: dict[str, dict[str, float]] = {}
+    opening = table.get("open", {})
+    for task in TASKS:
+        if not task.walks:
+            continue
+        for contender, measurement in table.get(task.name, {}).items():
+            alone = opening.get(contender)
+            if alone is None or alone.failure is not None or measurement.failure is not None:
+                continue
+            beyond = measurement.median_seconds - alone.median_seconds
+            times.setdefault(task.name, {})[contender] = beyond / drawing.count * 1e9
+    return times
+
+
 def lines_of(table: Table, drawing: Drawing, contenders: list[str]) -> Iterator[str]:
     """The table in Markdown: seconds and megabytes of each, and how many times vlisp's they are."""
     size = drawing.path.stat().st_size / 1e6
@@ -326,6 +354,20 @@ def lines_of(table: Table, drawing: Drawing, contenders: list[str]) -> Iterator[
                 known = own.failure is None and own.median_seconds > 0
                 cells.append(f"{other.median_seconds / own.median_seconds:.2f}" if known else "?")
         yield f"| {what[name]} | " + " | ".join(cells) + " |"
+    per_entity = nanoseconds_per_entity(table, drawing)
+    if not per_entity:
+        return
+    yield ""
+    yield "| without opening, by entity |" + "".join(
+        f" {name} ns |" for name in contenders if name != COPY
+    )
+    yield "|---|" + "---:|" * sum(1 for name in contenders if name != COPY)
+    for name, times in per_entity.items():
+        cells = [
+            f"{times[contender]:.0f}" if contender in times else "–"
+            for contender in contenders if contender != COPY
+        ]
+        yield f"| {what[name].removeprefix('open, ')} | " + " | ".join(cells) + " |"
 
 
 def has_ezdxf() -> bool:
@@ -354,7 +396,9 @@ def read_arguments() -> argparse.Namespace:
     parser.add_argument("--json", type=Path, metavar="FILE", help="write all numbers there")
     parser.add_argument("--markdown", type=Path, metavar="FILE", help="write the table there too")
     names = ", ".join(task.name for task in TASKS)
-    parser.add_argument("tasks", nargs="*", metavar="TASK", help=f"only these of: {names}")
+    parser.add_argument(
+        "tasks", nargs="*", metavar="TASK", help=f"only these of: {names}; times by entity need open"
+    )
     return parser.parse_args()
 
 
@@ -385,7 +429,11 @@ def compare(arguments: argparse.Namespace) -> int:
     if arguments.markdown:
         arguments.markdown.write_text(text, encoding="utf-8")
     if arguments.json:
-        numbers = {**all_numbers(table, runs), "entities": drawing.count}
+        numbers = {
+            **all_numbers(table, runs),
+            "entities": drawing.count,
+            "nanosecondsPerEntity": nanoseconds_per_entity(table, drawing),
+        }
         arguments.json.write_text(json.dumps(numbers, indent=2) + "\n", encoding="utf-8")
 
     return 1 if report_failures(table) else 0
