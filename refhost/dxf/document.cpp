@@ -72,6 +72,7 @@ Document::Document(std::string bytes, std::string name, OnDamage onDamage)
 
 // A damaged file is made whole before anything else reads, copies or changes its records.
 void Document::makeWhole() {
+    if (structure_.problems.empty() && structure_.repairs.empty()) return;
     const Form form = structure_.opening.form;
     LineNumbers lines(bytes_);
     for (const Problem& problem : structure_.problems) {

@@ -125,6 +125,11 @@ TEST(PairReader, ReadsLinesOfAnyLength) {
         const std::string part(length, 'y');
         EXPECT_EQ(readAll("1\r\n" + part + "\r\n0\r\nEOF\r\n"), "1 " + part + "|0 EOF");
         EXPECT_EQ(readAll("1\ny" + part), "1 y" + part);
+        // Bytes that are nearly line feeds.
+        for (const char near : {'\x0b', '\x09', '\x8a', '\x00'}) {
+            const std::string alike(length, near);
+            EXPECT_EQ(readAll("1\n" + alike + "\n0\nEOF\n"), "1 " + alike + "|0 EOF");
+        }
     }
 }
 
