@@ -416,8 +416,8 @@ class Translator {
         case SpecialForm::ifForm: {
             Label otherwise;
             Label end;
-            jumpUnless(element(elements, 1), otherwise, t);
-            effect(element(elements, 2), t);
+            testOf(elements, 1, otherwise, t, false);
+            effects(elements, 2, 3, t);
             if (elements.size() > 3) {
                 jumpTo(Op::jump, 0, end);
                 bind(otherwise);
@@ -435,6 +435,12 @@ class Translator {
     /// Code that jumps to `label` when the value of `cell` is false, and goes on otherwise.
     void jumpUnless(const Cell& cell, Label& label, Register t) { test(cell, label, t, false); }
     void jumpIf(const Cell& cell, Label& label, Register t) { test(cell, label, t, true); }
+
+    // The same of element i; nothing is evaluated, and it is false, where the form is too short.
+    void testOf(Items form, std::size_t i, Label& label, Register t, bool jumpsIfTrue) {
+        if (i < form.size()) return test(form[i], label, t, jumpsIfTrue);
+        if (!jumpsIfTrue) jumpTo(Op::jump, 0, label);
+    }
 
     void test(const Cell& cell, Label& label, Register t, bool jumpsIfTrue) {
         const Items elements = cell.items();
@@ -528,7 +534,7 @@ class Translator {
     void ifForm(Items form, Register t) {
         Label otherwise;
         Label end;
-        jumpUnless(element(form, 1), otherwise, t);
+        testOf(form, 1, otherwise, t, false);
         valueOf(form, 2, t);
         jumpTo(Op::jump, 0, end);
         bind(otherwise);
@@ -581,7 +587,7 @@ class Translator {
     void orForm(Items form, Register t) {
         Label isTrue;
         Label rest;
-        jumpIf(element(form, 1), isTrue, t);
+        testOf(form, 1, isTrue, t, true);
         load(NilCell, t);
         jumpTo(Op::jump, 0, rest);
         bind(isTrue);
@@ -610,7 +616,7 @@ class Translator {
         bind(again);
         effects(form, 2, form.size(), t);
         bind(test);
-        jumpIf(element(form, 1), again, t);
+        testOf(form, 1, again, t, true);
         load(NilCell, t);
     }
 

@@ -86,7 +86,9 @@ int showSeeds(std::uint64_t from, std::uint64_t count) {
             for (const std::string& event : seen.outcomes[i].events)
                 std::printf("    event %s\n", event.c_str());
         }
-        if (!seen.interruption.empty()) std::printf("    %s\n", seen.interruption.c_str());
+        if (!seen.interruption.empty())
+            std::printf("  %s\n    %s\n", program.expressions[seen.outcomes.size()].c_str(),
+                        seen.interruption.c_str());
     }
     return 0;
 }

@@ -57,7 +57,8 @@ class Writer {
         program.oneBuffer = choose_.oneIn(4);
         mistakeEvery_ = choose_.of(mistakes);
         chooseRebound();
-        if (!choose_.oneIn(8)) add(program, choose_.of(patterns::beginnings));
+        const Pattern beginning = choose_.of(patterns::beginnings);
+        if (!choose_.oneIn(8) && !callsRebound(beginning)) add(program, beginning);
         const std::size_t paragraphs = 2 + choose_.below(8);
         for (std::size_t i = 0; i < paragraphs && !choose_.exhausted(); ++i) addParagraph(program);
         return program;
@@ -78,7 +79,7 @@ class Writer {
         switch (choose_.below(6)) {
         case 0:
         case 1:
-            if (const Pattern story = choose_.of(patterns::storylines); !natureOf(story).unknown)
+            if (const Pattern story = choose_.of(patterns::storylines); !callsRebound(story))
                 return add(program, story);
             return add(program, "%S");
         case 2: return add(program, "%D;%c");
@@ -165,7 +166,10 @@ class Writer {
         const Pattern pattern = usable(patterns::functions);
         if (pattern == nullptr) return choose_.of(patterns::functionAtoms);
         const bool wasPlain = plain_;
-        if (contains(pattern, "(lambda") && !contains(pattern, "(more")) plain_ = true;
+        if (contains(pattern, "(lambda") && !contains(pattern, "(more")) {
+            if (callsRebound(pattern)) return choose_.of(patterns::functionAtoms);
+            plain_ = true;
+        }
         std::string out = filledIn(pattern, depth);
         plain_ = wasPlain;
         return out;
@@ -208,18 +212,21 @@ class Writer {
 
     std::string definition(std::size_t depth) {
         static constexpr Pattern names[] = {"f", "g", "h", "f", "g", "h", "inner", "c:box"};
+        // What runs when MORE says nil calls nothing.
         static constexpr Pattern bodies[] = {
             " (if (more%) %a))",
-            " (if (more%) (begin %S %a) %a))",
+            " (if (more%) (begin %S %a) x))",
             " (if (more%) (begin %S %S %l)))",
             " (cond ((more%) %S %n) (t 0)))",
-            " (if (more%) %n %n) (list n x))",
-            " (and (more%) %S %S) n)",
+            " (if (more%) %n k) (list n x))",
+            " (if (more%) (and %S %S)) n)",
+            " (if (more%) (%f %a) y))",
         };
         const std::string parameters = filledIn(choose_.of(patterns::parameterLists), 0);
         std::string out = "(defun " + std::string(choose_.of(names)) + " " + parameters;
         if (choose_.oneIn(4)) out += " " + plainStatement(depth);
-        std::string body = choose_.of(bodies);
+        const Pattern chosen = choose_.of(bodies);
+        std::string body = callsRebound(chosen) ? bodies[0] : chosen;
         body.replace(body.find("%)"), 1, namesIn(parameters));
         return out + filledIn(body, depth);
     }
@@ -259,34 +266,44 @@ class Writer {
         return nullptr;
     }
 
+    // A loop that does not ask MORE ends only if what it calls is what it seems to be.
     [[nodiscard]] bool mayBeUsed(std::string_view pattern) const {
-        const bool endsByItself = contains(pattern, "(while") &&
-                                  !contains(pattern, "(while (more") &&
-                                  !contains(pattern, "(more) %t");
-        if (plain_ || endsByItself) {
-            if (natureOf(pattern, endsByItself && !plain_).unknown) return false;
-        }
-        return true;
+        if (plain_ && natureOf(pattern).unknown) return false;
+        const bool asksMore = contains(pattern, "(while (more") || contains(pattern, "(more) %t");
+        return asksMore || !contains(pattern, "(while") || !callsRebound(pattern);
     }
 
-    // `placesAside`: only the names that the pattern itself calls count.
-    [[nodiscard]] Nature natureOf(std::string_view pattern, bool placesAside = false) const {
-        static constexpr Pattern callingPlaces[] = {"%c", "%b", "%f", "%D", "%S", "(%r"};
+    [[nodiscard]] bool callsRebound(std::string_view pattern) const {
+        const auto heads = headsIn(pattern);
+        return std::any_of(heads.begin(), heads.end(),
+                           [&](std::string_view head) { return isAmong(rebound_, head); });
+    }
+
+    [[nodiscard]] Nature natureOf(std::string_view pattern) const {
+        static constexpr std::string_view callingPlaces[] = {"%c", "%b", "%f", "%D", "%S", "(%r"};
         Nature nature;
-        for (std::size_t at = pattern.find('('); at != std::string_view::npos;
-             at = pattern.find('(', at + 1)) {
-            const std::string_view rest = pattern.substr(at + 1);
-            const std::string_view head = nameAtFront(rest);
+        nature.unknown = callsRebound(pattern);
+        for (const std::string_view head : headsIn(pattern)) {
             if (isAmong(patterns::growing, head)) nature.grows = true;
-            if (isAmong(rebound_, head)) nature.unknown = true;
-            if (placesAside) continue;
             if (isAmong(patterns::unknownHeads, head)) nature.unknown = true;
-            if (rest.starts_with("(") && !rest.starts_with("(lambda")) nature.unknown = true;
         }
-        if (!placesAside)
-            for (const std::string_view place : callingPlaces)
-                if (contains(pattern, place)) nature.unknown = true;
+        // A head that is an expression is harmless only as a lambda in its place.
+        for (std::size_t at = pattern.find("(("); at != std::string_view::npos;
+             at = pattern.find("((", at + 1))
+            if (!pattern.substr(at).starts_with("((lambda")) nature.unknown = true;
+        for (const std::string_view place : callingPlaces)
+            if (contains(pattern, place)) nature.unknown = true;
         return nature;
+    }
+
+    // The names behind opening parentheses.
+    static std::vector<std::string_view> headsIn(std::string_view pattern) {
+        std::vector<std::string_view> heads;
+        for (std::size_t at = pattern.find('('); at != std::string_view::npos;
+             at = pattern.find('(', at + 1))
+            if (const std::string_view head = nameAtFront(pattern.substr(at + 1)); !head.empty())
+                heads.push_back(head);
+        return heads;
     }
 
     std::string builtinName() {
