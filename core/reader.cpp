@@ -5,6 +5,7 @@
 #include "platform/text.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <limits>
 
@@ -15,85 +16,14 @@ constexpr auto npos = std::u16string_view::npos;
 
 bool isParenthesis(char16_t unit) noexcept { return unit == u'(' || unit == u')'; }
 
-// The splitter's state, kept across lines.
-class Splitter {
-  public:
-    Splitter(std::u16string_view source, SplitListener* listener)
-        : source_(source), listener_(listener) {}
+bool isBlankOrTab(char16_t unit) noexcept { return unit == u' ' || unit == u'\t'; }
 
-    std::vector<SourceExpression> run() {
-        std::size_t begin = 0;
-        for (std::size_t line = 1; begin < source_.size(); ++line) {
-            std::size_t end = source_.find(u'\n', begin);
-            if (end == npos) end = source_.size();
-            splitLine(source_.substr(begin, end - begin), line);
-            begin = end + 1;
-        }
-        if (listener_ != nullptr && depth_ > 0) listener_->unfinished(opened_);
-        return std::move(expressions_);
-    }
-
-  private:
-    void splitLine(std::u16string_view line, std::size_t number) {
-        line_ = number;
-        if (line.ends_with(u'\r')) line.remove_suffix(1);
-        line = line.substr(0, line.find(u';'));
-        line = TrimBlanks(line);
-        const bool hasParenthesis = line.find_first_of(u"()") != npos;
-        if (!hasParenthesis) {
-            if (depth_ <= 0) tellLoose(line);
-            append(line);
-            return;
-        }
-        for (std::size_t p = line.find_first_of(u"()"); p != npos; p = line.find_first_of(u"()")) {
-            if (depth_ <= 0) tellLoose(line.substr(0, p));
-            append(line.substr(0, p + 1));
-            count(line[p], offsetOf(line) + p);
-            line.remove_prefix(p + 1);
-        }
-        if (depth_ > 0 && !current_.text.empty()) append(line);
-        else if (listener_ != nullptr && TrimBlanks(line).find_first_not_of(u" \t") != npos)
-            listener_->droppedText(offsetOf(line), line.size());
-    }
-
-    void count(char16_t parenthesis, std::size_t at) {
-        if (parenthesis == u'(') {
-            if (depth_ == 0) opened_ = at;
-            ++depth_;
-        } else {
-            if (depth_ == 0 && listener_ != nullptr) listener_->surplusClose(at);
-            --depth_;
-        }
-        if (depth_ != 0) return;
-        expressions_.push_back(std::move(current_));
-        current_ = {};
-    }
-
-    void append(std::u16string_view piece) {
-        current_.text += u' ';
-        if (piece.empty()) return;
-        if (current_.line == 0 && piece.find_first_not_of(u" \t") != npos) current_.line = line_;
-        current_.pieces.push_back({current_.text.size(), offsetOf(piece)});
-        current_.text += piece;
-    }
-
-    void tellLoose(std::u16string_view piece) {
-        if (listener_ != nullptr && piece.find_first_not_of(u' ') != npos)
-            listener_->looseText(offsetOf(piece), piece.size());
-    }
-
-    std::size_t offsetOf(std::u16string_view part) const noexcept {
-        return static_cast<std::size_t>(part.data() - source_.data());
-    }
-
-    std::u16string_view source_;
-    SplitListener* listener_;
-    std::vector<SourceExpression> expressions_;
-    SourceExpression current_;
-    std::int64_t depth_ = 0;
-    std::size_t line_ = 0;
-    std::size_t opened_ = 0;
-};
+// What the splitter stops at: parentheses, a comment, the end of the line.
+bool endsPiece(char16_t unit) noexcept {
+    constexpr auto bit = [](char16_t each) { return std::uint64_t{1} << each; };
+    constexpr std::uint64_t ends = bit(u'(') | bit(u')') | bit(u';') | bit(u'\n');
+    return unit < 64 && (ends >> unit & 1) != 0;
+}
 
 // Rule 1 of atoms: a digit, or "-" and a digit, then digits and dots only.
 bool isNumber(std::u16string_view token) noexcept {
@@ -102,6 +32,14 @@ bool isNumber(std::u16string_view token) noexcept {
         (isDigit(token[0]) || (token[0] == u'-' && token.size() > 1 && isDigit(token[1])));
     return begins && std::all_of(token.begin() + 1, token.end(),
                                  [](char16_t unit) { return isDigit(unit) || unit == u'.'; });
+}
+
+// The symbol of a token. Names are short: their upper case needs no memory of its own.
+Cell nameOf(std::u16string_view token) {
+    std::array<char16_t, 64> upper;
+    if (token.size() > upper.size()) return Cell::symbol(upperCased(token));
+    const auto end = std::ranges::transform(token, upper.begin(), upperCase).out;
+    return Cell::symbol(std::u16string_view(upper.begin(), end));
 }
 
 // The double at the front of a token of digits, dots and a leading "-": correctly rounded, and
@@ -145,107 +83,285 @@ double beyondRange(const std::string& number) noexcept {
 // threads that use it.
 const SymbolRef quoteName = intern(u"QUOTE");
 
-// One list that is being read.
+// Cuts a text into tokens, one at a time.
+class Tokenizer {
+  public:
+    explicit Tokenizer(std::u16string_view text) : text_(text.substr(0, text.find(u'\0'))) {}
+
+    /// The next token; false when there is none.
+    bool next(std::u16string_view& token) {
+        // Something follows a quote even at the end of the text: the token of nothing.
+        if (at_ >= text_.size() && !afterQuote_) return false;
+        passBlanks();
+        const bool quote = !afterQuote_ && at_ < text_.size() && text_[at_] == u'\'';
+        const std::size_t end = quote ? at_ + 1 : endOfToken();
+        token = text_.substr(at_, end - at_);
+        at_ = end;
+        afterQuote_ = quote;
+        return true;
+    }
+
+  private:
+    void passBlanks() noexcept {
+        while (at_ < text_.size() && text_[at_] == u' ') ++at_;
+    }
+
+    [[nodiscard]] std::size_t endOfToken() const noexcept {
+        if (at_ == text_.size()) return at_;
+        if (isParenthesis(text_[at_])) return at_ + 1;
+        if (text_[at_] != u'"') return endOfAtom(at_);
+        const std::size_t close = text_.find(u'"', at_ + 1);
+        return close == npos ? text_.size() : endOfAtom(close + 1);
+    }
+
+    [[nodiscard]] std::size_t endOfAtom(std::size_t from) const noexcept {
+        while (from < text_.size() && text_[from] != u' ' && !isParenthesis(text_[from])) ++from;
+        return from;
+    }
+
+    std::u16string_view text_;
+    std::size_t at_ = 0;
+    bool afterQuote_ = false;
+};
+
+// The elements of all lists that are open, each list's behind those of the list around it. Their
+// memory counts in the heap's budget, or a text of nothing but numbers could take any amount.
+class PendingCells {
+  public:
+    PendingCells() { cells_.reserve(fewest); }
+    PendingCells(const PendingCells&) = delete;
+    PendingCells& operator=(const PendingCells&) = delete;
+    ~PendingCells() { heap::discharge(charged_); }
+
+    [[nodiscard]] std::size_t size() const noexcept { return cells_.size(); }
+
+    void push(Cell&& cell) {
+        if (cells_.size() == cells_.capacity()) grow();
+        cells_.push_back(std::move(cell));
+    }
+
+    /// Takes the cells from `first` on away and makes a list of them.
+    Cell takeList(std::size_t first) {
+        const std::size_t count = cells_.size() - first;
+        if (count == 0) return Cell::list(CellSlice());
+        Ref<Buffer<Cell>> buffer(Buffer<Cell>::make(count, 0));
+        for (std::size_t i = first; i < cells_.size(); ++i) {
+            buffer->note(cells_[i]);
+            std::construct_at(buffer->slots() + buffer->last++, std::move(cells_[i]));
+        }
+        cells_.resize(first);
+        return Cell::list(CellSlice(std::move(buffer), 0, static_cast<std::uint32_t>(count)));
+    }
+
+  private:
+    static constexpr std::size_t fewest = 16;
+
+    void grow() {
+        const std::size_t capacity = cells_.capacity() * 2;
+        heap::charge(capacity * sizeof(Cell));
+        heap::discharge(charged_);
+        charged_ = capacity * sizeof(Cell);
+        cells_.reserve(capacity);
+    }
+
+    std::vector<Cell> cells_;
+    std::size_t charged_ = 0;
+};
+
+// A list that is being read.
 struct OpenList {
-    SliceBuilder<Cell> items;
-    bool quoted = false;
-    PlaceNotes::Places places;
-    std::size_t quotePlace = 0;
+    std::size_t first;  // of its elements among those that are pending
+    std::size_t place;
+    std::size_t quotePlace;
+    bool quoted;
 };
 
 // ReadFrom without recursion: lists that are open stand on a stack of their own, so that depth is
-// limited by memory alone.
-class ListReader {
+// limited by memory alone. `Tokens` is where tokens come from: a queue, or a text.
+template <class Tokens> class ListReader {
   public:
-    ListReader(TokenQueue& tokens, const char16_t* text, PlaceNotes* notes)
+    ListReader(Tokens& tokens, const char16_t* text, PlaceNotes* notes)
         : tokens_(tokens), text_(text), notes_(notes) {}
 
     Cell read() {
+        std::u16string_view token;
         for (;;) {
-            if (tokens_.empty()) {
+            if (!tokens_.next(token)) {
                 if (open_.empty()) return NilCell;
-                if (finish(close(), done_)) return done_;
-                continue;
-            }
-            const std::u16string_view token = tokens_.take();
-            if (token == u")" && !open_.empty()) {
-                if (finish(close(), done_)) return done_;
-            } else if (token == u"(") {
+                if (close()) return std::move(done_);
+            } else if (token.size() != 1) {
+                if (finish(MakeAtom(token), place(token))) return std::move(done_);
+            } else if (token[0] == u')' && !open_.empty()) {
+                if (close()) return std::move(done_);
+            } else if (token[0] == u'(') {
                 start(token, false, token);
-            } else if (token == u"'") {
-                if (readQuoted(token)) return done_;
-            } else if (finish(Element{MakeAtom(token), place(token)}, done_)) {
-                return done_;
+            } else if (token[0] == u'\'') {
+                if (readQuoted(token)) return std::move(done_);
+            } else if (finish(MakeAtom(token), place(token))) {
+                return std::move(done_);
             }
         }
     }
 
   private:
-    struct Element {
-        Cell cell;
-        std::size_t place;
-    };
-
     // A quote applies to exactly the next token or parenthesised list.
     bool readQuoted(std::u16string_view quote) {
-        if (tokens_.empty()) return finish(quoteOf(NilCell, place(quote), place(quote)), done_);
-        const std::u16string_view token = tokens_.take();
-        if (token == u"(") {
-            start(token, true, quote);
-            return false;
-        }
-        return finish(quoteOf(MakeAtom(token), place(quote), place(token)), done_);
-    }
-
-    void start(std::u16string_view token, bool quoted, std::u16string_view from) {
-        OpenList& list = open_.emplace_back();
-        list.quoted = quoted;
-        list.places.list = place(token);
-        list.quotePlace = place(from);
-    }
-
-    Element close() {
-        OpenList list = std::move(open_.back());
-        open_.pop_back();
-        Cell cell = Cell::list(list.items.take());
-        const std::size_t at = list.places.list;
-        if (notes_ != nullptr) notes_->note(cell, std::move(list.places));
-        if (!list.quoted) return {std::move(cell), at};
-        return quoteOf(cell, list.quotePlace, at);
-    }
-
-    Element quoteOf(const Cell& quoted, std::size_t quotePlace, std::size_t quotedPlace) {
-        Cell form = Cell::list({Cell::symbol(quoteName), quoted});
-        if (notes_ != nullptr) notes_->note(form, {quotePlace, {quotePlace, quotedPlace}});
-        return {std::move(form), quotePlace};
-    }
-
-    // Hands a finished element to the list that it stands in; true when it stands in none.
-    bool finish(Element element, Cell& result) {
-        if (open_.empty()) {
-            result = std::move(element.cell);
-            return true;
-        }
-        open_.back().items.push(element.cell);
-        if (notes_ != nullptr) open_.back().places.elements.push_back(element.place);
+        std::u16string_view token;
+        if (!tokens_.next(token)) return finishQuoted(NilCell, place(quote), place(quote));
+        if (token != u"(") return finishQuoted(MakeAtom(token), place(quote), place(token));
+        start(token, true, quote);
         return false;
     }
 
-    std::size_t place(std::u16string_view token) const noexcept {
+    void start(std::u16string_view token, bool quoted, std::u16string_view from) {
+        open_.push_back({pending_.size(), place(token), place(from), quoted});
+    }
+
+    bool close() {
+        const OpenList list = open_.back();
+        open_.pop_back();
+        Cell cell = pending_.takeList(list.first);
+        if (notes_ != nullptr) notes_->note(cell, {list.place, takePlaces(list.first)});
+        if (list.quoted) return finishQuoted(std::move(cell), list.quotePlace, list.place);
+        return finish(std::move(cell), list.place);
+    }
+
+    bool finishQuoted(Cell quoted, std::size_t quotePlace, std::size_t quotedPlace) {
+        Cell form = Cell::list({Cell::symbol(quoteName), std::move(quoted)});
+        if (notes_ != nullptr) notes_->note(form, {quotePlace, {quotePlace, quotedPlace}});
+        return finish(std::move(form), quotePlace);
+    }
+
+    // Hands a finished element to the list that it stands in; true when it stands in none, and so
+    // is what was to be read.
+    bool finish(Cell&& element, std::size_t place) {
+        if (open_.empty()) {
+            done_ = std::move(element);
+            return true;
+        }
+        pending_.push(std::move(element));
+        if (notes_ != nullptr) places_.push_back(place);
+        return false;
+    }
+
+    std::vector<std::size_t> takePlaces(std::size_t first) {
+        const auto begin = places_.begin() + static_cast<std::ptrdiff_t>(first);
+        std::vector<std::size_t> taken(begin, places_.end());
+        places_.erase(begin, places_.end());
+        return taken;
+    }
+
+    [[nodiscard]] std::size_t place(std::u16string_view token) const noexcept {
         return text_ != nullptr ? static_cast<std::size_t>(token.data() - text_) : 0;
     }
 
-    TokenQueue& tokens_;
+    Tokens& tokens_;
     const char16_t* text_;
     PlaceNotes* notes_;
+    PendingCells pending_;
+    std::vector<std::size_t> places_;  // of the pending cells; kept only when places are noted
     std::vector<OpenList> open_;
     Cell done_;
 };
 
 }  // namespace
 
+bool SourceSplitter::next(SourceExpression& expression) {
+    expression.text.clear();
+    expression.pieces.clear();
+    expression.line = 0;
+    for (;;) {
+        if (!inLine_ && !beginLine()) break;
+        if (passLine(expression)) return true;
+    }
+    if (listener_ != nullptr && depth_ > 0) listener_->unfinished(opened_);
+    depth_ = 0;
+    return false;
+}
+
+// Passes the blanks at the front of the line that begins at at_.
+bool SourceSplitter::beginLine() {
+    if (at_ >= source_.size()) return false;
+    inLine_ = true;
+    parenthesisSeen_ = false;
+    ++line_;
+    lineBegin_ = at_;
+    while (at_ < source_.size() && isBlankOrTab(source_[at_])) ++at_;
+    pieceBegin_ = at_;
+    return true;
+}
+
+// Goes on in a line, up to the end of an expression or of the line; true for an expression.
+bool SourceSplitter::passLine(SourceExpression& expression) {
+    for (;; ++at_) {
+        while (at_ < source_.size() && !endsPiece(source_[at_])) ++at_;
+        if (at_ == source_.size() || !isParenthesis(source_[at_])) break;
+        parenthesisSeen_ = true;
+        const std::u16string_view piece = source_.substr(pieceBegin_, at_ + 1 - pieceBegin_);
+        if (depth_ <= 0) tellLoose(piece.substr(0, piece.size() - 1));
+        append(expression, piece);
+        pieceBegin_ = at_ + 1;
+        count(source_[at_]);
+        if (depth_ != 0) continue;
+        ++at_;
+        return true;
+    }
+    endLine(expression);
+    return false;
+}
+
+void SourceSplitter::endLine(SourceExpression& expression) {
+    std::size_t end = at_;
+    std::size_t lineEnd = at_;
+    if (at_ < source_.size() && source_[at_] == u';')
+        lineEnd = std::min(source_.find(u'\n', at_), source_.size());
+    else if (end > pieceBegin_ && source_[end - 1] == u'\r') --end;
+    at_ = std::min(lineEnd + 1, source_.size());
+    inLine_ = false;
+
+    if (end <= pieceBegin_ && !parenthesisSeen_) pieceBegin_ = lineBegin_;
+    else
+        while (end > pieceBegin_ && isBlankOrTab(source_[end - 1])) --end;
+    const std::u16string_view rest = source_.substr(pieceBegin_, end - pieceBegin_);
+    if (!parenthesisSeen_) {
+        if (depth_ <= 0) tellLoose(rest);
+        append(expression, rest);
+    } else if (depth_ > 0) {
+        append(expression, rest);
+    } else if (listener_ != nullptr && !rest.empty()) {
+        listener_->droppedText(pieceBegin_, rest.size());
+    }
+}
+
+void SourceSplitter::count(char16_t parenthesis) {
+    if (parenthesis == u'(') {
+        if (depth_ == 0) opened_ = at_;
+        ++depth_;
+    } else {
+        if (depth_ == 0 && listener_ != nullptr) listener_->surplusClose(at_);
+        --depth_;
+    }
+}
+
+void SourceSplitter::append(SourceExpression& expression, std::u16string_view piece) {
+    expression.text += u' ';
+    if (piece.empty()) return;
+    if (expression.line == 0 && piece.find_first_not_of(u" \t") != npos) expression.line = line_;
+    if (notesPieces_) expression.pieces.push_back({expression.text.size(), offsetOf(piece)});
+    expression.text += piece;
+}
+
+void SourceSplitter::tellLoose(std::u16string_view piece) {
+    if (listener_ != nullptr && piece.find_first_not_of(u' ') != npos)
+        listener_->looseText(offsetOf(piece), piece.size());
+}
+
 std::vector<SourceExpression> splitText(std::u16string_view source, SplitListener* listener) {
-    return Splitter(source, listener).run();
+    std::vector<SourceExpression> expressions;
+    SourceSplitter splitter(source, SourceSplitter::Pieces::noted, listener);
+    for (SourceExpression expression; splitter.next(expression);)
+        expressions.push_back(std::move(expression));
+    return expressions;
 }
 
 std::vector<std::u16string> SplitSource(const std::string& path) {
@@ -259,35 +375,9 @@ std::vector<std::u16string> SplitSource(const std::string& path) {
 }
 
 TokenQueue Tokenize(std::u16string_view text) {
-    text = text.substr(0, text.find(u'\0'));
     std::vector<std::u16string_view> tokens;
-    std::size_t at = 0;
-    const auto skipBlanks = [&] {
-        while (at < text.size() && text[at] == u' ') ++at;
-    };
-    const auto endOfAtom = [&](std::size_t from) {
-        const std::size_t end = text.find_first_of(u" ()", from);
-        return end == npos ? text.size() : end;
-    };
-    while (at < text.size()) {
-        skipBlanks();
-        if (at < text.size() && text[at] == u'\'') {
-            tokens.push_back(text.substr(at, 1));
-            ++at;
-            skipBlanks();
-        }
-        std::size_t end;
-        if (at < text.size() && isParenthesis(text[at])) {
-            end = at + 1;
-        } else if (at < text.size() && text[at] == u'"') {
-            const std::size_t close = text.find(u'"', at + 1);
-            end = close == npos ? text.size() : endOfAtom(close + 1);
-        } else {
-            end = endOfAtom(at);
-        }
-        tokens.push_back(text.substr(at, end - at));
-        at = end;
-    }
+    Tokenizer tokenizer(text);
+    for (std::u16string_view token; tokenizer.next(token);) tokens.push_back(token);
     return TokenQueue(std::move(tokens));
 }
 
@@ -303,8 +393,8 @@ const PlaceNotes::Places* PlaceNotes::find(const Cell& list) const {
 Cell ReadFrom(TokenQueue& tokens) { return ListReader(tokens, nullptr, nullptr).read(); }
 
 Cell Parse(std::u16string_view text) {
-    TokenQueue tokens = Tokenize(text);
-    return ReadFrom(tokens);
+    Tokenizer tokens(text);
+    return ListReader(tokens, nullptr, nullptr).read();
 }
 
 Cell readWithPlaces(TokenQueue& tokens, const char16_t* text, PlaceNotes& notes) {
@@ -320,7 +410,7 @@ Cell MakeAtom(std::u16string_view token) {
         if (token.size() < 2) return Cell::string(std::u16string_view());
         return Cell::string(token.substr(1, token.size() - 2));
     }
-    return Cell::symbol(upperCased(token));
+    return nameOf(token);
 }
 
 std::u16string upperCased(std::u16string_view text) {

@@ -23,7 +23,7 @@ struct SourceExpression {
     std::u16string text;
     /// Line, counted from 1, of the first character that is neither blank nor tab.
     std::size_t line = 0;
-    /// Where pieces of `text` came from: `text[at]` and what follows up to the next piece is
+    /// Where pieces of `text` came from, when that is noted: `text[at]` and what follows up to the next piece is
     /// `source[from]` and what follows. In order of `at`.
     struct Piece {
         std::size_t at;
@@ -51,11 +51,49 @@ class SplitListener {
     virtual void unfinished(std::size_t from) = 0;
 };
 
+/// Cuts a source text into its top-level expressions, one at a time. Linear in the text's length.
+class SourceSplitter {
+  public:
+    enum class Pieces { dropped, noted };
+
+    /// `source` must outlive the splitter, and so must the listener, which may be null.
+    explicit SourceSplitter(std::u16string_view source, Pieces pieces = Pieces::dropped,
+                            SplitListener* listener = nullptr)
+        : source_(source), listener_(listener), notesPieces_(pieces == Pieces::noted) {}
+
+    /// Puts the next expression in place of what `expression` holds, whose memory it uses again.
+    /// False, and `expression` means nothing, when the source has no more.
+    bool next(SourceExpression& expression);
+
+  private:
+    bool beginLine();
+    bool passLine(SourceExpression& expression);
+    void endLine(SourceExpression& expression);
+    void count(char16_t parenthesis);
+    void append(SourceExpression& expression, std::u16string_view piece);
+    void tellLoose(std::u16string_view piece);
+    [[nodiscard]] std::size_t offsetOf(std::u16string_view part) const noexcept {
+        return static_cast<std::size_t>(part.data() - source_.data());
+    }
+
+    std::u16string_view source_;
+    SplitListener* listener_;
+    bool notesPieces_;
+    bool inLine_ = false;
+    bool parenthesisSeen_ = false;  // in this line
+    std::int64_t depth_ = 0;
+    std::size_t at_ = 0;
+    std::size_t line_ = 0;
+    std::size_t lineBegin_ = 0;
+    std::size_t pieceBegin_ = 0;  // what is left of this line
+    std::size_t opened_ = 0;      // where the expression's first "(" stands
+};
+
 /// The texts of the top-level expressions of the file at `path`, each beginning with a blank. A
 /// file that cannot be read gives none.
 std::vector<std::u16string> SplitSource(const std::string& path);
 
-/// The same of a text, with places. Linear in its length.
+/// The expressions of a text, all at once, with their pieces.
 std::vector<SourceExpression> splitText(std::u16string_view source,
                                         SplitListener* listener = nullptr);
 
@@ -68,6 +106,12 @@ class TokenQueue {
     [[nodiscard]] std::size_t size() const noexcept { return tokens_.size() - next_; }
     [[nodiscard]] std::u16string_view front() const noexcept { return tokens_[next_]; }
     std::u16string_view take() noexcept { return tokens_[next_++]; }
+    /// Takes a token, if there is one.
+    bool next(std::u16string_view& token) noexcept {
+        if (empty()) return false;
+        token = take();
+        return true;
+    }
 
   private:
     std::vector<std::u16string_view> tokens_;

@@ -91,13 +91,10 @@ InterpreterSession::load(const std::u16string& path,
                          const std::function<std::u16string_view(std::u16string&)>& read) {
     LoadReport report;
     ErrorBuffer error;
-    std::vector<SourceExpression> expressions;
+    std::u16string source;
+    std::u16string_view text;
     // What ends the reading ends the load: nothing is evaluated then.
-    if (!guarded(error, [&] {
-            std::u16string source;
-            expressions = splitText(read(source));
-        }))
-        expressions.clear();
+    if (!guarded(error, [&] { text = read(source); })) text = {};
 
     const platform::PathParts parts = platform::splitPath(path);
     std::u16string announcement(pathComponent(parts.name));
@@ -106,12 +103,17 @@ InterpreterSession::load(const std::u16string& path,
     parts_.host.sendMessage(announcement);
 
     // On purpose: one buffer for all expressions, not emptied between them.
-    for (const SourceExpression& expression : expressions) {
+    SourceSplitter splitter(text);
+    SourceExpression expression;
+    for (bool more = true; more;) {
         const std::uint64_t before = error.reports();
         bool interrupted = false;
-        evaluate(expression.text, error, &interrupted);
+        const bool cut = guarded(error, [&] {
+            more = splitter.next(expression);
+            if (more) evaluate(expression.text, error, &interrupted);
+        });
         if (error.reports() != before) report.line = expression.line;
-        if (interrupted) break;
+        if (!cut || interrupted) break;
     }
     report.errorText = error.text();
     if (error.empty()) report.line = 0;

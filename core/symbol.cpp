@@ -2,31 +2,77 @@
 #include "core/symbol.h"
 
 #include <cstring>
-#include <unordered_set>
+#include <vector>
 
 namespace vlisp {
 namespace {
 
-struct TextHash {
-    using is_transparent = void;
-    std::size_t operator()(std::u16string_view text) const noexcept {
-        return std::hash<std::u16string_view>()(text);
-    }
-    std::size_t operator()(const SymbolData* symbol) const noexcept { return symbol->hash; }
-};
+std::size_t hashOf(std::u16string_view text) noexcept {
+    return std::hash<std::u16string_view>()(text);
+}
 
-struct TextEqual {
-    using is_transparent = void;
-    bool operator()(const SymbolData* a, const SymbolData* b) const noexcept { return a == b; }
-    bool operator()(const SymbolData* a, std::u16string_view b) const noexcept {
-        return a->text() == b;
-    }
-    bool operator()(std::u16string_view a, const SymbolData* b) const noexcept {
-        return a == b->text();
-    }
-};
+// Open addressing: a name stands at the first free slot from the one that its hash tells, and
+// whoever leaves moves the others up, so that no search passes a gap.
+class SymbolTable {
+  public:
+    [[nodiscard]] std::size_t size() const noexcept { return count_; }
 
-using SymbolTable = std::unordered_set<SymbolData*, TextHash, TextEqual>;
+    [[nodiscard]] SymbolData* find(std::u16string_view text, std::size_t hash) const noexcept {
+        for (std::size_t at = hash & mask(); slots_[at].symbol != nullptr; at = after(at))
+            if (slots_[at].hash == hash && slots_[at].symbol->text() == text)
+                return slots_[at].symbol;
+        return nullptr;
+    }
+
+    /// `symbol`, whose text is not in the table.
+    void insert(SymbolData* symbol) {
+        if ((count_ + 1) * 2 > slots_.size()) grow();
+        put({symbol, symbol->hash});
+        ++count_;
+    }
+
+    void erase(const SymbolData* symbol) noexcept {
+        std::size_t gap = symbol->hash & mask();
+        while (slots_[gap].symbol != symbol) gap = after(gap);
+        for (std::size_t at = after(gap); slots_[at].symbol != nullptr; at = after(at)) {
+            // One that stands nearer to its own place than the gap is would be lost there.
+            const std::size_t fromHome = (at - slots_[at].hash) & mask();
+            const std::size_t fromGap = (at - gap) & mask();
+            if (fromHome < fromGap) continue;
+            slots_[gap] = slots_[at];
+            gap = at;
+        }
+        slots_[gap] = {};
+        --count_;
+    }
+
+  private:
+    struct Slot {
+        SymbolData* symbol = nullptr;
+        std::size_t hash = 0;
+    };
+
+    // The number of slots is a power of two, and at most half of them are taken.
+    static constexpr std::size_t fewestSlots = 1024;
+    [[nodiscard]] std::size_t mask() const noexcept { return slots_.size() - 1; }
+    [[nodiscard]] std::size_t after(std::size_t at) const noexcept { return (at + 1) & mask(); }
+
+    void put(Slot slot) noexcept {
+        std::size_t at = slot.hash & mask();
+        while (slots_[at].symbol != nullptr) at = after(at);
+        slots_[at] = slot;
+    }
+
+    void grow() {
+        std::vector<Slot> former(slots_.size() * 2);
+        former.swap(slots_);
+        for (const Slot& slot : former)
+            if (slot.symbol != nullptr) put(slot);
+    }
+
+    std::vector<Slot> slots_ = std::vector<Slot>(fewestSlots);
+    std::size_t count_ = 0;
+};
 
 // Made by the first constant that interns a name, and so gone after the last one that lets go of its
 // own at exit.
@@ -44,10 +90,11 @@ constexpr std::size_t bytesFor(std::size_t length) noexcept {
 SymbolRef intern(std::u16string_view text) {
     if (text.empty()) return {};
     SymbolTable& symbols = table();
-    if (const auto found = symbols.find(text); found != symbols.end()) return SymbolRef(*found);
+    const std::size_t hash = hashOf(text);
+    if (SymbolData* found = symbols.find(text, hash); found != nullptr) return SymbolRef(found);
     if (text.size() > heap::maximumLength) throw heap::OutOfMemory();
     auto* symbol = new (heap::allocate(bytesFor(text.size())))
-        SymbolData(TextHash()(text), static_cast<std::uint32_t>(text.size()));
+        SymbolData(hash, static_cast<std::uint32_t>(text.size()));
     std::memcpy(symbol->characters(), text.data(), text.size() * sizeof(char16_t));
     try {
         symbols.insert(symbol);
