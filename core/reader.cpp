@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <functional>
 #include <limits>
+#include <memory_resource>
 
 namespace vlisp {
 namespace {
@@ -18,12 +20,17 @@ bool isParenthesis(char16_t unit) noexcept { return unit == u'(' || unit == u')'
 
 bool isBlankOrTab(char16_t unit) noexcept { return unit == u' ' || unit == u'\t'; }
 
-// What the splitter stops at: parentheses, a comment, the end of the line.
-bool endsPiece(char16_t unit) noexcept {
-    constexpr auto bit = [](char16_t each) { return std::uint64_t{1} << each; };
-    constexpr std::uint64_t ends = bit(u'(') | bit(u')') | bit(u';') | bit(u'\n');
-    return unit < 64 && (ends >> unit & 1) != 0;
+// Sets of signs that are looked for unit by unit.
+constexpr std::uint64_t signs(std::u16string_view units) noexcept {
+    std::uint64_t set = 0;
+    for (const char16_t unit : units) set |= std::uint64_t{1} << unit;
+    return set;
 }
+constexpr bool isIn(std::uint64_t set, char16_t unit) noexcept {
+    return unit < 64 && (set >> unit & 1) != 0;
+}
+constexpr std::uint64_t piecesEnd = signs(u"();\n");
+constexpr std::uint64_t atomsEnd = signs(u" ()");
 
 // Rule 1 of atoms: a digit, or "-" and a digit, then digits and dots only.
 bool isNumber(std::u16string_view token) noexcept {
@@ -115,7 +122,7 @@ class Tokenizer {
     }
 
     [[nodiscard]] std::size_t endOfAtom(std::size_t from) const noexcept {
-        while (from < text_.size() && text_[from] != u' ' && !isParenthesis(text_[from])) ++from;
+        while (from < text_.size() && !isIn(atomsEnd, text_[from])) ++from;
         return from;
     }
 
@@ -124,49 +131,44 @@ class Tokenizer {
     bool afterQuote_ = false;
 };
 
-// The elements of all lists that are open, each list's behind those of the list around it. Their
-// memory counts in the heap's budget, or a text of nothing but numbers could take any amount.
-class PendingCells {
-  public:
-    PendingCells() { cells_.reserve(fewest); }
-    PendingCells(const PendingCells&) = delete;
-    PendingCells& operator=(const PendingCells&) = delete;
-    ~PendingCells() { heap::discharge(charged_); }
-
-    [[nodiscard]] std::size_t size() const noexcept { return cells_.size(); }
-
-    void push(Cell&& cell) {
-        if (cells_.size() == cells_.capacity()) grow();
-        cells_.push_back(std::move(cell));
-    }
-
-    /// Takes the cells from `first` on away and makes a list of them.
-    Cell takeList(std::size_t first) {
-        const std::size_t count = cells_.size() - first;
-        if (count == 0) return Cell::list(CellSlice());
-        Ref<Buffer<Cell>> buffer(Buffer<Cell>::make(count, 0));
-        for (std::size_t i = first; i < cells_.size(); ++i) {
-            buffer->note(cells_[i]);
-            std::construct_at(buffer->slots() + buffer->last++, std::move(cells_[i]));
-        }
-        cells_.resize(first);
-        return Cell::list(CellSlice(std::move(buffer), 0, static_cast<std::uint32_t>(count)));
-    }
-
+// Memory for what a read keeps aside: a little of its own, enough for most expressions, then the
+// heap's, so that it counts in the budget.
+class ReadingMemory final : public std::pmr::memory_resource {
   private:
-    static constexpr std::size_t fewest = 16;
+    static constexpr std::size_t unit = alignof(HeapObject);
 
-    void grow() {
-        const std::size_t capacity = cells_.capacity() * 2;
-        heap::charge(capacity * sizeof(Cell));
-        heap::discharge(charged_);
-        charged_ = capacity * sizeof(Cell);
-        cells_.reserve(capacity);
+    void* do_allocate(std::size_t bytes, std::size_t /*alignment*/) override {
+        const std::size_t rounded = (bytes + unit - 1) / unit * unit;
+        if (rounded > own_.size() - taken_) return heap::allocate(bytes);
+        return own_.data() + std::exchange(taken_, taken_ + rounded);
+    }
+    void do_deallocate(void* memory, std::size_t bytes, std::size_t /*alignment*/) override {
+        const std::less<const void*> before;
+        if (before(memory, own_.data()) || !before(memory, own_.data() + own_.size()))
+            heap::release(memory, bytes);
+    }
+    [[nodiscard]] bool do_is_equal(const memory_resource& other) const noexcept override {
+        return this == &other;
     }
 
-    std::vector<Cell> cells_;
-    std::size_t charged_ = 0;
+    alignas(unit) std::array<std::byte, 1024> own_;
+    std::size_t taken_ = 0;
 };
+
+using PendingCells = std::pmr::vector<Cell>;
+
+// Takes the cells from `first` on away and makes a list of them.
+Cell takeList(PendingCells& cells, std::size_t first) {
+    const std::size_t count = cells.size() - first;
+    if (count == 0) return Cell::list(CellSlice());
+    Ref<Buffer<Cell>> buffer(Buffer<Cell>::make(count, 0));
+    for (std::size_t i = first; i < cells.size(); ++i) {
+        buffer->note(cells[i]);
+        std::construct_at(buffer->slots() + buffer->last++, std::move(cells[i]));
+    }
+    cells.resize(first);
+    return Cell::list(CellSlice(std::move(buffer), 0, static_cast<std::uint32_t>(count)));
+}
 
 // A list that is being read.
 struct OpenList {
@@ -181,7 +183,10 @@ struct OpenList {
 template <class Tokens> class ListReader {
   public:
     ListReader(Tokens& tokens, const char16_t* text, PlaceNotes* notes)
-        : tokens_(tokens), text_(text), notes_(notes) {}
+        : tokens_(tokens), text_(text), notes_(notes) {
+        pending_.reserve(32);
+        open_.reserve(12);
+    }
 
     Cell read() {
         std::u16string_view token;
@@ -220,7 +225,7 @@ template <class Tokens> class ListReader {
     bool close() {
         const OpenList list = open_.back();
         open_.pop_back();
-        Cell cell = pending_.takeList(list.first);
+        Cell cell = takeList(pending_, list.first);
         if (notes_ != nullptr) notes_->note(cell, {list.place, takePlaces(list.first)});
         if (list.quoted) return finishQuoted(std::move(cell), list.quotePlace, list.place);
         return finish(std::move(cell), list.place);
@@ -239,7 +244,7 @@ template <class Tokens> class ListReader {
             done_ = std::move(element);
             return true;
         }
-        pending_.push(std::move(element));
+        pending_.push_back(std::move(element));
         if (notes_ != nullptr) places_.push_back(place);
         return false;
     }
@@ -258,9 +263,11 @@ template <class Tokens> class ListReader {
     Tokens& tokens_;
     const char16_t* text_;
     PlaceNotes* notes_;
-    PendingCells pending_;
+    ReadingMemory memory_;
+    // The elements of all lists that are open, each list's behind those of the list around it.
+    PendingCells pending_{&memory_};
     std::vector<std::size_t> places_;  // of the pending cells; kept only when places are noted
-    std::vector<OpenList> open_;
+    std::pmr::vector<OpenList> open_{&memory_};
     Cell done_;
 };
 
@@ -294,7 +301,7 @@ bool SourceSplitter::beginLine() {
 // Goes on in a line, up to the end of an expression or of the line; true for an expression.
 bool SourceSplitter::passLine(SourceExpression& expression) {
     for (;; ++at_) {
-        while (at_ < source_.size() && !endsPiece(source_[at_])) ++at_;
+        while (at_ < source_.size() && !isIn(piecesEnd, source_[at_])) ++at_;
         if (at_ == source_.size() || !isParenthesis(source_[at_])) break;
         parenthesisSeen_ = true;
         const std::u16string_view piece = source_.substr(pieceBegin_, at_ + 1 - pieceBegin_);

@@ -3,7 +3,9 @@
 
 #include "core/printer.h"
 #include "platform/text.h"
+#include "tests/core/literal_reader.h"
 
+#include <algorithm>
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
@@ -601,6 +603,113 @@ TEST(Case, ChangesForAsciiLettersAlone) {
         EXPECT_EQ(upperCase(c), unit >= 'a' && unit <= 'z' ? unit - 32 : unit);
         EXPECT_EQ(lowerCase(c), unit >= 'A' && unit <= 'Z' ? unit + 32 : unit);
     }
+}
+
+// A seed that is printed: what fails with it is repeated by --gtest_random_seed.
+std::mt19937 seededRandom() {
+    const int given = GTEST_FLAG_GET(random_seed);
+    const unsigned seed =
+        given != 0 ? static_cast<unsigned>(given) : 1 + std::random_device()() % 99'999;
+    std::cout << "seed " << seed << "\n";
+    return std::mt19937(seed);
+}
+
+// A text of all that the reader looks at, in any order.
+std::u16string randomText(std::mt19937& random) {
+    static const std::vector<std::u16string> pieces{u"(",     u"(",
+                                                    u"(",     u")",
+                                                    u")",     u")",
+                                                    u"'",     u"\"",
+                                                    u"\"",    u";",
+                                                    u" ",     u" ",
+                                                    u"  ",    u"\t",
+                                                    u"\n",    u"\n",
+                                                    u"\r\n",  u"\r",
+                                                    u"a",     u"Bc",
+                                                    u"d",     u"e.f",
+                                                    u"7",     u"-12",
+                                                    u"-",     u".",
+                                                    u"4.25",  u"..",
+                                                    u"99",    u"\u00e9",
+                                                    u"99x",   u"\U0001F600",
+                                                    u"nil",   u"T",
+                                                    u"{",     u":",
+                                                    u"(a b)", std::u16string(70, u'n')};
+    std::u16string text;
+    for (std::size_t count = random() % 40; count > 0; --count)
+        text += pieces[random() % pieces.size()];
+    if (random() % 50 == 0) text.insert(random() % (text.size() + 1), 1, u'\0');
+    return text;
+}
+
+bool areSame(const Cell& a, const Cell& b) {
+    return a.type() == b.type() && a.text() == b.text() && a.intValue() == b.intValue() &&
+           a.realValue() == b.realValue() && std::ranges::equal(a.items(), b.items(), areSame);
+}
+
+TEST(LiteralReader, CutsSourcesAlike) {
+    std::mt19937 random = seededRandom();
+    std::size_t found = 0;
+    for (int i = 0; i < 20'000; ++i) {
+        const std::u16string source = randomText(random);
+        SCOPED_TRACE(toUtf8(source));
+        Notes literalNotes(source);
+        Notes notes(source);
+        const auto expected = literal::splitText(source, &literalNotes);
+        const auto expressions = splitText(source, &notes);
+        ASSERT_EQ(notes.said, literalNotes.said);
+        ASSERT_EQ(expressions.size(), expected.size());
+        SourceSplitter splitter(source);
+        SourceExpression one;
+        for (std::size_t k = 0; k < expected.size(); ++k, ++found) {
+            ASSERT_EQ(expressions[k].text, expected[k].text);
+            ASSERT_EQ(expressions[k].line, expected[k].line);
+            ASSERT_TRUE(std::ranges::equal(
+                expressions[k].pieces, expected[k].pieces,
+                [](const auto& a, const auto& b) { return a.at == b.at && a.from == b.from; }));
+            ASSERT_TRUE(splitter.next(one));
+            ASSERT_EQ(one.text, expected[k].text);
+            ASSERT_EQ(one.line, expected[k].line);
+            ASSERT_TRUE(one.pieces.empty());
+        }
+        ASSERT_FALSE(splitter.next(one));
+        ASSERT_FALSE(splitter.next(one));
+    }
+    EXPECT_GT(found, 10'000U);
+}
+
+TEST(LiteralReader, ReadsTextsAlike) {
+    std::mt19937 random = seededRandom();
+    std::size_t lists = 0;
+    for (int i = 0; i < 20'000; ++i) {
+        const std::u16string text = randomText(random);
+        SCOPED_TRACE(toUtf8(text));
+        TokenQueue tokens = Tokenize(text);
+        for (const std::u16string_view expected : literal::tokensOf(text)) {
+            ASSERT_FALSE(tokens.empty());
+            ASSERT_EQ(tokens.take(), expected);
+        }
+        ASSERT_TRUE(tokens.empty());
+        const Cell expected = literal::parse(text);
+        ASSERT_TRUE(areSame(Parse(text), expected)) << toUtf8(PrintCell(expected));
+        lists += expected.items().size() > 1 ? 1U : 0U;
+    }
+    EXPECT_GT(lists, 1'000U);
+}
+
+// What a read keeps aside counts in the heap's budget too.
+TEST(Parser, RunsOutOfMemoryWithinTheBudget) {
+    const std::size_t limit = heap::limit();
+    const std::size_t before = heap::used();
+    heap::setLimit(before + 10'000'000);
+    std::u16string text = u"(";
+    for (int i = 0; i < 500'000; ++i) text += u"1 ";
+    text += u")";
+    EXPECT_THROW(Parse(text), heap::OutOfMemory);
+    EXPECT_THROW(Parse(std::u16string(500'000, u'(')), heap::OutOfMemory);
+    heap::setLimit(limit);
+    EXPECT_EQ(heap::used(), before);
+    EXPECT_EQ(Parse(text).items().size(), 500'000U);
 }
 
 struct Comma final : std::numpunct<char> {
