@@ -7,8 +7,24 @@
 namespace vlisp {
 namespace {
 
+// Four units at a time: names are short, and most of what is read is names.
 std::size_t hashOf(std::u16string_view text) noexcept {
-    return std::hash<std::u16string_view>()(text);
+    constexpr std::uint64_t factor = 0x9e37'79b9'7f4a'7c15;
+    constexpr std::size_t unitsInWord = sizeof(std::uint64_t) / sizeof(char16_t);
+    std::uint64_t hash = text.size();
+    const auto mix = [&hash](std::uint64_t word) {
+        hash = (hash ^ word) * factor;
+        hash ^= hash >> 32;
+    };
+    for (; text.size() >= unitsInWord; text.remove_prefix(unitsInWord)) {
+        std::uint64_t word;
+        std::memcpy(&word, text.data(), sizeof word);
+        mix(word);
+    }
+    std::uint64_t rest = 0;
+    for (const char16_t unit : text) rest = rest << 16 | unit;
+    mix(rest);
+    return hash;
 }
 
 // Open addressing: a name stands at the first free slot from the one that its hash tells, and

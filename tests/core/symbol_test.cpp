@@ -2,6 +2,8 @@
 #include "core/symbol.h"
 
 #include <gtest/gtest.h>
+#include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -42,6 +44,31 @@ TEST(Symbol, ANameLeavesTheTableWithItsLastHolder) {
     }
     EXPECT_EQ(internedCount(), before);
     EXPECT_EQ(intern(u"passing 0")->text(), u"passing 0");
+}
+
+// Names come and go in any order; whoever stays is found, and found once.
+TEST(Symbol, TheTableIsASetUnderAnyOrderOfComingAndGoing) {
+    std::mt19937 random(20'26);
+    const std::size_t before = internedCount();
+    std::map<std::u16string, SymbolRef> held;
+    for (int i = 0; i < 60'000; ++i) {
+        const bool grows = i / 15'000 % 2 == 0;  // two waves
+        std::u16string name(random() % 9, u'x');
+        for (char16_t& unit : name) unit = static_cast<char16_t>(u'a' + random() % 3);
+        name += u"/?";
+        if (random() % 4 < (grows ? 3 : 1)) {
+            const auto [at, isNew] = held.try_emplace(name, intern(name));
+            ASSERT_EQ(at->second, intern(name));
+            ASSERT_EQ(at->second->text(), name);
+        } else {
+            held.erase(name);
+        }
+        ASSERT_EQ(internedCount(), before + held.size());
+    }
+    EXPECT_GT(held.size(), 1000U);
+    for (const auto& [name, symbol] : held) ASSERT_EQ(intern(name), symbol);
+    held.clear();
+    EXPECT_EQ(internedCount(), before);
 }
 
 TEST(Symbol, AnyNumberOfPassingNamesLeavesTheHeapAsItWas) {
