@@ -3,7 +3,9 @@
 
 #include "core/heap.h"
 #include "core/printer.h"
+#include "core/reader.h"
 
+#include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
@@ -170,6 +172,76 @@ TEST(Strings, AtoiStopsAtTheLimits) {
     EXPECT_EQ(call(atoi, {text(std::u16string(100'000, u'9'))}).intValue(), greatest);
     EXPECT_EQ(call(atoi, {text(u"-" + std::u16string(100'000, u'9'))}).intValue(), least);
     EXPECT_EQ(call(atoi, {text(std::u16string(100'000, u'0') + u"7")}).intValue(), 7);
+}
+
+std::uint64_t allocationsOf(const std::function<Cell()>& work) {
+    const std::uint64_t before = heap::statistics().allocations;
+    const Cell result = work();
+    return heap::statistics().allocations - before;
+}
+
+TEST(Strings, ShortResultsTakeOneAllocationOrNone) {
+    const Cell name = text(u"LINE-WALLS");
+    const Cell eacute = text(u"\u00e9\u00e9\u00e9");
+    EXPECT_EQ(allocationsOf([&] { return call(itoa, {whole(-12345)}); }), 1U);
+    EXPECT_EQ(allocationsOf([&] { return call(itoa, {whole(7)}); }), 0U);
+    EXPECT_EQ(allocationsOf([&] { return call(substr, {name, whole(2), whole(1)}); }), 0U);
+    EXPECT_EQ(allocationsOf([&] { return call(substr, {name, whole(2), whole(4)}); }), 0U);
+    EXPECT_EQ(allocationsOf([&] { return call(substr, {eacute, whole(2), whole(1)}); }), 0U);
+    EXPECT_EQ(allocationsOf([&] { return call(strcase, {name}); }), 1U);
+    EXPECT_EQ(allocationsOf([&] {
+                  return call(strcatOf, {name, name, name, whole(5), name});
+              }),
+              1U);
+    EXPECT_EQ(allocationsOf([&] { return call(strcatOf, {name, whole(5)}); }), 1U);
+    EXPECT_EQ(allocationsOf([&] { return call(strcatOf, {name}); }), 0U);
+}
+
+TEST(Strings, TextsOfOneUnitStayWhatTheyAreWhenTheyAreJoined) {
+    for (char16_t unit = 0; unit < 0x100; ++unit) {
+        const std::u16string three{u'-', unit, u'-'};
+        const Cell one = call(substr, {text(three), whole(2), whole(1)});
+        ASSERT_EQ(one.text(), std::u16string(1, unit));
+        EXPECT_EQ(call(strcatOf, {one, text(u"b")}).text(), std::u16string({unit, u'b'}));
+        EXPECT_EQ(call(strcatOf, {text(u"a"), one}).text(), std::u16string({u'a', unit}));
+        EXPECT_EQ(call(strcatOf, {text(u"longer"), one, text(u"longer")}).text(),
+                  u"longer" + std::u16string(1, unit) + u"longer");
+        EXPECT_EQ(one.text(), std::u16string(1, unit));
+    }
+}
+
+// Rows of anything, against joining what each prints, while earlier results live on and are used.
+TEST(Strings, StrcatJoinsWhatItIsGiven) {
+    std::mt19937 random(20'26);
+    const std::vector<Cell> others{whole(least), whole(7),        Cell::real(2.5),
+                                   NilCell,      Parse(u"(a 1)"), text(u"")};
+    std::vector<Cell> texts{text(u"a"), text(u"bcdefgh"), text(std::u16string(70, u'z'))};
+    std::vector<std::u16string> expected;
+    for (const Cell& each : texts) expected.emplace_back(each.text());
+    for (int i = 0; i < 20'000; ++i) {
+        std::vector<Cell> arguments;
+        std::u16string joined;
+        for (std::size_t count = random() % 5; count > 0; --count) {
+            const bool known = random() % 3 != 0;
+            arguments.push_back(known ? texts[random() % texts.size()]
+                                      : others[random() % others.size()]);
+            const Cell& added = arguments.back();
+            joined += added.is(CellType::String) ? std::u16string(added.text()) : PrintCell(added);
+        }
+        const Cell result = call(strcatOf, arguments);
+        ASSERT_TRUE(result.is(CellType::String));
+        ASSERT_EQ(result.text(), joined);
+        if (joined.size() > 300) continue;
+        const std::size_t place = random() % 40;
+        if (place < texts.size()) {
+            texts[place] = result;
+            expected[place] = joined;
+        } else {
+            texts.push_back(result);
+            expected.push_back(joined);
+        }
+        for (std::size_t k = 0; k < texts.size(); ++k) ASSERT_EQ(texts[k].text(), expected[k]);
+    }
 }
 
 }  // namespace
