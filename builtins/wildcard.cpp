@@ -5,13 +5,17 @@
 #include "platform/system.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <iterator>
 #include <locale>
+#include <optional>
 #include <regex>
 
 namespace vlisp {
 namespace {
+
+constexpr auto npos = std::u16string_view::npos;
 
 // The translation of one character that is not ",", the back quote or an odd "~".
 std::u16string_view translateCharacter(std::u16string_view character) {
@@ -25,69 +29,219 @@ std::u16string_view translateCharacter(std::u16string_view character) {
     }
 }
 
-// One element of a plain expression: it matches one unit, or (star) any number of them.
-struct PlainElement {
-    enum class Kind : std::uint8_t { literal, digit, letter, nonWord, anyUnit, star } kind;
-    char16_t unit = 0;
+// One element of a plain pattern or expression: it matches one unit, or (star) any number of them.
+struct Element {
+    enum class Kind : std::uint8_t {
+        literal,
+        digit,
+        letter,
+        nonWord,
+        anyUnit,
+        star,
+        set,
+        notPlain
+    } kind;
+    bool negated = false;      // of a set
+    char16_t unit = 0;         // of a literal
+    std::uint32_t length = 1;  // how many units it is written with
+};
+using Kind = Element::Kind;
 
-    [[nodiscard]] bool matches(char16_t given) const noexcept {
-        const bool isDigit = given >= u'0' && given <= u'9';
-        const bool isLetter = (given >= u'a' && given <= u'z') || (given >= u'A' && given <= u'Z');
-        switch (kind) {
-        case Kind::literal: return given == unit;
-        case Kind::digit: return isDigit;
-        case Kind::letter: return isLetter;
-        case Kind::nonWord: return !isDigit && !isLetter && given != u'_';
-        case Kind::anyUnit:
-        case Kind::star: return true;
+bool isDigitUnit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
+bool isLetterUnit(char16_t unit) {
+    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
+}
+bool isWordUnit(char16_t unit) { return isDigitUnit(unit) || isLetterUnit(unit) || unit == u'_'; }
+
+constexpr auto regexSyntax = [] {
+    std::array<bool, 128> table{};
+    for (const char sign : std::string_view("\\[](){}|+^$*?."))
+        table[static_cast<unsigned char>(sign)] = true;
+    return table;
+}();
+
+bool isRegexSyntax(char16_t unit) { return unit < regexSyntax.size() && regexSyntax[unit]; }
+
+// An escaped unit, written with two; in front of a word unit the backslash means something else.
+Element escapedElement(std::u16string_view rest) {
+    if (rest.size() < 2 || isWordUnit(rest[1])) return {Kind::notPlain};
+    return {Kind::literal, false, rest[1], 2};
+}
+
+// A bracket at the front of `rest`, unless its end is missing.
+Element setElement(std::u16string_view rest, std::u16string_view negations) {
+    const std::size_t end = rest.find(u']', 1);
+    if (end == npos) return {Kind::notPlain};
+    const bool negated = negations.find(rest[1]) != npos;
+    return {Kind::set, negated, 0, static_cast<std::uint32_t>(end + 1)};
+}
+
+// What stands between the brackets of a set, without the sign that negates it.
+std::u16string_view itemsOf(const Element& set, std::u16string_view rest) {
+    const std::size_t begin = set.negated ? 2 : 1;
+    return rest.substr(begin, set.length - 1 - begin);
+}
+
+// Whether a set holds units and ranges alone, and a dash by itself at one of its ends.
+bool areItemsPlain(std::u16string_view items, std::u16string_view refused) {
+    if (items.empty() || items.find_first_of(refused) != npos) return false;
+    for (std::size_t at = 0; at < items.size();) {
+        const bool single = at + 2 >= items.size() || items[at + 1] != u'-';
+        const bool dash = items[at] == u'-';
+        if (single && dash && at > 0 && at + 1 < items.size()) return false;
+        if (!single && (dash || items[at + 2] == u'-' || items[at] > items[at + 2])) return false;
+        at += single ? 1 : 3;
+    }
+    return true;
+}
+
+bool hasItem(std::u16string_view items, char16_t unit) {
+    for (std::size_t at = 0; at < items.size();) {
+        const bool single = at + 2 >= items.size() || items[at + 1] != u'-';
+        if (single ? unit == items[at] : unit >= items[at] && unit <= items[at + 2]) return true;
+        at += single ? 1 : 3;
+    }
+    return false;
+}
+
+// How the wildcards of a pattern are written.
+struct PatternSyntax {
+    static constexpr std::u16string_view refusedInSets = u"\\[({#*?@.`,";
+    static constexpr bool endsAlternative(char16_t unit) { return unit == u','; }
+
+    static Element elementAt(std::u16string_view rest) {
+        switch (rest.front()) {
+        case u'#': return {Kind::digit};
+        case u'*': return {Kind::star};
+        case u'?': return {Kind::anyUnit};
+        case u'@': return {Kind::letter};
+        case u'.': return {Kind::nonWord};
+        case u'`': return escapedElement(rest);
+        case u'[': return setElement(rest, u"~^");
+        default: break;
         }
-        return false;
+        if (isRegexSyntax(rest.front())) return {Kind::notPlain};
+        return {Kind::literal, false, rest.front()};
     }
 };
 
-bool isRegexSyntax(char16_t unit) {
-    return std::u16string_view(u"\\[](){}|+^$*?.").find(unit) != std::u16string_view::npos;
-}
+// How their translations are written.
+struct ExpressionSyntax {
+    static constexpr std::u16string_view refusedInSets = u"\\[({";
+    static constexpr bool endsAlternative(char16_t) { return false; }
 
-bool isWordUnit(char16_t unit) {
-    return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z') ||
-           (unit >= u'0' && unit <= u'9') || unit == u'_';
-}
-
-// The elements of an expression, if it is made of nothing but what plain wildcards translate to.
-bool readPlain(std::u16string_view expression, std::vector<PlainElement>& elements) {
-    using Kind = PlainElement::Kind;
-    constexpr std::u16string_view letters = u"[a-zA-Z]";
-    while (!expression.empty()) {
-        std::size_t length = 1;
-        if (expression.starts_with(u".*")) {
-            elements.push_back({Kind::star});
-            length = 2;
-        } else if (expression.starts_with(u'.')) {
-            elements.push_back({Kind::anyUnit});
-        } else if (expression.starts_with(letters)) {
-            elements.push_back({Kind::letter});
-            length = letters.size();
-        } else if (expression.starts_with(u"\\d")) {
-            elements.push_back({Kind::digit});
-            length = 2;
-        } else if (expression.starts_with(u"\\W")) {
-            elements.push_back({Kind::nonWord});
-            length = 2;
-        } else if (expression.front() == u'\\') {
-            if (expression.size() < 2 || isWordUnit(expression[1])) return false;
-            elements.push_back({Kind::literal, expression[1]});
-            length = 2;
-        } else {
-            if (isRegexSyntax(expression.front())) return false;
-            elements.push_back({Kind::literal, expression.front()});
-        }
+    static Element elementAt(std::u16string_view rest) {
+        const Element element = readElement(rest);
         // A quantifier behind an element belongs to the regular expressions.
-        expression.remove_prefix(length);
-        if (!expression.empty() && (expression.front() == u'*' || expression.front() == u'?'))
-            return false;
+        rest.remove_prefix(element.length);
+        const bool quantified = rest.starts_with(u'*') || rest.starts_with(u'?');
+        return quantified ? Element{Kind::notPlain} : element;
     }
-    return true;
+
+  private:
+    static Element readElement(std::u16string_view rest) {
+        constexpr std::u16string_view letters = u"[a-zA-Z]";
+        if (rest.starts_with(u".*")) return {Kind::star, false, 0, 2};
+        if (rest.starts_with(u'.')) return {Kind::anyUnit};
+        if (rest.starts_with(letters)) return {Kind::letter, false, 0, letters.size()};
+        if (rest.starts_with(u'[')) return setElement(rest, u"^");
+        if (rest.starts_with(u"\\d")) return {Kind::digit, false, 0, 2};
+        if (rest.starts_with(u"\\W")) return {Kind::nonWord, false, 0, 2};
+        if (rest.starts_with(u'\\')) return escapedElement(rest);
+        if (isRegexSyntax(rest.front())) return {Kind::notPlain};
+        return {Kind::literal, false, rest.front()};
+    }
+};
+
+// Behind a backslash and one of these, hasHugeNumber takes digits for a number.
+bool isNumberPrefix(char16_t unit) { return unit == u'\\' || unit == u'{' || unit == u','; }
+
+// A star stops at a line end, and then an earlier star may have to be tried again.
+bool hasLineEnd(std::u16string_view text) {
+    return std::ranges::any_of(text, [](char16_t unit) {
+        return unit == u'\n' || unit == u'\r' || unit == u'\u2028' || unit == u'\u2029';
+    });
+}
+
+// `rest` begins with the element.
+bool matchesUnit(const Element& element, std::u16string_view rest, char16_t unit) {
+    switch (element.kind) {
+    case Kind::literal: return unit == element.unit;
+    case Kind::digit: return isDigitUnit(unit);
+    case Kind::letter: return isLetterUnit(unit);
+    case Kind::nonWord: return !isWordUnit(unit);
+    case Kind::anyUnit: return true;
+    case Kind::set: return hasItem(itemsOf(element, rest), unit) != element.negated;
+    case Kind::star:
+    case Kind::notPlain: break;
+    }
+    return false;
+}
+
+// Whether the alternative at the front of `pattern` is plain; then `end` is where it ends. With a
+// set it must be far from the limits of the regular expressions too, which sets are held to.
+template <class Syntax>
+bool readPlain(std::u16string_view pattern, std::size_t textSize, std::size_t& end) {
+    constexpr std::size_t mostElements = 64;
+    constexpr std::size_t mostWork = 4'000'000;
+    std::size_t count = 0;
+    bool hasSet = false;
+    bool escapesNumber = false;
+    for (end = 0; end < pattern.size() && !Syntax::endsAlternative(pattern[end]);) {
+        const std::u16string_view rest = pattern.substr(end);
+        const Element element = Syntax::elementAt(rest);
+        if (element.kind == Kind::notPlain) return false;
+        if (element.kind == Kind::set) {
+            if (!areItemsPlain(itemsOf(element, rest), Syntax::refusedInSets)) return false;
+            hasSet = true;
+        } else if (element.kind == Kind::literal && element.length == 2) {
+            escapesNumber = escapesNumber || isNumberPrefix(element.unit);
+        }
+        end += element.length;
+        ++count;
+    }
+    return !hasSet ||
+           (!escapesNumber && count <= mostElements && count * (textSize + 1) <= mostWork);
+}
+
+// Whether a plain alternative matches the whole text, in which there are no line ends.
+template <class Syntax>
+wildcard::Answer matchPlain(std::u16string_view text, std::u16string_view pattern) {
+    using wildcard::Answer;
+    // Greedy from the left; on a mismatch the last star takes one unit more. An earlier star never
+    // needs to be tried again: whatever it could reach, the last one can.
+    std::size_t at = 0;
+    std::size_t next = 0;
+    std::size_t afterStar = npos;
+    std::size_t starEnd = 0;
+    for (std::uint32_t steps = 1;; ++steps) {
+        if (steps % 65536 == 0 && interruption::pending()) return Answer::no;
+        if (next < pattern.size()) {
+            const std::u16string_view rest = pattern.substr(next);
+            const Element element = Syntax::elementAt(rest);
+            if (element.kind == Kind::star) {
+                afterStar = next += element.length;
+                starEnd = at;
+                continue;
+            }
+            if (next == afterStar) {  // the star passes what cannot follow it
+                while (at < text.size() && !matchesUnit(element, rest, text[at])) ++at;
+                starEnd = at;
+            }
+            if (at < text.size() && matchesUnit(element, rest, text[at])) {
+                ++at;
+                next += element.length;
+                continue;
+            }
+        } else if (at == text.size()) {
+            return Answer::yes;
+        } else if (afterStar == next) {
+            return Answer::yes;  // the star takes what is left
+        }
+        if (afterStar == npos || starEnd == text.size()) return Answer::no;
+        at = ++starEnd;
+        next = afterStar;
+    }
 }
 
 // Thrown by StepIterator when a match has taken too many steps, or the user has had enough.
@@ -190,7 +344,8 @@ bool hasHugeNumber(std::u16string_view expression) {
 // std::regex for 16-bit units exists for wchar_t alone; each unit becomes one wchar_t.
 std::wstring widened(std::u16string_view text) { return std::wstring(text.begin(), text.end()); }
 
-bool matchCompiled(const std::wstring& text, const std::wstring& expression, bool backReferences) {
+// A compiled expression; nothing when it is not valid.
+std::optional<std::wregex> compile(std::u16string_view expression, bool backReferences) {
     using namespace std::regex_constants;
     // The library's default matcher recurses once a character and explodes on nested repetition.
     // The polynomial mode does neither, but knows no back-references; without groups to remember it
@@ -200,7 +355,15 @@ bool matchCompiled(const std::wstring& text, const std::wstring& expression, boo
     try {
         std::wregex compiled;
         compiled.imbue(std::locale::classic());
-        compiled.assign(expression, mode);
+        compiled.assign(widened(expression), mode);
+        return compiled;
+    } catch (const std::regex_error&) {
+        return std::nullopt;
+    }
+}
+
+bool matchCompiled(const std::wstring& text, const std::wregex& compiled, bool backReferences) {
+    try {
         Steps steps{backReferences ? 2'000'000u : 200'000'000u};
         return std::regex_match(StepIterator(text.data(), &steps),
                                 StepIterator(text.data() + text.size(), &steps), compiled);
@@ -210,6 +373,37 @@ bool matchCompiled(const std::wstring& text, const std::wstring& expression, boo
         return false;
     }
 }
+
+// Shortcut: compiling takes much longer than matching, and programs match many texts with a few
+// patterns. So the last expressions stay compiled.
+class RecentExpressions {
+  public:
+    /// Short and without counts, so that what is kept takes little memory.
+    static bool mayKeep(std::u16string_view expression) {
+        constexpr std::size_t mostUnits = 100;
+        return expression.size() <= mostUnits && expression.find(u'{') == npos;
+    }
+
+    /// Valid until the next call.
+    const std::optional<std::wregex>& find(std::u16string_view expression, bool backReferences) {
+        for (const Entry& entry : entries_)
+            if (entry.expression == expression) return entry.compiled;
+        Entry& entry = entries_[oldest_];
+        oldest_ = (oldest_ + 1) % entries_.size();
+        entry.expression.reset();
+        entry.compiled = compile(expression, backReferences);
+        entry.expression = expression;
+        return entry.compiled;
+    }
+
+  private:
+    struct Entry {
+        std::optional<std::u16string> expression;
+        std::optional<std::wregex> compiled;
+    };
+    std::array<Entry, 4> entries_;
+    std::size_t oldest_ = 0;
+};
 
 // Size of an expression when its counts of repetitions are written out, nested or not; never less
 // than it really is.
@@ -257,52 +451,51 @@ std::vector<WildcardTranslation> translateWildcard(std::u16string_view pattern) 
     return alternatives;
 }
 
-bool matchesWildcard(std::u16string_view text, std::u16string_view pattern) {
-    for (const WildcardTranslation& alternative : translateWildcard(pattern)) {
-        if (!alternative.complete) continue;
-        const wildcard::Answer plain = wildcard::matchesPlain(text, alternative.expression);
+namespace {
+
+// The alternatives of a pattern from the one of this number on, by their translations.
+bool matchesTranslation(std::u16string_view text, std::u16string_view pattern, std::size_t first) {
+    const std::vector<WildcardTranslation> alternatives = translateWildcard(pattern);
+    for (std::size_t i = first; i < alternatives.size(); ++i) {
+        if (!alternatives[i].complete) continue;
+        const std::u16string& expression = alternatives[i].expression;
+        const wildcard::Answer plain = wildcard::matchesPlain(text, expression);
         if (plain == wildcard::Answer::yes) return true;
-        if (plain == wildcard::Answer::notPlain &&
-            wildcard::matchesExpression(text, alternative.expression))
+        if (plain == wildcard::Answer::notPlain && wildcard::matchesExpression(text, expression))
             return true;
     }
     return false;
 }
 
+}  // namespace
+
+// Shortcut: plain alternatives are matched as they are written, without their translations. Up to
+// the first that is not plain: what that one holds decides how a "~" behind it is read.
+bool matchesWildcard(std::u16string_view text, std::u16string_view pattern) {
+    if (hasLineEnd(text)) return matchesTranslation(text, pattern, 0);
+    std::u16string_view rest = pattern;
+    for (std::size_t number = 0;; ++number) {
+        // "The text begins here", which it does.
+        const bool begins = rest.starts_with(u'^') || (number == 0 && rest.starts_with(u'~'));
+        if (begins) rest.remove_prefix(1);
+        std::size_t end = 0;
+        if (!readPlain<PatternSyntax>(rest, text.size(), end))
+            return matchesTranslation(text, pattern, number);
+        if (matchPlain<PatternSyntax>(text, rest.substr(0, end)) == wildcard::Answer::yes)
+            return true;
+        if (end == rest.size()) return false;
+        rest.remove_prefix(end + 1);
+    }
+}
+
 namespace wildcard {
 
 Answer matchesPlain(std::u16string_view text, std::u16string_view expression) {
-    // A star stops at a line end, and then an earlier star may have to be tried again.
-    if (text.find_first_of(u"\r\n\u2028\u2029") != std::u16string_view::npos)
-        return Answer::notPlain;
-    std::vector<PlainElement> elements;
+    if (hasLineEnd(text)) return Answer::notPlain;
     if (expression.starts_with(u'^')) expression.remove_prefix(1);
-    if (!readPlain(expression, elements)) return Answer::notPlain;
-
-    // Greedy from the left; on a mismatch the last star takes one unit more. An earlier star never
-    // needs to be tried again: whatever it could reach, the last one can.
-    constexpr auto none = static_cast<std::size_t>(-1);
-    std::size_t at = 0;
-    std::size_t next = 0;
-    std::size_t afterStar = none;
-    std::size_t starEnd = 0;
-    for (std::uint32_t steps = 1;; ++steps) {
-        if (steps % 65536 == 0 && interruption::pending()) return Answer::no;
-        if (next < elements.size() && elements[next].kind == PlainElement::Kind::star) {
-            afterStar = ++next;
-            starEnd = at;
-        } else if (at < text.size() && next < elements.size() && elements[next].matches(text[at])) {
-            ++at;
-            ++next;
-        } else if (at == text.size() && next == elements.size()) {
-            return Answer::yes;
-        } else if (afterStar != none && starEnd < text.size()) {
-            at = ++starEnd;
-            next = afterStar;
-        } else {
-            return Answer::no;
-        }
-    }
+    std::size_t end = 0;
+    if (!readPlain<ExpressionSyntax>(expression, text.size(), end)) return Answer::notPlain;
+    return matchPlain<ExpressionSyntax>(text, expression);
 }
 
 bool matchesExpression(std::u16string_view text, std::u16string_view expression) {
@@ -317,9 +510,16 @@ bool matchesExpression(std::u16string_view text, std::u16string_view expression)
     if (nestingOf(expression) > deepestNesting || hasHugeNumber(expression)) return false;
     bool matched = false;
     const std::wstring wideText = widened(text);
-    const std::wstring wideExpression = widened(expression);
-    platform::withStack(stackNeeded,
-                        [&] { matched = matchCompiled(wideText, wideExpression, backReferences); });
+    thread_local RecentExpressions recent;
+    // Named here, for the work may be done by another thread.
+    RecentExpressions& ours = recent;
+    platform::withStack(stackNeeded, [&] {
+        const auto match = [&](const std::optional<std::wregex>& compiled) {
+            matched = compiled && matchCompiled(wideText, *compiled, backReferences);
+        };
+        if (RecentExpressions::mayKeep(expression)) match(ours.find(expression, backReferences));
+        else match(compile(expression, backReferences));
+    });
     return matched;
 }
 

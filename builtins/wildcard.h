@@ -1,6 +1,6 @@
 // Wildcard patterns of WCMATCH.
 // One idea: each alternative of a pattern is translated into a regular expression and must match
-// the whole text; patterns of plain wildcards take a shorter way to the same answer.
+// the whole text; patterns of plain wildcards and plain brackets take a shorter way to the same answer.
 // Tests: tests/builtins/wildcard_test.cpp, tests/lisp/strings/.
 #pragma once
 
@@ -34,7 +34,7 @@ namespace wildcard {
 bool matchesExpression(std::u16string_view text, std::u16string_view expression);
 
 /// Shortcut: the same without regular expressions. Answers only for alternatives made of plain
-/// characters and plain wildcards.
+/// characters, plain wildcards and brackets of characters and ranges.
 enum class Answer { no, yes, notPlain };
 Answer matchesPlain(std::u16string_view text, std::u16string_view expression);
 

@@ -5,9 +5,12 @@
 
 #include <gtest/gtest.h>
 #include <iostream>
+#include <iterator>
+#include <map>
 #include <random>
 #include <regex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vlisp {
@@ -220,6 +223,99 @@ TEST(Wildcard, ThePlainWayAgreesWithTheRegularExpressions) {
     // The comparison would be worth nothing if either side never had anything to say.
     EXPECT_GT(plain, 2000u);
     EXPECT_GT(matched, 200u);
+}
+
+// A pattern of wildcards and brackets, good ones and bad ones.
+std::u16string randomBrackets(std::mt19937& random) {
+    const std::u16string outside = u"aAbB01_-*?#@.*`,~^]\\{";
+    const std::u16string inside = u"aAbBcz019_--~^ab09*?#@.`,[(\\{";
+    const auto oneOf = [&](const std::u16string& units, std::size_t usual) {
+        return units[random() % (random() % 8 == 0 ? units.size() : usual)];
+    };
+    std::u16string pattern;
+    for (std::size_t count = 1 + random() % 5; count > 0; --count) {
+        if (random() % 2 == 0) {
+            pattern += oneOf(outside, 14);
+            continue;
+        }
+        pattern += u'[';
+        if (random() % 3 == 0) pattern += random() % 2 == 0 ? u'~' : u'^';
+        for (std::size_t items = 1 + random() % 3; items > 0; --items) {
+            const char16_t first = oneOf(inside, 13);
+            pattern += first;
+            if (random() % 3 == 0) pattern += std::u16string({u'-', oneOf(inside, 13)});
+        }
+        if (random() % 16 != 0) pattern += u']';
+    }
+    return pattern;
+}
+
+TEST(Wildcard, BracketsAgreeWithTheRegularExpressions) {
+    const unsigned seed = printedSeed();
+    std::mt19937 random(seed);
+    const std::u16string units = u"aAbBcz019_-~^],[\\.\u00e9";
+    std::size_t plain = 0;
+    std::size_t matched = 0;
+    for (int i = 0; i < 6000; ++i) {
+        const std::u16string pattern = randomBrackets(random);
+        std::u16string text(random() % 6, u' ');
+        for (char16_t& unit : text) unit = units[random() % units.size()];
+        SCOPED_TRACE("text \"" + toUtf8(text) + "\" pattern \"" + toUtf8(pattern) + "\"");
+        bool expected = false;
+        for (const auto& [expression, complete] : translateWildcard(pattern)) {
+            const bool byExpression = wildcard::matchesExpression(text, expression);
+            const Answer answer = wildcard::matchesPlain(text, expression);
+            if (answer != Answer::notPlain) {
+                ASSERT_EQ(answer == Answer::yes, byExpression) << toUtf8(expression);
+                plain += expression.find(u'[') != std::u16string::npos ? 1U : 0U;
+            }
+            expected = expected || (complete && byExpression);
+        }
+        ASSERT_EQ(matchesWildcard(text, pattern), expected);
+        matched += expected ? 1U : 0U;
+    }
+    EXPECT_GT(plain, 1000u);
+    EXPECT_GT(matched, 100u);
+}
+
+TEST(Wildcard, PlainBracketsTakeTheShorterWay) {
+    for (const char16_t* expression : {u"[a-zC]", u"[^a-z]", u"[-a]", u"[a-]", u"[~^]", u"[A-L].*"})
+        EXPECT_NE(wildcard::matchesPlain(u"Q", expression), Answer::notPlain) << toUtf8(expression);
+    for (const char16_t* expression :
+         {u"[]", u"[^]", u"[a", u"[b-a]", u"[a-c-e]", u"[[:alpha:]]", u"[\\d]", u"[a]+", u"[a]*",
+          u"[--/]", u"[a[]", u"[{]", u"[(]"})
+        EXPECT_EQ(wildcard::matchesPlain(u"Q", expression), Answer::notPlain) << toUtf8(expression);
+}
+
+// What holds for regular expressions holds for brackets on the shorter way as well.
+TEST(Wildcard, BracketsMeetTheLimitsOfTheRegularExpressions) {
+    std::u16string brackets;
+    for (int i = 0; i < 12'000; ++i) brackets += u"[ab]";
+    EXPECT_FALSE(matchesWildcard(std::u16string(12'000, u'a'), brackets));
+    EXPECT_TRUE(matchesWildcard(std::u16string(100, u'a'), brackets.substr(0, 400)));
+    EXPECT_FALSE(matchesWildcard(u",1234567890a", u"`,1234567890[a]"));
+    EXPECT_TRUE(matchesWildcard(u",123456789a", u"`,123456789[a]"));
+}
+
+// An expression that stays compiled answers as it did when it was compiled.
+TEST(Wildcard, ExpressionsAnswerAlikeHoweverOftenTheyAreUsed) {
+    const char* const patterns[] = {"(A|B)+", "(A",      "A+",     "(A)\\1", "",
+                                    "A{2}",   "A{3}",    "(B|C)*", "B+|A+",  "(",
+                                    "()",     "(A|BB)+", "[A-",    "B?",     "(A)(B)\\2"};
+    const char* const texts[] = {"", "A", "AA", "AAA", "B", "BB", "ABB"};
+    std::mt19937 random(20'26);
+    std::map<std::pair<std::string, std::string>, bool> first;
+    for (int i = 0; i < 3000; ++i) {
+        const std::string pattern = patterns[random() % std::size(patterns)];
+        const std::string text = texts[random() % std::size(texts)];
+        const bool answer = wildcard::matchesExpression(fromUtf8(text), fromUtf8(pattern));
+        const auto [known, isNew] = first.try_emplace({pattern, text}, answer);
+        ASSERT_EQ(answer, known->second) << pattern << " on " << text;
+    }
+    EXPECT_TRUE((first[{"", ""}]));
+    EXPECT_FALSE((first[{"", "A"}]));
+    EXPECT_TRUE((first[{"A{3}", "AAA"}]));
+    EXPECT_FALSE((first[{"A{2}", "AAA"}]));
 }
 
 TEST(Wildcard, ClassesAndBoundariesOfTheRegularExpressionsWork) {
