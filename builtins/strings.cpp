@@ -13,7 +13,6 @@
 #include <optional>
 
 namespace vlisp {
-
 namespace {
 
 // A text of one ASCII unit is a part of this one, so that taking a text apart unit by unit takes no

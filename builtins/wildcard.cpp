@@ -183,7 +183,7 @@ bool matchesUnit(const Element& element, std::u16string_view rest, char16_t unit
 template <class Syntax>
 bool readPlain(std::u16string_view pattern, std::size_t textSize, std::size_t& end) {
     constexpr std::size_t mostElements = 64;
-    constexpr std::size_t mostWork = 4'000'000;
+    constexpr std::size_t mostWork = 20'000'000;  // units of the pattern times units of the text
     std::size_t count = 0;
     bool hasSet = false;
     bool escapesNumber = false;
@@ -200,8 +200,7 @@ bool readPlain(std::u16string_view pattern, std::size_t textSize, std::size_t& e
         end += element.length;
         ++count;
     }
-    return !hasSet ||
-           (!escapesNumber && count <= mostElements && count * (textSize + 1) <= mostWork);
+    return !hasSet || (!escapesNumber && count <= mostElements && end <= mostWork / (textSize + 1));
 }
 
 // Whether a plain alternative matches the whole text, in which there are no line ends.

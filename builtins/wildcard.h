@@ -1,6 +1,6 @@
 // Wildcard patterns of WCMATCH.
 // One idea: each alternative of a pattern is translated into a regular expression and must match
-// the whole text; patterns of plain wildcards and plain brackets take a shorter way to the same answer.
+// the whole text; patterns of plain wildcards and brackets take a shorter way to the same answer.
 // Tests: tests/builtins/wildcard_test.cpp, tests/lisp/strings/.
 #pragma once
 

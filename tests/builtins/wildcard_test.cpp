@@ -293,6 +293,12 @@ TEST(Wildcard, BracketsMeetTheLimitsOfTheRegularExpressions) {
     for (int i = 0; i < 12'000; ++i) brackets += u"[ab]";
     EXPECT_FALSE(matchesWildcard(std::u16string(12'000, u'a'), brackets));
     EXPECT_TRUE(matchesWildcard(std::u16string(100, u'a'), brackets.substr(0, 400)));
+    // A long bracket is looked through for every unit, so only short texts take the shorter way.
+    const std::u16string bracket = u"*[" + std::u16string(100'000, u'b') + u"c]";
+    EXPECT_EQ(wildcard::matchesPlain(u"aac", u"." + bracket), Answer::yes);
+    EXPECT_EQ(wildcard::matchesPlain(std::u16string(100'000, u'a'), u"." + bracket),
+              Answer::notPlain);
+    EXPECT_TRUE(matchesWildcard(std::u16string(1000, u'a') + u"c", bracket));
     EXPECT_FALSE(matchesWildcard(u",1234567890a", u"`,1234567890[a]"));
     EXPECT_TRUE(matchesWildcard(u",123456789a", u"`,123456789[a]"));
 }
