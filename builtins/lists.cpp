@@ -3,6 +3,7 @@
 
 #include "builtins/arguments.h"
 #include "core/interruption.h"
+#include "core/list_index.h"
 
 #include <vector>
 
@@ -116,12 +117,9 @@ Cell cadr(Arguments arguments) {
 Cell assoc(Arguments arguments) {
     if (arguments.size() < 2) return NilCell;
     // On purpose: integer fields alone are compared; a text counts as 0.
-    const std::int32_t key = arguments[0].intValue();
-    for (const Cell& entry : arguments[1].items()) {
-        const Items items = entry.items();
-        if (!items.empty() && items[0].intValue() == key) return entry;
-    }
-    return NilCell;
+    const Items entries = arguments[1].items();
+    const std::size_t found = findByInteger(arguments[1], arguments[0].intValue());
+    return found < entries.size() ? entries[found] : NilCell;
 }
 
 Cell nth(Arguments arguments) {

@@ -42,12 +42,7 @@ std::u16string_view Cell::text() const noexcept {
     return {};
 }
 
-Items Cell::items() const noexcept {
-    if (is(CellType::List)) {
-        auto* buffer = static_cast<Buffer<Cell>*>(object());
-        if (buffer == nullptr) return {};
-        return {buffer->slots() + rangeBegin(), rangeLength()};
-    }
+Items Cell::itemsOfOther() const noexcept {
     if (is(CellType::Lambda)) return static_cast<const LambdaData*>(object())->form.view();
     return {};
 }

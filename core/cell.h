@@ -112,7 +112,12 @@ class Cell {
     [[nodiscard]] std::int32_t intValue() const noexcept {
         return is(CellType::Integer) ? static_cast<std::int32_t>(body_) : 0;
     }
-    [[nodiscard]] Items items() const noexcept;
+    [[nodiscard]] Items items() const noexcept {
+        if (!is(CellType::List)) return itemsOfOther();
+        auto* buffer = static_cast<Buffer<Cell>*>(object());
+        if (buffer == nullptr) return {};
+        return {buffer->slots() + rangeBegin(), rangeLength()};
+    }
     [[nodiscard]] BuiltinProc proc() const noexcept {
         return is(CellType::Proc) ? std::bit_cast<BuiltinProc>(body_) : nullptr;
     }
@@ -177,6 +182,7 @@ class Cell {
         : head_(reinterpret_cast<std::uintptr_t>(counted) | static_cast<std::uintptr_t>(type)),
           body_(body) {}
     static Cell fromText(CellType type, TextSlice text) noexcept;
+    [[nodiscard]] Items itemsOfOther() const noexcept;
 
     [[nodiscard]] HeapObject* object() const noexcept {
         const std::uintptr_t address = head_ & ~typeMask;

@@ -41,7 +41,7 @@ Ref<Code> codeOf(const CellSlice& form, const Ref<ScopeShape>& outer) {
     for (const Entry& entry : entries)
         if (entry.begin == form.begin() && entry.length == form.size() && entry.outer == outer)
             return entry.code;
-    buffer->hasCode = true;
+    buffer->watched = true;
     Ref<Code> code = translate(form.view(), outer);
     cache()[buffer].push_back({form.begin(), form.size(), outer, code});
     return code;

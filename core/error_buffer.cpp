@@ -22,6 +22,17 @@ void ErrorBuffer::report(std::u16string_view message) noexcept {
 }
 
 void ErrorBuffer::reportUndefinedSymbol(std::u16string_view name) {
+    if (name.size() < capacity / 2) {
+        // Programs write nil by the million, and it is this message that makes it nil.
+        char16_t* end = units_.data();
+        for (const std::u16string_view part :
+             {messages::undefinedSymbolBefore, name, messages::undefinedSymbolAfter})
+            end = std::copy(part.begin(), part.end(), end);
+        length_ = static_cast<std::size_t>(end - units_.data());
+        units_[length_] = 0;
+        ++reports_;
+        return;
+    }
     std::u16string message(messages::undefinedSymbolBefore);
     message += name.substr(0, std::min(name.size(), capacity));
     message += messages::undefinedSymbolAfter;

@@ -16,6 +16,8 @@ class ErrorBuffer {
     /// Units that the buffer holds, the terminating zero included.
     static constexpr std::size_t capacity = 300;
 
+    ErrorBuffer() noexcept { units_[0] = 0; }
+
     [[nodiscard]] bool empty() const noexcept { return length_ == 0; }
     [[nodiscard]] std::u16string_view text() const noexcept { return {units_.data(), length_}; }
     /// The text with its terminating zero.
@@ -34,7 +36,7 @@ class ErrorBuffer {
     [[nodiscard]] std::uint64_t reports() const noexcept { return reports_; }
 
   private:
-    std::array<char16_t, capacity> units_{};
+    std::array<char16_t, capacity> units_;  // valid up to the zero
     std::size_t length_ = 0;
     std::uint64_t reports_ = 0;
 };

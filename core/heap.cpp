@@ -5,18 +5,19 @@
 #include "core/code.h"
 #include "core/code_cache.h"
 #include "core/environment.h"
+#include "core/list_index.h"
 #include "core/scope_collector.h"
 #include "platform/system.h"
 
 namespace vlisp::heap {
 namespace {
 
-std::size_t bytesUsed = 0;
+using detail::bytesUsed;
 
 // Set at first use: constants of other source files are made before this file's would be.
 std::size_t& bytesLimit() noexcept {
-    static std::size_t bytes = platform::physicalMemory() / 2;
-    return bytes;
+    if (detail::bytesLimit == 0) detail::bytesLimit = platform::physicalMemory() / 2;
+    return detail::bytesLimit;
 }
 
 HeapObject* dead = nullptr;
@@ -24,7 +25,10 @@ bool burying = false;
 
 template <class T> void destroyBuffer(Buffer<T>* buffer) noexcept {
     if constexpr (std::is_same_v<T, Cell>)
-        if (buffer->hasCode) forgetCode(*buffer);
+        if (buffer->watched) {
+            forgetCode(*buffer);
+            forgetIndex(*buffer);
+        }
     if constexpr (!std::is_trivially_destructible_v<T>)
         for (std::uint32_t i = buffer->first; i < buffer->last; ++i) buffer->slots()[i].~T();
     const std::size_t bytes = Buffer<T>::bytesFor(buffer->capacity);
@@ -60,19 +64,23 @@ void charge(std::size_t bytes) {
 
 void discharge(std::size_t bytes) noexcept { bytesUsed -= bytes; }
 
-void* allocate(std::size_t bytes) {
+void* detail::allocateSlowly(std::size_t bytes) {
     charge(bytes);
-    void* memory = ::operator new(bytes, std::nothrow);
+    // A whole step, so that the block serves every size of its step.
+    const std::size_t whole =
+        bytes <= detail::largestSmall ? (bytes + detail::step - 1) / detail::step * detail::step
+                                      : bytes;
+    void* memory = ::operator new(whole, std::nothrow);
     static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= alignof(HeapObject));
     if (memory == nullptr) {
         discharge(bytes);
         throw OutOfMemory();
     }
-    ++statistics().allocations;
+    ++detail::counted.allocations;
     return memory;
 }
 
-void release(void* memory, std::size_t bytes) noexcept {
+void detail::releaseSlowly(void* memory, std::size_t bytes) noexcept {
     discharge(bytes);
     ::operator delete(memory);
 }
@@ -88,7 +96,11 @@ void requireText(std::size_t units) {
 }
 
 void bury(HeapObject* object) noexcept {
-    if (object->kind == ObjectKind::symbol || object->kind == ObjectKind::text) {
+    // What holds nothing that holds something goes at once.
+    const bool isSimple = object->kind == ObjectKind::symbol || object->kind == ObjectKind::text ||
+                          (object->kind == ObjectKind::list &&
+                           !static_cast<Buffer<Cell>*>(object)->holdsLists);
+    if (isSimple) {
         destroy(object);
         return;
     }
@@ -102,11 +114,6 @@ void bury(HeapObject* object) noexcept {
         destroy(next);
     }
     burying = false;
-}
-
-Statistics& statistics() noexcept {
-    static Statistics counted;
-    return counted;
 }
 
 }  // namespace vlisp::heap

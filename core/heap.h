@@ -40,10 +40,79 @@ struct OutOfMemory : std::bad_alloc {
 /// Most elements that one list or one text may hold.
 inline constexpr std::size_t maximumLength = 0x7fffffff;
 
+/// Work done since the program began: lets tests prove that an operation is linear.
+struct Statistics {
+    std::uint64_t elementsCopied = 0;
+    std::uint64_t allocations = 0;
+};
+
+namespace detail {
+
+// Small blocks that have been released and wait to be taken again, by size in steps of 16 bytes.
+struct FreeBlock {
+    FreeBlock* next;
+};
+struct FreeBlocks {
+    FreeBlock* first;
+    std::size_t count;
+};
+inline constexpr std::size_t step = 16;
+inline constexpr std::size_t largestSmall = 128;
+inline constexpr std::size_t mostFree = 4096;
+inline constinit FreeBlocks freeBlocks[largestSmall / step + 1] = {};
+
+// The address sanitizer must see every block come and go.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr bool keepsFreeBlocks = false;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+inline constexpr bool keepsFreeBlocks = false;
+#else
+inline constexpr bool keepsFreeBlocks = true;
+#endif
+#else
+inline constexpr bool keepsFreeBlocks = true;
+#endif
+
+inline constinit std::size_t bytesUsed = 0;
+inline constinit std::size_t bytesLimit = 0;  // 0 until somebody asks
+inline constinit Statistics counted = {};
+
+void* allocateSlowly(std::size_t bytes);
+void releaseSlowly(void* memory, std::size_t bytes) noexcept;
+
+}  // namespace detail
+
 /// Returns `bytes` bytes aligned to 16. Beyond the limit scopes that nobody holds any more are
 /// collected; when that does not help, throws OutOfMemory.
-void* allocate(std::size_t bytes);
-void release(void* memory, std::size_t bytes) noexcept;
+inline void* allocate(std::size_t bytes) {
+    using namespace detail;
+    if (keepsFreeBlocks && bytes <= largestSmall && bytesUsed + bytes <= bytesLimit) {
+        FreeBlocks& blocks = freeBlocks[(bytes + step - 1) / step];
+        if (FreeBlock* block = blocks.first) {
+            blocks.first = block->next;
+            --blocks.count;
+            bytesUsed += bytes;
+            ++counted.allocations;
+            return block;
+        }
+    }
+    return allocateSlowly(bytes);
+}
+
+inline void release(void* memory, std::size_t bytes) noexcept {
+    using namespace detail;
+    if (keepsFreeBlocks && bytes <= largestSmall) {
+        FreeBlocks& blocks = freeBlocks[(bytes + step - 1) / step];
+        if (blocks.count < mostFree) {
+            blocks.first = new (memory) FreeBlock{blocks.first};
+            ++blocks.count;
+            bytesUsed -= bytes;
+            return;
+        }
+    }
+    releaseSlowly(memory, bytes);
+}
 
 /// Counts memory that an object has from elsewhere. Throws OutOfMemory beyond the limit.
 void charge(std::size_t bytes);
@@ -61,12 +130,7 @@ void requireText(std::size_t units);
 /// Takes `object`, whose count has reached zero, apart; what it alone held follows, iteratively.
 void bury(HeapObject* object) noexcept;
 
-/// Work done since the program began: lets tests prove that an operation is linear.
-struct Statistics {
-    std::uint64_t elementsCopied = 0;
-    std::uint64_t allocations = 0;
-};
-Statistics& statistics() noexcept;
+inline Statistics& statistics() noexcept { return detail::counted; }
 
 }  // namespace heap
 

@@ -60,7 +60,7 @@ template <class T> struct Buffer final : HeapObject {
     std::uint32_t first = 0;
     std::uint32_t last = 0;
     bool holdsLists = false;  // some element holds cells of its own
-    bool hasCode = false;     // forms that begin here have been translated (code_cache.h)
+    bool watched = false;     // somebody has notes about it and wants to hear of its end
 };
 
 template <class T> class Slice {

@@ -241,6 +241,9 @@ class Translator {
         value(form, first);
         emit({Op::leave, narrow(first)});
         shortenReturns();
+        // The long way of a form has its head in front of its arguments: each one around a place
+        // moves it by one register.
+        code_.registers += static_cast<Register>(deepest_) + 1;
         code_.firstTemporary = first;
         code_.entry = block_.instructions.data();
     }
@@ -356,6 +359,7 @@ class Translator {
             return;
         }
         ++nesting_;
+        deepest_ = std::max(deepest_, nesting_);
         form(cell, cell.items(), t);
         --nesting_;
     }
@@ -758,8 +762,8 @@ class Translator {
             emitOperation(shortcut, Intrinsic::none, t, first, second);
         } else {
             const auto count = static_cast<Register>(elements.size() - 1);
-            for (Register i = 1; i <= count; ++i) value(elements[i], t + i);
-            emitBuiltin(intrinsic, Intrinsic::none, t, t + 1, count);
+            for (Register i = 0; i < count; ++i) value(elements[i + 1], t + i);
+            emitBuiltin(intrinsic, Intrinsic::none, t, t, count);
         }
         shortWays()[way].after = here();
     }
@@ -1017,25 +1021,26 @@ class Translator {
     std::pair<Operand, Operand> impureOperands(Items elements, Register t,
                                                const Shortcut& shortcut) {
         if (shortcut.arguments == 1) {
-            value(elements[1], t + 1);
-            return {{.where = t + 1}, {}};
+            value(elements[1], t);
+            return {{.where = t}, {}};
         }
-        Operand first{.where = t + 1};
+        Operand first{.where = t};
         int parts = mostPartsOfATree;
         const Place place = elements[1].is(CellType::Symbol)
                                 ? placeOf(code_, elements[1].symbolData())
                                 : Place{Place::Kind::byName};
         if (place.kind == Place::Kind::local && leavesNamesAlone(elements[2], parts))
             first.where = place.slot;
-        else value(elements[1], t + 1);
+        else value(elements[1], t);
         const Items quoted = elements[2].items();
         if (takesConstant(shortcut)) {
             if (isConstant(elements[2])) return {first, {.constant = &constantValue(elements[2])}};
             if (!quoted.empty() && specialFormOf(quoted) == SpecialForm::quote)
                 return {first, {.constant = &element(quoted, 1)}};
         }
-        value(elements[2], t + 2);
-        return {first, {.where = t + 2}};
+        const Register next = first.where == t ? t + 1 : t;
+        value(elements[2], next);
+        return {first, {.where = next}};
     }
 
     static bool takesConstant(const Shortcut& shortcut) noexcept {
@@ -1058,6 +1063,7 @@ class Translator {
     Code& code_;
     Block& block_;
     int nesting_ = 0;
+    int deepest_ = 0;
 };
 
 }  // namespace

@@ -54,6 +54,12 @@ int runScript(const std::string& path);
 /// `vlisp check`: tells what the reader and the evaluator pass over in silence.
 int checkFiles(const std::vector<std::string>& paths, bool json);
 
+/// `vlisp dump`: prints the code that a file's expressions and functions are translated into.
+int dumpFile(const std::string& path);
+
+/// `vlisp --trace`: from now on each instruction is told on standard error before it is carried out.
+void traceEvaluation();
+
 struct InfoOptions {
     std::string path;
     bool json = false;

@@ -26,6 +26,8 @@ struct Arguments {
     std::string before;
     std::string after;
     std::string topic;
+    std::string dumped;
+    bool trace = false;
     bool checkJson = false;
     bool diffJson = false;
     bool markdown = false;
@@ -165,6 +167,11 @@ void describeCommands(CLI::App& app, Arguments& arguments) {
         ->type_name("");
     check->add_flag("--json", arguments.checkJson, "Print the warnings as JSON");
 
+    CLI::App* dump = app.add_subcommand("dump", "Print the code that LISP is translated into");
+    dump->add_option("FILE", arguments.dumped, "The file; - reads standard input")
+        ->required()
+        ->type_name("");
+
     describeInfo(app, arguments.info);
     describeQuery(app, arguments.query);
     describeDiff(app, arguments);
@@ -185,6 +192,8 @@ void describeCommands(CLI::App& app, Arguments& arguments) {
 void describe(CLI::App& app, Arguments& arguments) {
     app.set_version_flag("--version", "vlisp " VLISP_VERSION, "Print the version and exit");
     app.set_help_flag("-h,--help", "Print this help and exit");
+    app.add_flag("--trace", arguments.trace,
+                 "Tell each instruction on standard error before it is carried out");
     app.require_subcommand(0, 1);
     describeCommands(app, arguments);
     // After the commands, or each would inherit it.
@@ -245,9 +254,11 @@ bool takesFile(const std::string& word) {
 
 std::vector<std::string> marked(int argc, char** argv) {
     std::vector<std::string> words(argv + 1, argv + argc);
-    if (words.empty() || (words[0] != "eval" && words[0] != "check")) return words;
+    const auto command = std::ranges::find_if(
+        words, [](const std::string& word) { return !word.starts_with('-'); });
+    if (command == words.end() || (*command != "eval" && *command != "check")) return words;
     bool onlyTexts = false;
-    for (auto word = words.begin() + 1; word != words.end(); ++word) {
+    for (auto word = command + 1; word != words.end(); ++word) {
         if (!onlyTexts && *word == "--") onlyTexts = true;
         else if (!onlyTexts && takesFile(*word) && word + 1 != words.end()) ++word;
         else if (onlyTexts || !word->starts_with('-') || *word == "-")
@@ -277,6 +288,7 @@ int dispatch(const CLI::App& app, const Arguments& arguments) {
     if (app.got_subcommand("plot")) return plotDrawing(arguments.plot);
     if (app.got_subcommand("script")) return runScript(arguments.script);
     if (app.got_subcommand("check")) return checkFiles(arguments.files, arguments.checkJson);
+    if (app.got_subcommand("dump")) return dumpFile(arguments.dumped);
     if (app.got_subcommand("info")) return describeDrawing(arguments.info);
     if (app.got_subcommand("query")) return queryDrawing(arguments.query);
     if (app.got_subcommand("diff"))
@@ -301,6 +313,7 @@ int main(int argc, char** argv) {
     }
     unmark(arguments.eval.texts);
     unmark(arguments.files);
+    if (arguments.trace) traceEvaluation();
     try {
         return dispatch(app, arguments);
     } catch (const std::bad_alloc&) {
