@@ -1,6 +1,6 @@
 // compare_evaluators: runs random programs by the product's evaluator and by the literal one.
 //
-//     compare_evaluators --seeds FROM COUNT    compares COUNT programs; reduces the first that differs
+//     compare_evaluators --seeds FROM COUNT    compares programs; reduces the first that differs
 //     compare_evaluators --show FROM COUNT     prints programs and what is seen of them
 //     compare_evaluators --figures FROM COUNT  prints how much work the programs do
 //
@@ -24,8 +24,8 @@ using reference::Evaluator;
 using reference::Program;
 using reference::Transcript;
 
-// While it lives, cancels every evaluation that has taken a second of processor time: a program that is
-// being reduced may have lost what ended it.
+// While it lives, cancels every evaluation that has taken a second of processor time: a program
+// that is being reduced may have lost what ended it.
 class Patience {
   public:
     Patience() {

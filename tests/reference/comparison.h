@@ -1,6 +1,6 @@
 // The comparison: a program is run by the product's evaluator and by the literal one.
-// One idea: everything that can be seen of a run is a transcript of texts; two evaluators are the same
-// when no program's transcripts differ.
+// One idea: everything that can be seen of a run is a transcript of texts; two evaluators are the
+// same when no program's transcripts differ.
 // Tests: tests/reference/comparison_test.cpp.
 #pragma once
 

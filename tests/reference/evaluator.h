@@ -1,5 +1,6 @@
 // The literal evaluator: every rule of the language as one short function, recursion as recursion.
-// One idea: slow and obviously correct, it is the twin that the product's evaluator is compared with.
+// One idea: slow and obviously correct, it is the twin that the product's evaluator is compared
+// with.
 // Tests: tests/reference/comparison_test.cpp, and every test named Reference.*.
 #pragma once
 

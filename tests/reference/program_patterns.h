@@ -1,6 +1,6 @@
 // The patterns that generated programs are written from.
-// One idea: an expression of the dialect with places to fill in, a table for each kind of value; the
-// first rows of a table are its simplest.
+// One idea: an expression of the dialect with places to fill in, a table for each kind of value;
+// the first rows of a table are its simplest.
 // Tests: tests/reference/program_generator_test.cpp.
 //
 // Places:
@@ -380,6 +380,8 @@ inline constexpr Pattern corners[] = {
     "(while)",
     "(while ())",
     "(while zzz %a)",
+    "(while zzz)",
+    "(while (begin %=a (not t)))",
     "(repeat)",
     "(repeat 3)",
     "(repeat \"3\" %=a)",
@@ -489,6 +491,9 @@ inline constexpr Pattern corners[] = {
     "(vl-remove-if (list 1 '(x) %f) %l)",
     "(vl-remove-if (list 1 '(x) (list '+ %n 'x)) %l)",
     "(vl-remove-if %q %l)",
+    "(vl-remove-if (list 1 '(x) (list 'setq 'q %f)) %l)",
+    "(vl-remove-if (list 1 '(x) (list 'define 'x %f)) %l)",
+    "(vl-remove-if (list 1 '(x) (list 'setq 'm (list 'cons %f 'm))) '(1 2))",
     "(list %v %v)",
     "%q",
     "(setq %v %q)",
@@ -548,8 +553,7 @@ inline constexpr Pattern statements[] = {
     "(while (and (more) %t) %S)",
     "(while (if (more) %t) %=a %=n)",
     "(begin (setq %i 0) (while (< %i %0) %S (setq %i (if (more) (+ %i 1) 99))))",
-    "(begin (setq %i %l) (while (more (car %i)) %=a (setq x (car %i)) (setq %i (cdr %i)) (princ "
-    "x)))",
+    "(begin (setq %i %l) (while (more (car %i)) %=a (setq x (car %i) %i (cdr %i)) (princ x)))",
     "(begin (setq %i '(3 1 2)) (while (setq x (car %i)) (setq %i (cdr %i)) %=n))",
     "(print %s)",
     "(prompt %s)",
@@ -562,91 +566,99 @@ inline constexpr Pattern statements[] = {
 };
 
 // Programs as people write them: a row is what stands together at top level, cut at each ";".
+// clang-format off
 inline constexpr Pattern storylines[] = {
     "(defun fact (n) (if (< n 2) 1 (* n (fact (- n 1)))));(fact %9);(setq n (+ n (fact %0)))",
-    "(defun fib (n) (if (< n 2) n (+ (fib (- n 1)) (fib (- n 2)))));(fib %0);(list (fib 7) (fib "
-    "%0))",
+    ("(defun fib (n) (if (< n 2) n (+ (fib (- n 1)) (fib (- n 2)))));(fib %0);"
+     "(list (fib 7) (fib %0))"),
     "(defun down (n) (if (< n 1) 0 (+ 1 (down (- n 1)))));(down 300);(setq n (down %9))",
-    "(defun down (n / k) (setq k n) (cond ((< n 1) 0) (t (+ k (down (- n 1))))));(down 200);(down "
-    "%9)",
-    "(defun even (n) (if (= n 0) t (odd (- n 1))));(defun odd (n) (if (= n 0) (not t) (even (- n "
-    "1))));(list (even %9) (odd %9))",
+    ("(defun down (n / k) (setq k n) (cond ((< n 1) 0) (t (+ k (down (- n 1))))));(down 200);"
+     "(down %9)"),
+    ("(defun even (n) (if (= n 0) t (odd (- n 1))));"
+     "(defun odd (n) (if (= n 0) (not t) (even (- n 1))));(list (even %9) (odd %9))"),
     "(setq %i 0 n 0);(while (< %i 10) (setq n (+ n %i)) (setq %i (+ %i 1)));(princ n)",
     "(setq %i 10 l '());(while (> %i 0) (setq l (cons %i l) %i (- %i 1)));(princ l);(length l)",
-    "(setq l '());(repeat 6 (setq l (append l (list (length l)))));l;(setq m (cons 'z l));(setq l "
-    "(append l '(end)));(list l m)",
-    "(setq s \"\" k 0);(repeat 5 (setq s (strcat s (itoa k)) k (+ k 1)));(setq r (strcat s "
-    "\"x\"));(setq s (strcat s \"y\"));(list r s)",
-    "(setq l '(1 2 3));(setq m (append l '(4)));(setq x (append l '(5)) y (cons 0 l));(setq l (cdr "
-    "(append m '(6))));(list l m x y)",
-    "(setq l (list %a %a));(setq m (cons %a l) x (cons %a l));(setq y (append m x));(list (cdr m) "
-    "(cdr x) y)",
-    "(setq s (strcat \"ab\" \"cd\"));(setq r (strcat s \"1\") x (strcat s \"2\"));(setq y (substr "
-    "r 2));(list s r x y (strcat y \"3\") r)",
-    "(defun sum (l / n) (while l (if (listp l) (setq n (+ n (car l)) l (cdr l)) (setq l (not t)))) "
-    "n);(sum '(1 2 3));(sum (list 4 5.5 %0))",
-    "(defun make (n) (lambda () (setq n (+ n 1))));(setq f (make %0) g (make 10));(list (f) (f) "
-    "(g) (f));%S;(list (f) (g))",
-    "(defun pair (n) (list (lambda (v) (setq n v)) (lambda () n)));(setq m (pair 5));((cadr "
-    "m));((car m) %n);((cadr m));%S;((cadr m))",
-    "(defun compose (f g) (lambda (x) (if (more) (f (g x)))));(setq h (compose (lambda (n) (* n "
-    "n)) (lambda (n) (+ n 1))));(h %n);(h 3);((compose car cdr) %l)",
-    "(defun outer (n / k) (setq k (+ n 1)) (defun inner (x) (setq k (+ k x)) (list n k x)) (inner "
-    "1) (inner %n));(outer %n);(outer 3);(inner 1)",
-    "(defun late (c) (princ x) (if c (define x 1)) (princ x) (setq x (list x 2)) x);(setq x "
-    "'global);(late %t);(late t);(late (not t));x",
-    "(defun late (c) (if (more) (begin (princ (helper 1)) (if c (defun helper (v) (list 'inner "
-    "v))) (helper 2))));(defun helper (v) (list 'outer v));(late t);(late (not t));(helper 3)",
-    "(defun grow (n) (if (more n) (begin (define y n) (lambda () (setq y (+ y n))))));(setq f "
-    "(grow 1) g (grow 2));(list (f) (g) (f) (g) (f));y",
-    "(defun f (n) (if (more n) (begin (defun f (n) (list 'new n)) (list 'old n (f n)))));(f 1);(f "
-    "2)",
+    ("(setq l '());(repeat 6 (setq l (append l (list (length l)))));l;(setq m (cons 'z l));"
+     "(setq l (append l '(end)));(list l m)"),
+    ("(setq s \"\" k 0);(repeat 5 (setq s (strcat s (itoa k)) k (+ k 1)));"
+     "(setq r (strcat s \"x\"));(setq s (strcat s \"y\"));(list r s)"),
+    ("(setq l '(1 2 3));(setq m (append l '(4)));(setq x (append l '(5)) y (cons 0 l));"
+     "(setq l (cdr (append m '(6))));(list l m x y)"),
+    ("(setq l (list %a %a));(setq m (cons %a l) x (cons %a l));(setq y (append m x));"
+     "(list (cdr m) (cdr x) y)"),
+    ("(setq s (strcat \"ab\" \"cd\"));(setq r (strcat s \"1\") x (strcat s \"2\"));"
+     "(setq y (substr r 2));(list s r x y (strcat y \"3\") r)"),
+    ("(defun sum (l / n) (while l (if (listp l) (setq n (+ n (car l)) l (cdr l)) (setq l (not "
+     "t)))) n);(sum '(1 2 3));(sum (list 4 5.5 %0))"),
+    ("(defun make (n) (lambda () (setq n (+ n 1))));(setq f (make %0) g (make 10));"
+     "(list (f) (f) (g) (f));%S;(list (f) (g))"),
+    ("(defun pair (n) (list (lambda (v) (setq n v)) (lambda () n)));(setq m (pair 5));((cadr m));"
+     "((car m) %n);((cadr m));%S;((cadr m))"),
+    ("(defun compose (f g) (lambda (x) (if (more) (f (g x)))));"
+     "(setq h (compose (lambda (n) (* n n)) (lambda (n) (+ n 1))));(h %n);(h 3);"
+     "((compose car cdr) %l)"),
+    ("(defun outer (n / k) (setq k (+ n 1)) (defun inner (x) (setq k (+ k x)) (list n k x)) "
+     "(inner 1) (inner %n));(outer %n);(outer 3);(inner 1)"),
+    ("(defun late (c) (princ x) (if c (define x 1)) (princ x) (setq x (list x 2)) x);"
+     "(setq x 'global);(late %t);(late t);(late (not t));x"),
+    ("(defun late (c) (if (more) (begin (princ (helper 1)) (if c (defun helper (v) (list 'inner "
+     "v))) (helper 2))));(defun helper (v) (list 'outer v));(late t);(late (not t));(helper 3)"),
+    ("(defun grow (n) (if (more n) (begin (define y n) (lambda () (setq y (+ y n))))));"
+     "(setq f (grow 1) g (grow 2));(list (f) (g) (f) (g) (f));y"),
+    ("(defun f (n) (if (more n) (begin (defun f (n) (list 'new n)) (list 'old n (f n)))));(f 1);"
+     "(f 2)"),
     "(defun f (n) (if (more n) (begin (setq f (lambda (x) (* x x))) (f n)) n));(f 3);(f 4)",
-    "(defun eq (a b) (if (more) (begin (princ a) (= a b))));(member 2 '(1 2 3));(vl-remove 3 '(1 2 "
-    "3 3));(member %n %l);(defun eq (a b) (if (more) (< a b)));(vl-remove 2 '(1 2 3))",
-    "(defun eq (p1) (if (more) (equal p1 p2)));(member 2 '(1 2 3));(setq eq 5);(member 2 '(1 "
-    "2));(setq eq equal);(vl-remove 1 %l)",
-    "(defun big (x) (if (more) (> x 2)));(vl-remove-if big '(1 2 3 4));(vl-remove-if 'big '(1 2 "
-    "3));(vl-remove-if (lambda (n) (big n)) '(1 2 3 4));(vl-remove-if '(lambda (x) (big x)) %l)",
-    "(setq n 1);(defun scan (n l) (if (more n l) (vl-remove-if '(lambda (x) (< x n)) l)));(scan 3 "
-    "'(0 1 2 3 4));(defun scan (n l) (if (more n l) (vl-remove-if (lambda (x) (< x n)) l)));(scan "
-    "3 '(0 1 2 3 4))",
-    "(setq f (lambda (x) (y z) (list x y z)));(f 1);(setq g (cdr f));(g 1 2);(length g);(setq h "
-    "(cdr g));(h 1 2)",
-    "(defun insert (x l) (cond ((nullp l) (list x)) ((< x (car l)) (cons x l)) (t (cons (car l) "
-    "(if (more) (insert x (if (= (length l) 1) '() (cdr l))))))));(insert %n '(1 3 5));(insert 4 "
-    "(insert 2 '(1 3 5)))",
-    "(setq m '((1 . \"one\") (2 . \"two\") (3 . \"three\")));(cdr (assoc %0 m));(setq m (subst '(2 "
-    ". \"zwei\") (assoc 2 m) m));(princ m)",
+    ("(defun eq (a b) (if (more) (begin (princ a) (= a b))));(member 2 '(1 2 3));"
+     "(vl-remove 3 '(1 2 3 3));(member %n %l);(defun eq (a b) (if (more) (< a b)));"
+     "(vl-remove 2 '(1 2 3))"),
+    ("(defun eq (p1) (if (more) (equal p1 p2)));(member 2 '(1 2 3));(setq eq 5);(member 2 '(1 2));"
+     "(setq eq equal);(vl-remove 1 %l)"),
+    ("(defun big (x) (if (more) (> x 2)));(vl-remove-if big '(1 2 3 4));"
+     "(vl-remove-if 'big '(1 2 3));(vl-remove-if (lambda (n) (big n)) '(1 2 3 4));"
+     "(vl-remove-if '(lambda (x) (big x)) %l)"),
+    ("(setq n 1);(defun scan (n l) (if (more n l) (vl-remove-if '(lambda (x) (< x n)) l)));"
+     "(scan 3 '(0 1 2 3 4));"
+     "(defun scan (n l) (if (more n l) (vl-remove-if (lambda (x) (< x n)) l)));"
+     "(scan 3 '(0 1 2 3 4))"),
+    ("(setq f (lambda (x) (y z) (list x y z)));(f 1);(setq g (cdr f));(g 1 2);(length g);"
+     "(setq h (cdr g));(h 1 2)"),
+    ("(defun insert (x l) (cond ((nullp l) (list x)) ((< x (car l)) (cons x l)) (t (cons (car l) "
+     "(if (more) (insert x (if (= (length l) 1) '() (cdr l))))))));(insert %n '(1 3 5));"
+     "(insert 4 (insert 2 '(1 3 5)))"),
+    ("(setq m '((1 . \"one\") (2 . \"two\") (3 . \"three\")));(cdr (assoc %0 m));"
+     "(setq m (subst '(2 . \"zwei\") (assoc 2 m) m));(princ m)"),
     "(defun swap (a b / x) (setq x a a b b x) (list a b x));(swap %n %n);(swap 1 2)",
-    "(defun many (a b c n i k l m s r x y / u v) (setq u (list a b c n) v (list i k l)) (define w "
-    "(+ a b)) (list u v w m s r x y));(many 1 2 3 4 5 6 7 8 9 10 11 12);(many %n %n)",
-    "(defun nest (n) ((lambda (a) ((lambda (b) (begin (setq n (+ n 1)) (list a b n))) (+ a 1))) "
-    "n));(nest %n);(nest 5)",
-    "(setq l (list car cdr length + (lambda (x) (list x))));((nth 0 l) '(1 2));((nth %0 l) '(1 "
-    "2));((last l) %a);((nth 3 l) 1 2 3)",
+    ("(defun many (a b c n i k l m s r x y / u v) (setq u (list a b c n) v (list i k l)) (define "
+     "w (+ a b)) (list u v w m s r x y));(many 1 2 3 4 5 6 7 8 9 10 11 12);(many %n %n)"),
+    ("(defun nest (n) ((lambda (a) ((lambda (b) (begin (setq n (+ n 1)) (list a b n))) (+ a 1))) "
+     "n));(nest %n);(nest 5)"),
+    ("(setq l (list car cdr length + (lambda (x) (list x))));((nth 0 l) '(1 2));"
+     "((nth %0 l) '(1 2));((last l) %a);((nth 3 l) 1 2 3)"),
     "(defun count (n) (setq k 0) (repeat n (setq k (+ k 1)) %=a) k);(count %9);(count %0)",
-    "(defun name (x / x) x);(name 5);(defun name (x x) x);(name 1 2);(defun name (x /) (list "
-    "x));(name 3);(defun name (/ x) (setq x (+ x 1)));(name)",
-    "(defun locals (/ a b) (list a b (if a 1 2) (= a \"0\") (strcat a)));(locals);(defun locals (/ "
-    "n) (repeat 3 (setq n (+ n 2))) n);(locals)",
-    "(setq %i 0 l '());(while (< %i 4) (setq l (cons (lambda () %i) l)) (setq %i (+ %i 1)));((car "
-    "l));(length l);((last l))",
-    "(defun apply2 (f a b) (if (more) (f a b)));(apply2 + %n %n);(apply2 'list 1 2);(apply2 "
-    "(lambda (x y) (cons x y)) %a %l);(apply2 car '(1) 2);(apply2 5 1 2)",
+    ("(defun name (x / x) x);(name 5);(defun name (x x) x);(name 1 2);(defun name (x /) (list x));"
+     "(name 3);(defun name (/ x) (setq x (+ x 1)));(name)"),
+    ("(defun locals (/ a b) (list a b (if a 1 2) (= a \"0\") (strcat a)));(locals);"
+     "(defun locals (/ n) (repeat 3 (setq n (+ n 2))) n);(locals)"),
+    ("(setq %i 0 l '());(while (< %i 4) (setq l (cons (lambda () %i) l)) (setq %i (+ %i 1)));"
+     "((car l));(length l);((last l))"),
+    ("(defun apply2 (f a b) (if (more) (f a b)));(apply2 + %n %n);(apply2 'list 1 2);"
+     "(apply2 (lambda (x y) (cons x y)) %a %l);(apply2 car '(1) 2);(apply2 5 1 2)"),
     "(setq x nil y nil);(if x 1 2);(list x y);(setq x (list x 1 y));(cons x y)",
-    "(begin (princ 1) (zzz) (princ 2) (setq x 3) (princ x));(list (zzz) (setq y 1) y);(setq x "
-    "(zzz) y 2);(list x y)",
+    ("(begin (princ 1) (zzz) (princ 2) (setq x 3) (princ x));(list (zzz) (setq y 1) y);"
+     "(setq x (zzz) y 2);(list x y)"),
 };
+// clang-format on
 
 // With what most programs begin, so that names have values of the kinds that patterns expect.
+// clang-format off
 inline constexpr Pattern beginnings[] = {
     "(setq n 3 i 0 k 10 l '(1 2 3) m '(a b) s \"abc\" r \"\" x 5 y 'y a 1 b 2 f car g list h +)",
-    "(setq n 1 i 2 k -3 l '(3 1 2) m (list car cdr) s \"x\" r \"12\" x '(1 . 2) y 2.5 a \"a\" b "
-    "'() f (lambda (x) (list x)) g (lambda (n) (+ n 1)) h length)",
-    "(setq n 2.5 i 5 k 100 l '((1 2) (3 4)) m '() s \"Ab c\" r \"nil\" x (not t) y 'x a 7 b 8 f "
-    "(lambda () 5) g + h (lambda (a b) (cons a b)))",
+    ("(setq n 1 i 2 k -3 l '(3 1 2) m (list car cdr) s \"x\" r \"12\" x '(1 . 2) y 2.5 a \"a\" b "
+     "'() f (lambda (x) (list x)) g (lambda (n) (+ n 1)) h length)"),
+    ("(setq n 2.5 i 5 k 100 l '((1 2) (3 4)) m '() s \"Ab c\" r \"nil\" x (not t) y 'x a 7 b 8 f "
+     "(lambda () 5) g + h (lambda (a b) (cons a b)))"),
 };
+// clang-format on
 
 inline constexpr Pattern parameterLists[] = {
     "(x)",       "(n)",     "(x y)",       "(n l)",   "()",        "(l)",           "(n / k)",

@@ -1,11 +1,11 @@
-// The world around a compared program: a host port and built-ins that write down how they were called.
+// The world around a compared program: a host port and built-ins that write down their calls.
 // One idea: whatever a program does outside itself is one list of texts, in order.
 // Tests: tests/reference/comparison_test.cpp.
 //
-// Two functions keep generated programs finite, whatever they do to themselves. Neither is called while
-// an error stands, as nothing is.
-//   (MORE value ...)  T a bounded number of times an expression, and nil from then on; nil also when
-//                     one of the values is large
+// Two functions keep generated programs finite, whatever they do to themselves. Neither is called
+// while an error stands, as nothing is.
+//   (MORE value ...)  T a bounded number of times an expression, and nil from then on; nil also
+//                     when one of the values is large
 //   (CAP value)       the value, or an empty list in place of one that is large
 #pragma once
 

@@ -9,8 +9,8 @@
 
 namespace vlisp::reference {
 
-/// The smallest program found for which `fails` is still true. `fails` must come back for every program,
-/// endless ones included: what kept them finite is left out as well.
+/// The smallest program found for which `fails` is still true. `fails` must come back for every
+/// program, endless ones included: what kept them finite is left out as well.
 [[nodiscard]] Program reduced(Program program, const std::function<bool(const Program&)>& fails);
 
 }  // namespace vlisp::reference
