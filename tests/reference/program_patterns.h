@@ -381,7 +381,7 @@ inline constexpr Pattern corners[] = {
     "(while ())",
     "(while zzz %a)",
     "(while zzz)",
-    "(while (begin %=a (not t)))",
+    "(while (begin %=a ()))",
     "(repeat)",
     "(repeat 3)",
     "(repeat \"3\" %=a)",
