@@ -16,7 +16,7 @@
 namespace vlisp::reference {
 namespace {
 
-constexpr std::uint64_t seeds = VLISP_SANITIZED ? 500 : 3'000;
+constexpr std::uint64_t seeds = 3'000;
 
 TEST(Choices, ASeedGivesTheSameNumbersAgain) {
     Choices a(std::uint64_t{7});
