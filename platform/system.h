@@ -70,6 +70,14 @@ void openInEditor(WindowHandle window, const std::u16string& path);
 /// Path of the program that runs; empty when it cannot be found.
 std::u16string programPath();
 
+/// A function of a module, to be cast to what the module's header says.
+using ModuleFunction = void (*)();
+
+/// What the module (a part of the program that is loaded when it is needed) in the file at `path`
+/// (UTF-8) exports as `name`. It is loaded the first time, and stays until the program ends. Null:
+/// `reason` names a file and says why; it is left alone otherwise. Any thread.
+ModuleFunction functionOfModule(const std::string& path, const char* name, std::string& reason);
+
 /// Identifies the image that this code was loaded from.
 void* moduleInstance() noexcept;
 

@@ -201,6 +201,19 @@ std::u16string programPath() {
     return failure ? std::u16string() : fromUtf8(path.string());
 }
 
+ModuleFunction functionOfModule(const std::string& path, const char* name, std::string& reason) {
+    // Lazily, as programs find their own libraries; never unloaded, for some libraries keep threads
+    // or addresses of themselves.
+    void* const module = ::dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
+    void* const function = module != nullptr ? ::dlsym(module, name) : nullptr;
+    if (function == nullptr) {
+        const char* const told = ::dlerror();
+        reason = told != nullptr ? told : "it has no function";
+        if (!reason.starts_with(path)) reason.insert(0, path + ": ");
+    }
+    return reinterpret_cast<ModuleFunction>(function);
+}
+
 void* moduleInstance() noexcept {
     static const char inThisImage = 0;
     // Asked once: the loader must not be called while it unloads this image.

@@ -2,7 +2,7 @@
 // Tests: tests/plot/.
 #include "refhost/plot/plot.h"
 
-#include "refhost/plot/cairo_picture.h"
+#include "refhost/plot/canvas_picture.h"
 #include "refhost/plot/page.h"
 #include "refhost/plot/painter.h"
 #include "refhost/plot/svg.h"

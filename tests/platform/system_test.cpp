@@ -4,13 +4,17 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdio>
+#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
+#include <pthread.h>
 #include <random>
 #include <stdexcept>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace vlisp::platform {
@@ -182,6 +186,32 @@ TEST(ProgramPath, IsThisProgram) {
     const std::filesystem::path path(programPath());
     ASSERT_TRUE(path.is_absolute()) << path;
     EXPECT_TRUE(std::filesystem::equivalent(path, "/proc/self/exe"));
+}
+
+TEST(FunctionOfModule, IsFoundInItsFile) {
+    Dl_info library{};
+    ASSERT_NE(::dladdr(reinterpret_cast<void*>(&std::puts), &library), 0);
+    std::string reason = "left alone";
+    const ModuleFunction found = functionOfModule(library.dli_fname, "abs", reason);
+    ASSERT_NE(found, nullptr) << reason;
+    EXPECT_EQ(reinterpret_cast<int (*)(int)>(found)(-5), 5);
+    EXPECT_EQ(reason, "left alone");
+    EXPECT_EQ(functionOfModule(library.dli_fname, "no_such_function", reason), nullptr);
+    EXPECT_TRUE(reason.starts_with(library.dli_fname)) << reason;
+    EXPECT_NE(reason.find("no_such_function"), std::string::npos) << reason;
+}
+
+TEST(FunctionOfModule, SaysWhichFileIsMissingOrNone) {
+    const std::string missing = testing::TempDir() + "vlisp_no_such_module.so";
+    std::string reason;
+    EXPECT_EQ(functionOfModule(missing, "abs", reason), nullptr);
+    EXPECT_EQ(reason, missing + ": cannot open shared object file: No such file or directory");
+    const std::string text = testing::TempDir() + "vlisp_text_module.so";
+    std::ofstream(text) << "no module at all";
+    reason.clear();
+    EXPECT_EQ(functionOfModule(text, "abs", reason), nullptr);
+    EXPECT_TRUE(reason.starts_with(text)) << reason;
+    std::filesystem::remove(text);
 }
 
 TEST(ModuleInstance, IsWhereThisImageBegins) {

@@ -1,7 +1,7 @@
 // Tests of pictures as PDF and PNG.
 // One idea: a PNG is read back and its pixels are looked at where something must be; a PDF is asked
 // for its text.
-// Covers: refhost/plot/cairo_picture.cpp, refhost/plot/plot.cpp.
+// Covers: refhost/plot/canvas_picture.cpp, refhost/plot/cairo_canvas.cpp, refhost/plot/plot.cpp.
 #include "plot_support.h"
 
 #include "refhost/plot/colour.h"

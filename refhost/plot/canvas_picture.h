@@ -1,5 +1,6 @@
 // A picture of a drawing as PDF or PNG.
-// Tests: tests/plot/cairo_picture_test.cpp.
+// One idea: both are one painter on two canvases; blocks are drawn object by object, in bounds.
+// Tests: tests/plot/canvas_picture_test.cpp.
 #pragma once
 
 #include "refhost/plot/page.h"
@@ -10,7 +11,7 @@
 namespace vlisp::refhost::plot {
 
 /// The drawing on the page as a PDF of one sheet, whose letters are text, or as a PNG. `error`
-/// gets why there is none.
+/// gets why there is none. The first one loads the module that draws.
 [[nodiscard]] std::string pdfOf(Scene& scene, const Page& page, std::string& error);
 [[nodiscard]] std::string pngOf(Scene& scene, const Page& page, std::string& error);
 
