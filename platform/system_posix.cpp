@@ -22,6 +22,8 @@
 #include <poll.h>
 #include <pthread.h>
 #include <random>
+#include <sys/auxv.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
@@ -36,17 +38,31 @@ struct StackBounds {
     std::uintptr_t reserve = 0;
 };
 
+StackBounds boundsOf(std::uintptr_t end, std::size_t size) noexcept {
+    const std::size_t used = std::min(size, evaluationStack);
+    return {end - used, std::min<std::size_t>(256 * 1024, used / 4)};
+}
+
+// Shortcut: the thread that the program began on has its stack below the program's name, which the
+// system puts there, and as much of it as the limit says. The library knows no more, but reads a
+// line for each mapping of the program to find out: as much work as the rest of a short program.
+std::optional<StackBounds> boundsOfFirstThread() noexcept {
+    const std::uintptr_t name = ::getauxval(AT_EXECFN);
+    rlimit limit{};
+    if (::gettid() != ::getpid() || name == 0 || ::getrlimit(RLIMIT_STACK, &limit) != 0)
+        return std::nullopt;
+    return boundsOf(name, limit.rlim_cur);
+}
+
 StackBounds boundsOfThisThread() noexcept {
+    if (const auto bounds = boundsOfFirstThread()) return *bounds;
     StackBounds bounds;
     pthread_attr_t attributes;
     if (pthread_getattr_np(pthread_self(), &attributes) != 0) return bounds;
     void* lowest = nullptr;
     std::size_t size = 0;
-    if (pthread_attr_getstack(&attributes, &lowest, &size) == 0) {
-        const std::size_t used = std::min(size, evaluationStack);
-        bounds.lowest = reinterpret_cast<std::uintptr_t>(lowest) + (size - used);
-        bounds.reserve = std::min<std::size_t>(256 * 1024, used / 4);
-    }
+    if (pthread_attr_getstack(&attributes, &lowest, &size) == 0)
+        bounds = boundsOf(reinterpret_cast<std::uintptr_t>(lowest) + size, size);
     pthread_attr_destroy(&attributes);
     return bounds;
 }

@@ -60,6 +60,36 @@ TEST(Stack, IsLowBeforeAnOrdinaryThreadFails) {
     EXPECT_FALSE(stackIsLow());
 }
 
+// Where the stack of this thread ends, as the library says, or where an evaluation's part of it does.
+std::uintptr_t endOfStack() {
+    pthread_attr_t attributes;
+    void* lowest = nullptr;
+    std::size_t size = 0;
+    EXPECT_EQ(pthread_getattr_np(pthread_self(), &attributes), 0);
+    EXPECT_EQ(pthread_attr_getstack(&attributes, &lowest, &size), 0);
+    pthread_attr_destroy(&attributes);
+    return reinterpret_cast<std::uintptr_t>(lowest) + size - std::min(size, evaluationStack);
+}
+
+// Goes down until the stack is low; returns where that is.
+std::uintptr_t descendToTheLast() {
+    volatile char frame[1000];
+    frame[0] = 1;
+    const std::uintptr_t here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+    const std::uintptr_t last = stackIsLow() ? here : descendToTheLast();
+    return frame[0] == 1 ? last : 0;
+}
+
+TEST(Stack, OfTheFirstThreadIsLowWhereOthersAre) {
+    ASSERT_EQ(::gettid(), ::getpid()) << "tests run on the first thread";
+    constexpr std::uintptr_t reserve = 256 * 1024;
+    constexpr std::uintptr_t nearly = 16 * 1024;
+    const std::uintptr_t wanted = endOfStack() + reserve;
+    const std::uintptr_t last = descendToTheLast();
+    EXPECT_LT(last, wanted + nearly);
+    EXPECT_GT(last, wanted - nearly);
+}
+
 TEST(Stack, OfAnEvaluationThreadIsLarge) {
     int levels = 0;
     Worker worker(evaluationStack, [&] { levels = descend(0); });
