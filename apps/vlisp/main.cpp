@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <fcntl.h>
+#include <functional>
 #include <unistd.h>
 
 namespace {
@@ -62,8 +63,8 @@ void describeDrawing(CLI::App& command, DrawingOptions& options) {
                      "Save and plot although LISP has reported an error");
 }
 
-void describePlot(CLI::App& app, PlotOptions& options) {
-    CLI::App* plot = app.add_subcommand("plot", "Draw a picture of a drawing");
+void describePlot(CLI::App* plot, Arguments& arguments) {
+    PlotOptions& options = arguments.plot;
     plot->add_option("FILE", options.path, "The drawing")->required()->type_name("");
     plot->add_option("-o,--output", options.output,
                      "The picture: its ending .svg, .pdf or .png says what kind")
@@ -96,15 +97,15 @@ void describePlot(CLI::App& app, PlotOptions& options) {
 
 constexpr const char* recoverHelp = "Read a damaged file as far as it can be read";
 
-void describeInfo(CLI::App& app, InfoOptions& options) {
-    CLI::App* info = app.add_subcommand("info", "Tell what is in a drawing file");
+void describeInfo(CLI::App* info, Arguments& arguments) {
+    InfoOptions& options = arguments.info;
     info->add_option("FILE", options.path, "The drawing file")->required()->type_name("");
     info->add_flag("--json", options.json, "Print one JSON object");
     info->add_flag("--recover", options.recover, recoverHelp);
 }
 
-void describeQuery(CLI::App& app, QueryOptions& options) {
-    CLI::App* query = app.add_subcommand("query", "List the entities of a drawing file that match");
+void describeQuery(CLI::App* query, Arguments& arguments) {
+    QueryOptions& options = arguments.query;
     query->add_option("FILE", options.path, "The drawing file")->required()->type_name("");
     const auto filter = [&](const char* name, std::vector<std::string>& values, const char* type,
                             const char* help) {
@@ -127,16 +128,14 @@ void describeQuery(CLI::App& app, QueryOptions& options) {
         "option that is given several times one value is enough. Exit code 1: nothing matches.");
 }
 
-void describeDiff(CLI::App& app, Arguments& arguments) {
-    CLI::App* diff = app.add_subcommand("diff", "Tell what differs between two drawing files");
+void describeDiff(CLI::App* diff, Arguments& arguments) {
     diff->add_option("OLD", arguments.before, "The older drawing")->required()->type_name("");
     diff->add_option("NEW", arguments.after, "The newer drawing")->required()->type_name("");
     diff->add_flag("--json", arguments.diffJson, "Print one JSON object");
     diff->footer("Exit code 0: no pair of group code and value differs; 1: one does.");
 }
 
-void describeCommands(CLI::App& app, Arguments& arguments) {
-    CLI::App* run = app.add_subcommand("run", "Load a LISP file");
+void describeRun(CLI::App* run, Arguments& arguments) {
     run->add_option("FILE", arguments.run.path, "The file; - reads standard input")
         ->required()
         ->type_name("");
@@ -144,40 +143,37 @@ void describeCommands(CLI::App& app, Arguments& arguments) {
     describeDrawing(*run, arguments.run.drawing);
     run->add_flag("--json", arguments.run.json,
                   "Print one JSON object: the texts shown, and the final error text");
+}
 
-    CLI::App* eval = app.add_subcommand("eval", "Evaluate texts in one session");
+void describeEval(CLI::App* eval, Arguments& arguments) {
     eval->add_option("TEXT", arguments.eval.texts,
                      "What to evaluate; without any, the lines of standard input")
         ->type_name("");
     eval->add_option("--input", arguments.eval.input, inputHelp)->type_name("FILE");
     describeDrawing(*eval, arguments.eval.drawing);
     eval->add_flag("--json", arguments.eval.json, "Print one JSON object a text");
+}
 
-    describePlot(app, arguments.plot);
-
-    CLI::App* script =
-        app.add_subcommand("script", "Take lines as if they were typed at the command line");
+void describeScript(CLI::App* script, Arguments& arguments) {
     script->add_option("FILE", arguments.script, "The file; - reads standard input")
         ->required()
         ->type_name("");
+}
 
-    CLI::App* check = app.add_subcommand("check", "Tell what LISP would pass over in silence");
+void describeCheck(CLI::App* check, Arguments& arguments) {
     check->add_option("FILE", arguments.files, "The files; - reads standard input")
         ->required()
         ->type_name("");
     check->add_flag("--json", arguments.checkJson, "Print the warnings as JSON");
+}
 
-    CLI::App* dump = app.add_subcommand("dump", "Print the code that LISP is translated into");
+void describeDump(CLI::App* dump, Arguments& arguments) {
     dump->add_option("FILE", arguments.dumped, "The file; - reads standard input")
         ->required()
         ->type_name("");
+}
 
-    describeInfo(app, arguments.info);
-    describeQuery(app, arguments.query);
-    describeDiff(app, arguments);
-
-    CLI::App* help =
-        app.add_subcommand("help", "Explain a command of vlisp, a LISP name or a drawing command");
+void describeHelp(CLI::App* help, Arguments& arguments) {
     help->add_option(
             "NAME", arguments.topic,
             "A command of vlisp, a LISP name such as CAR, or a drawing command such as LINE")
@@ -189,13 +185,55 @@ void describeCommands(CLI::App& app, Arguments& arguments) {
                    "Print the reference of all system variables");
 }
 
-void describe(CLI::App& app, Arguments& arguments) {
+int help(const Arguments& arguments);
+
+struct Command {
+    const char* name;
+    const char* description;
+    void (*describe)(CLI::App* app, Arguments& arguments);
+    int (*run)(const Arguments& arguments);
+};
+
+// In the order in which help lists them.
+constexpr Command commands[] = {
+    {"run", "Load a LISP file", describeRun,
+     [](const Arguments& arguments) { return runFile(arguments.run); }},
+    {"eval", "Evaluate texts in one session", describeEval,
+     [](const Arguments& arguments) { return evalTexts(arguments.eval); }},
+    {"plot", "Draw a picture of a drawing", describePlot,
+     [](const Arguments& arguments) { return plotDrawing(arguments.plot); }},
+    {"script", "Take lines as if they were typed at the command line", describeScript,
+     [](const Arguments& arguments) { return runScript(arguments.script); }},
+    {"check", "Tell what LISP would pass over in silence", describeCheck,
+     [](const Arguments& arguments) { return checkFiles(arguments.files, arguments.checkJson); }},
+    {"dump", "Print the code that LISP is translated into", describeDump,
+     [](const Arguments& arguments) { return dumpFile(arguments.dumped); }},
+    {"info", "Tell what is in a drawing file", describeInfo,
+     [](const Arguments& arguments) { return describeDrawing(arguments.info); }},
+    {"query", "List the entities of a drawing file that match", describeQuery,
+     [](const Arguments& arguments) { return queryDrawing(arguments.query); }},
+    {"diff", "Tell what differs between two drawing files", describeDiff,
+     [](const Arguments& arguments) {
+         return diffFiles(arguments.before, arguments.after, arguments.diffJson);
+     }},
+    {"help", "Explain a command of vlisp, a LISP name or a drawing command", describeHelp, help},
+};
+
+using Words = std::vector<std::string>;
+
+bool isCommand(const std::string& word) {
+    return std::ranges::any_of(commands, [&](const Command& row) { return word == row.name; });
+}
+
+void describe(CLI::App& app, Arguments& arguments,
+              const std::function<bool(const Command&)>& isWanted) {
     app.set_version_flag("--version", "vlisp " VLISP_VERSION, "Print the version and exit");
     app.set_help_flag("-h,--help", "Print this help and exit");
     app.add_flag("--trace", arguments.trace,
                  "Tell each instruction on standard error before it is carried out");
     app.require_subcommand(0, 1);
-    describeCommands(app, arguments);
+    for (const Command& row : commands)
+        if (isWanted(row)) row.describe(app.add_subcommand(row.name, row.description), arguments);
     // After the commands, or each would inherit it.
     app.footer(
         "Without a command: a command line when standard input is a terminal, otherwise\n"
@@ -206,11 +244,24 @@ void describe(CLI::App& app, Arguments& arguments) {
         "and 143 ended by a signal.");
 }
 
+void describeAll(CLI::App& app, Arguments& arguments) {
+    describe(app, arguments, [](const Command&) { return true; });
+}
+
+// Shortcut: to describe a command takes longer than to run a small program. Behind a command the
+// parser cannot come to any that no word names; where there is none, help may list them all.
+void describeFor(const Words& words, CLI::App& app, Arguments& arguments) {
+    if (!words.empty() && !isCommand(words.front())) return describeAll(app, arguments);
+    describe(app, arguments, [&words](const Command& row) {
+        return std::ranges::find(words, row.name) != words.end();
+    });
+}
+
 int help(const Arguments& arguments) {
     // The program as it is described, not as it was called: that prints the called command's help.
     CLI::App app(programDescription, "vlisp");
     Arguments unused;
-    describe(app, unused);
+    describeAll(app, unused);
 
     if (arguments.markdown) {
         writeText(referenceAsMarkdown());
@@ -252,8 +303,8 @@ bool takesFile(const std::string& word) {
     return word == "--input" || word == "--drawing" || word == "--save" || word == "--plot";
 }
 
-std::vector<std::string> marked(int argc, char** argv) {
-    std::vector<std::string> words(argv + 1, argv + argc);
+Words marked(int argc, char** argv) {
+    Words words(argv + 1, argv + argc);
     const auto command = std::ranges::find_if(
         words, [](const std::string& word) { return !word.starts_with('-'); });
     if (command == words.end() || (*command != "eval" && *command != "check")) return words;
@@ -267,7 +318,7 @@ std::vector<std::string> marked(int argc, char** argv) {
     return words;
 }
 
-void unmark(std::vector<std::string>& texts) {
+void unmark(Words& texts) {
     for (std::string& text : texts)
         if (text.starts_with(literalMark)) text.erase(0, 1);
 }
@@ -283,17 +334,9 @@ void openStandardDescriptors() {
 }
 
 int dispatch(const CLI::App& app, const Arguments& arguments) {
-    if (app.got_subcommand("run")) return runFile(arguments.run);
-    if (app.got_subcommand("eval")) return evalTexts(arguments.eval);
-    if (app.got_subcommand("plot")) return plotDrawing(arguments.plot);
-    if (app.got_subcommand("script")) return runScript(arguments.script);
-    if (app.got_subcommand("check")) return checkFiles(arguments.files, arguments.checkJson);
-    if (app.got_subcommand("dump")) return dumpFile(arguments.dumped);
-    if (app.got_subcommand("info")) return describeDrawing(arguments.info);
-    if (app.got_subcommand("query")) return queryDrawing(arguments.query);
-    if (app.got_subcommand("diff"))
-        return diffFiles(arguments.before, arguments.after, arguments.diffJson);
-    if (app.got_subcommand("help")) return help(arguments);
+    for (const CLI::App* called : app.get_subcommands())
+        for (const Command& row : commands)
+            if (called->get_name() == row.name) return row.run(arguments);
     return isatty(STDIN_FILENO) != 0 ? promptForTexts() : evalTexts({});
 }
 
@@ -303,9 +346,9 @@ int main(int argc, char** argv) {
     openStandardDescriptors();
     CLI::App app(programDescription, "vlisp");
     Arguments arguments;
-    describe(app, arguments);
+    Words words = marked(argc, argv);
+    describeFor(words, app, arguments);
     try {
-        std::vector<std::string> words = marked(argc, argv);
         std::reverse(words.begin(), words.end());  // the order in which the parser takes them
         app.parse(std::move(words));
     } catch (const CLI::ParseError& error) {
