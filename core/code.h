@@ -43,6 +43,7 @@ namespace vlisp {
     X(takeGlobal,       "a N !")                                                                   \
     /* --- SETQ: assign R(a) and empty the error buffer; y: R(a) is kept as a value --- */         \
     X(setLocal,         "a b")                                                                     \
+    X(setConstant,      "b K")      /* R(b) = K */                                                 \
     X(setScope,         "a b c N")                                                                 \
     X(setGlobal,        "a N")                                                                     \
     X(setByName,        "a N")                                                                     \
@@ -59,6 +60,8 @@ namespace vlisp {
     X(multiplyConstant, "a b K !")                                                                 \
     X(divide,           "a b c !")                                                                 \
     X(divideConstant,   "a b K !")                                                                 \
+    X(subtractFromConstant, "a b K !")  /* K - R(b) */                                             \
+    X(divideConstantBy, "a b K !")  /* K / R(b) */                                                 \
     X(less,             "a b c !")                                                                 \
     X(lessConstant,     "a b K !")                                                                 \
     X(greater,          "a b c !")                                                                 \

@@ -20,6 +20,12 @@ std::size_t& bytesLimit() noexcept {
     return detail::bytesLimit;
 }
 
+// What is so large is a block of its own. The address sanitizer wants to see it.
+bool isBlock(std::size_t bytes) noexcept {
+    constexpr std::size_t smallestBlock = std::size_t{4} << 20;
+    return detail::keepsFreeBlocks && bytes >= smallestBlock;
+}
+
 HeapObject* dead = nullptr;
 bool burying = false;
 
@@ -70,7 +76,8 @@ void* detail::allocateSlowly(std::size_t bytes) {
     const std::size_t whole =
         bytes <= detail::largestSmall ? (bytes + detail::step - 1) / detail::step * detail::step
                                       : bytes;
-    void* memory = ::operator new(whole, std::nothrow);
+    void* memory = isBlock(bytes) ? platform::allocateBlock(bytes)
+                                  : ::operator new(whole, std::nothrow);
     static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= alignof(HeapObject));
     if (memory == nullptr) {
         discharge(bytes);
@@ -82,7 +89,8 @@ void* detail::allocateSlowly(std::size_t bytes) {
 
 void detail::releaseSlowly(void* memory, std::size_t bytes) noexcept {
     discharge(bytes);
-    ::operator delete(memory);
+    if (isBlock(bytes)) platform::freeBlock(memory, bytes);
+    else ::operator delete(memory);
 }
 
 std::size_t used() noexcept { return bytesUsed; }

@@ -153,6 +153,7 @@ Machine::~Machine() {
     unwind();
     trim();
     if (segment_ != nullptr) freeSegment(segment_);
+    if (frames_ != nullptr) freeFrames();
 }
 
 Code& Machine::scratch() {
@@ -175,17 +176,23 @@ constexpr std::size_t firstCells = 1024;
 
 void Machine::growFrames() {
     const std::size_t capacity = std::max(firstFrames, frameCapacity_ * 2);
-    const std::size_t more = frameCapacity_ == 0 ? 0 : (capacity - frameCapacity_) * sizeof(Frame);
+    const std::size_t bytes = frameCapacity_ * sizeof(Frame);
+    const std::size_t newBytes = capacity * sizeof(Frame);
+    const std::size_t more = frameCapacity_ == 0 ? 0 : newBytes - bytes;
     if (stackBytes_ + more > platform::evaluationStack) throw TooDeep();
     heap::charge(more);
+    void* larger = frames_ == nullptr ? platform::allocateBlock(newBytes)
+                                      : platform::resizeBlock(frames_, bytes, newBytes);
+    if (larger == nullptr) {
+        heap::discharge(more);
+        throw heap::OutOfMemory();
+    }
     stackBytes_ += more;
-    std::unique_ptr<Frame[]> larger(new Frame[capacity]);
-    const std::ptrdiff_t depth = frames_ == nullptr ? 0 : top_ - frames_.get();
-    if (frames_ != nullptr) std::copy_n(frames_.get(), depth + 1, larger.get());
-    frames_ = std::move(larger);
+    const std::ptrdiff_t depth = frames_ == nullptr ? 0 : top_ - frames_;
+    frames_ = static_cast<Frame*>(larger);
     frameCapacity_ = capacity;
-    top_ = frames_.get() + depth;
-    lastFrame_ = frames_.get() + capacity - 1;
+    top_ = frames_ + depth;
+    lastFrame_ = frames_ + capacity - 1;
 }
 
 // Segments are zero when they are made, and a register that is free holds nothing counted.
@@ -195,7 +202,7 @@ Machine::Segment* Machine::makeSegment(std::size_t capacity) {
     if (stackBytes_ + counted > platform::evaluationStack) throw TooDeep();
     heap::charge(counted);
     stackBytes_ += counted;
-    auto* made = static_cast<Segment*>(std::calloc(1, bytes));  // NOLINT(*-no-malloc)
+    auto* made = static_cast<Segment*>(platform::allocateBlock(bytes));
     if (made == nullptr) {
         heap::discharge(counted);
         stackBytes_ -= counted;
@@ -206,12 +213,12 @@ Machine::Segment* Machine::makeSegment(std::size_t capacity) {
 }
 
 void Machine::freeSegment(Segment* segment) noexcept {
+    const std::size_t bytes = Segment::bytesFor(segment->capacity);
     if (segment->capacity > firstCells) {
-        const std::size_t bytes = Segment::bytesFor(segment->capacity);
         heap::discharge(bytes);
         stackBytes_ -= bytes;
     }
-    std::free(segment);  // NOLINT(*-no-malloc)
+    platform::freeBlock(segment, bytes);
 }
 
 Cell* Machine::moveToNewSegment(Cell* arguments, std::uint32_t count, std::uint32_t registers) {
@@ -241,6 +248,12 @@ void Machine::leaveSegment() noexcept {
     if (left != nullptr) freeSegment(left);
 }
 
+void Machine::freeFrames() noexcept {
+    platform::freeBlock(frames_, frameCapacity_ * sizeof(Frame));
+    frames_ = top_ = lastFrame_ = nullptr;
+    frameCapacity_ = 0;
+}
+
 // Goes back to what every machine has.
 void Machine::trim() noexcept {
     if (spare_ != nullptr) freeSegment(std::exchange(spare_, nullptr));
@@ -250,9 +263,7 @@ void Machine::trim() noexcept {
         const std::size_t bytes = (frameCapacity_ - firstFrames) * sizeof(Frame);
         heap::discharge(bytes);
         stackBytes_ -= bytes;
-        frames_.reset();
-        frameCapacity_ = 0;
-        top_ = lastFrame_ = nullptr;
+        freeFrames();
     }
     if (scratch_ != nullptr) scratch_->reset();
 }
@@ -320,7 +331,7 @@ void Machine::pop() noexcept {
 void Machine::unwind() noexcept {
     const Segment* swept = nullptr;
     Cell* end = nullptr;
-    while (top_ != frames_.get()) {
+    while (top_ != frames_) {
         if (swept != segment_) end = segment_->end();
         swept = segment_;
         Cell* begin = top_->registers;
@@ -560,7 +571,7 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
     try {
         const auto count = static_cast<std::uint32_t>(arguments.size());
         Cell* registers = segment_->cells();
-        assert(top_ == frames_.get() && "a machine runs one thing at a time");
+        assert(top_ == frames_ && "a machine runs one thing at a time");
         if (count > segment_->capacity) registers = moveToNewSegment(registers, 0, count);
         for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
         enter(code, nullptr, &scope, registers, count, &value);
@@ -749,6 +760,10 @@ op_setLocal:
     put(R[pc->b], ASSIGNED);
     EMPTY_ERROR;
     NEXT;
+op_setConstant:
+    put(R[pc->b], K[pc->x]);
+    EMPTY_ERROR;
+    NEXT;
 op_setScope: {
     Cell& place = outward(frame->scope, pc->b).slots()[pc->c];
     if (place.isUnbound()) [[unlikely]]
@@ -783,10 +798,10 @@ op_defineByName:
     // --- Arithmetic ---
     // On purpose: everything is computed as if in doubles; integers that fit give the same.
 
-#define ARITHMETIC(name, intrinsic, second, secondRegister, integers, reals)                       \
+#define ARITHMETIC(name, left, second, intrinsic, secondRegister, integers, reals)                 \
     op_##name : {                                                                                  \
         GUARD(pc->y);                                                                              \
-        const Cell& first = R[pc->b];                                                              \
+        const Cell& first = left;                                                                  \
         const Cell& other = second;                                                                \
         if (arePlainIntegers(first, other)) [[likely]] {                                           \
             const std::int64_t a = integerOf(first);                                               \
@@ -812,13 +827,15 @@ op_defineByName:
         NEXT;                                                                                      \
     }
 #define ARITHMETIC_PAIR(name, integers, reals)                                                     \
-    ARITHMETIC(name, name, R[pc->c], true, integers, reals)                                        \
-    ARITHMETIC(name##Constant, name, K[pc->x], false, integers, reals)
+    ARITHMETIC(name, R[pc->b], R[pc->c], name, true, integers, reals)                              \
+    ARITHMETIC(name##Constant, R[pc->b], K[pc->x], name, false, integers, reals)
 
     ARITHMETIC_PAIR(add, a + b, a + b)
     ARITHMETIC_PAIR(subtract, a - b, a - b)
     ARITHMETIC_PAIR(multiply, a* b, a* b)
     ARITHMETIC_PAIR(divide, quotient(a, b), a / b)
+    ARITHMETIC(subtractFromConstant, K[pc->x], R[pc->b], subtract, false, a - b, a - b)
+    ARITHMETIC(divideConstantBy, K[pc->x], R[pc->b], divide, false, quotient(a, b), a / b)
 
 #define ON_THREE(name, intrinsic, reals)                                                           \
     op_##name : {                                                                                  \
@@ -1136,7 +1153,7 @@ op_leave: {
     if (frame->returnsSlowly) [[unlikely]] {
         pop();
         putWords(*result, head, body);
-        if (top_ == frames_.get()) return;
+        if (top_ == frames_) return;
     } else {
         LambdaData* function = frame->function;
         --top_;

@@ -50,6 +50,7 @@ class Machine {
     Segment* makeSegment(std::size_t capacity);
     void freeSegment(Segment* segment) noexcept;
     void growFrames();
+    void freeFrames() noexcept;
     void pop() noexcept;
     void leaveSegment() noexcept;
     void unwind() noexcept;
@@ -57,7 +58,7 @@ class Machine {
     friend class MachineLease;
     void trim() noexcept;
 
-    std::unique_ptr<Frame[]> frames_;  // the first is never used
+    Frame* frames_ = nullptr;  // the first is never used
     std::size_t frameCapacity_ = 0;
     Frame* top_ = nullptr;      // the frame of what runs; the first when nothing does
     Frame* lastFrame_ = nullptr;

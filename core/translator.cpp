@@ -112,6 +112,15 @@ const Cell& constantValue(const Cell& cell) noexcept {
     }
 }
 
+const Cell& element(Items form, std::size_t i) noexcept;
+
+// The value of a form that is known beforehand, of a constant or a QUOTE; null of any other.
+const Cell* settledValue(const Cell& cell) noexcept {
+    const Items form = cell.items();
+    if (!form.empty() && specialFormOf(form) == SpecialForm::quote) return &element(form, 1);
+    return isConstant(cell) ? &constantValue(cell) : nullptr;
+}
+
 // Element i of a form, or nil where the form is too short.
 const Cell& element(Items form, std::size_t i) noexcept {
     return i < form.size() ? form[i] : NilCell;
@@ -657,6 +666,7 @@ class Translator {
             const bool keep = wanted && i + 2 >= form.size();
             const SymbolRef variable = form[i].textAsSymbol();
             if (!keep && i + 1 < form.size() && computeInPlace(variable, form[i + 1], t)) continue;
+            if (!keep && i + 1 < form.size() && setConstant(variable, form[i + 1])) continue;
             valueOf(form, i + 1, t);
             assign(variable, t, keep);
         }
@@ -677,7 +687,22 @@ class Translator {
         return true;
     }
 
+    bool setConstant(const SymbolRef& variable, const Cell& cell) {
+        const Place place = placeOf(code_, variable.get());
+        const Cell* settled = settledValue(cell);
+        if (place.kind != Place::Kind::local || settled == nullptr) return false;
+        emit({.op = Op::setConstant, .b = narrow(place.slot), .x = constant(*settled)});
+        return true;
+    }
+
     void define(Items form, Register t, bool wanted) {
+        const Place place = placeOf(code_, element(form, 1).symbolData());
+        if (!wanted && form.size() > 2 && form[1].is(CellType::Symbol) && isConstant(form[2]) &&
+            (place.kind == Place::Kind::local || place.kind == Place::Kind::maybe)) {
+            emit({.op = Op::loadConstant, .a = narrow(place.slot),
+                  .x = constant(constantValue(form[2]))});
+            return;
+        }
         valueOf(form, 2, t);
         bindHere(element(form, 1).textAsSymbol(), t, wanted);
     }
@@ -924,12 +949,8 @@ class Translator {
 
     // An operand of a pure tree: a constant, a name's own register, or computed into R(t).
     Operand operand(const Cell& cell, Register t, bool constantsAllowed) {
-        if (constantsAllowed) {
-            const Items elements = cell.items();
-            if (!elements.empty() && specialFormOf(elements) == SpecialForm::quote)
-                return {.constant = &element(elements, 1)};
-            if (isConstant(cell)) return {.constant = &constantValue(cell)};
-        }
+        if (const Cell* settled = constantsAllowed ? settledValue(cell) : nullptr)
+            return {.constant = settled};
         if (cell.is(CellType::Symbol)) {
             const Place place = placeOf(code_, cell.symbolData());
             if (place.kind == Place::Kind::local) return {.where = place.slot};
@@ -967,6 +988,7 @@ class Translator {
     void operation(Items elements, Intrinsic intrinsic, Register target, Register t) {
         const Shortcut shortcut = shortcutOf(intrinsic);
         if (shortcut.takes(elements)) {
+            if (onConstantFirst(elements, intrinsic, target, t)) return;
             const auto [first, second] = pureOperands(elements, t, shortcut);
             return emitOperation(shortcut, intrinsic, target, first, second);
         }
@@ -982,6 +1004,19 @@ class Translator {
         const auto count = static_cast<Register>(elements.size() - 1);
         for (Register i = 0; i < count; ++i) take(elements[i + 1], t + i);
         emitBuiltin(intrinsic, intrinsic, target, t, count);
+    }
+
+    // (- 1 x) and (/ 1.0 x).
+    bool onConstantFirst(Items elements, Intrinsic intrinsic, Register target, Register t) {
+        if (intrinsic != Intrinsic::subtract && intrinsic != Intrinsic::divide) return false;
+        const Cell* settled = settledValue(elements[1]);
+        if (settled == nullptr) return false;
+        const Operand second = operand(elements[2], t, false);
+        const Op op =
+            intrinsic == Intrinsic::subtract ? Op::subtractFromConstant : Op::divideConstantBy;
+        emit({op, narrow(target), narrow(second.where), 0, constant(*settled),
+              static_cast<std::int32_t>(intrinsic)});
+        return true;
     }
 
     void operationOnThree(Items elements, Intrinsic intrinsic, Register target, Register t) {
@@ -1032,12 +1067,8 @@ class Translator {
         if (place.kind == Place::Kind::local && leavesNamesAlone(elements[2], parts))
             first.where = place.slot;
         else value(elements[1], t);
-        const Items quoted = elements[2].items();
-        if (takesConstant(shortcut)) {
-            if (isConstant(elements[2])) return {first, {.constant = &constantValue(elements[2])}};
-            if (!quoted.empty() && specialFormOf(quoted) == SpecialForm::quote)
-                return {first, {.constant = &element(quoted, 1)}};
-        }
+        if (takesConstant(shortcut))
+            if (const Cell* settled = settledValue(elements[2])) return {first, {.constant = settled}};
         const Register next = first.where == t ? t + 1 : t;
         value(elements[2], next);
         return {first, {.where = next}};

@@ -20,6 +20,14 @@ std::uint32_t tickCount() noexcept;
 /// Bytes of memory that the machine has.
 std::size_t physicalMemory() noexcept;
 
+/// Zeroed memory for something large that will be filled: in large pages where the system has them,
+/// and taken from the machine only as it is written to. Null when there is none.
+void* allocateBlock(std::size_t bytes) noexcept;
+/// The block with another size and the same contents, moved perhaps; what is new is zero. Null, and
+/// the block as it was, when there is no memory.
+void* resizeBlock(void* block, std::size_t bytes, std::size_t newBytes) noexcept;
+void freeBlock(void* block, std::size_t bytes) noexcept;
+
 /// True when the calling thread's stack is nearly used up: what remains is enough to finish the
 /// work at hand, not to go deeper. Cheap enough to ask at every call.
 bool stackIsLow() noexcept;

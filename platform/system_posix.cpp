@@ -24,6 +24,7 @@
 #include <random>
 #include <sys/auxv.h>
 #include <sys/resource.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
@@ -82,6 +83,33 @@ std::uint32_t tickCount() noexcept {
     return static_cast<std::uint32_t>(static_cast<std::uint64_t>(now.tv_sec) * 1000 +
                                       static_cast<std::uint64_t>(now.tv_nsec) / 1'000'000);
 }
+
+// Large pages need addresses that are multiples of their size.
+void* allocateBlock(std::size_t bytes) noexcept {
+    constexpr std::size_t largePage = std::size_t{2} << 20;
+    const bool isLarge = bytes >= largePage;
+    const std::size_t room = isLarge ? bytes + largePage : bytes;
+    if (room < bytes) return nullptr;
+    void* reserved = ::mmap(nullptr, room, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (reserved == MAP_FAILED) return nullptr;
+    if (!isLarge) return reserved;
+    auto* const begin = static_cast<std::byte*>(reserved);
+    const std::size_t before =
+        (largePage - reinterpret_cast<std::uintptr_t>(begin) % largePage) % largePage;
+    const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const std::size_t whole = (bytes + page - 1) / page * page;
+    if (before > 0) ::munmap(begin, before);
+    if (before + whole < room) ::munmap(begin + before + whole, room - before - whole);
+    ::madvise(begin + before, whole, MADV_HUGEPAGE);  // merely a wish
+    return begin + before;
+}
+
+void* resizeBlock(void* block, std::size_t bytes, std::size_t newBytes) noexcept {
+    void* moved = ::mremap(block, bytes, newBytes, MREMAP_MAYMOVE);
+    return moved == MAP_FAILED ? nullptr : moved;
+}
+
+void freeBlock(void* block, std::size_t bytes) noexcept { ::munmap(block, bytes); }
 
 std::size_t physicalMemory() noexcept {
     const long pages = sysconf(_SC_PHYS_PAGES);
