@@ -168,6 +168,11 @@ namespace {
 // Thrown when a program's calls have used up the stack; never leaves the machine.
 struct TooDeep {};
 
+// The most that a program's calls may take.
+std::size_t mostStack() noexcept {
+    return std::min(platform::evaluationStack, heap::limit() / 2);
+}
+
 // What every machine has is not counted in the budget.
 constexpr std::size_t firstFrames = 64;
 constexpr std::size_t firstCells = 1024;
@@ -179,7 +184,7 @@ void Machine::growFrames() {
     const std::size_t bytes = frameCapacity_ * sizeof(Frame);
     const std::size_t newBytes = capacity * sizeof(Frame);
     const std::size_t more = frameCapacity_ == 0 ? 0 : newBytes - bytes;
-    if (stackBytes_ + more > platform::evaluationStack) throw TooDeep();
+    if (stackBytes_ + more > mostStack()) throw TooDeep();
     heap::charge(more);
     void* larger = frames_ == nullptr ? platform::allocateBlock(newBytes)
                                       : platform::resizeBlock(frames_, bytes, newBytes);
@@ -199,7 +204,7 @@ void Machine::growFrames() {
 Machine::Segment* Machine::makeSegment(std::size_t capacity) {
     const std::size_t bytes = Segment::bytesFor(capacity);
     const std::size_t counted = capacity <= firstCells ? 0 : bytes;
-    if (stackBytes_ + counted > platform::evaluationStack) throw TooDeep();
+    if (stackBytes_ + counted > mostStack()) throw TooDeep();
     heap::charge(counted);
     stackBytes_ += counted;
     auto* made = static_cast<Segment*>(platform::allocateBlock(bytes));
