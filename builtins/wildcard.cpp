@@ -373,37 +373,6 @@ bool matchCompiled(const std::wstring& text, const std::wregex& compiled, bool b
     }
 }
 
-// Shortcut: compiling takes much longer than matching, and programs match many texts with a few
-// patterns. So the last expressions stay compiled.
-class RecentExpressions {
-  public:
-    /// Short and without counts, so that what is kept takes little memory.
-    static bool mayKeep(std::u16string_view expression) {
-        constexpr std::size_t mostUnits = 100;
-        return expression.size() <= mostUnits && expression.find(u'{') == npos;
-    }
-
-    /// Valid until the next call.
-    const std::optional<std::wregex>& find(std::u16string_view expression, bool backReferences) {
-        for (const Entry& entry : entries_)
-            if (entry.expression == expression) return entry.compiled;
-        Entry& entry = entries_[oldest_];
-        oldest_ = (oldest_ + 1) % entries_.size();
-        entry.expression.reset();
-        entry.compiled = compile(expression, backReferences);
-        entry.expression = expression;
-        return entry.compiled;
-    }
-
-  private:
-    struct Entry {
-        std::optional<std::u16string> expression;
-        std::optional<std::wregex> compiled;
-    };
-    std::array<Entry, 4> entries_;
-    std::size_t oldest_ = 0;
-};
-
 // Size of an expression when its counts of repetitions are written out, nested or not; never less
 // than it really is.
 std::size_t expandedSize(std::u16string_view expression) {
@@ -509,15 +478,10 @@ bool matchesExpression(std::u16string_view text, std::u16string_view expression)
     if (nestingOf(expression) > deepestNesting || hasHugeNumber(expression)) return false;
     bool matched = false;
     const std::wstring wideText = widened(text);
-    thread_local RecentExpressions recent;
-    // Named here, for the work may be done by another thread.
-    RecentExpressions& ours = recent;
+    // On purpose: nothing is kept between calls.
     platform::withStack(stackNeeded, [&] {
-        const auto match = [&](const std::optional<std::wregex>& compiled) {
-            matched = compiled && matchCompiled(wideText, *compiled, backReferences);
-        };
-        if (RecentExpressions::mayKeep(expression)) match(ours.find(expression, backReferences));
-        else match(compile(expression, backReferences));
+        const std::optional<std::wregex> compiled = compile(expression, backReferences);
+        matched = compiled && matchCompiled(wideText, *compiled, backReferences);
     });
     return matched;
 }

@@ -51,5 +51,14 @@ endfunction()
 function(vlisp_copies_cells name)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(${name} PRIVATE -fno-tree-slp-vectorize)
+
+# vlisp_stands_alone(NAME): a program or module that takes the compiler's libraries into itself, and of
+# them what it uses, where the system has them as archives: to find, map and link shared objects takes
+# longer than a short program. What is watched by sanitizers shares them, as those expect.
+include(CheckLinkerFlag)
+check_linker_flag(CXX -static-libstdc++ VLISP_HAS_STANDARD_LIBRARY_ARCHIVE)
+function(vlisp_stands_alone name)
+  if(VLISP_HAS_STANDARD_LIBRARY_ARCHIVE AND NOT VLISP_SANITIZE)
+    target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc LINKER:--gc-sections)
   endif()
 endfunction()
