@@ -51,6 +51,8 @@ endfunction()
 function(vlisp_copies_cells name)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(${name} PRIVATE -fno-tree-slp-vectorize)
+  endif()
+endfunction()
 
 # vlisp_stands_alone(NAME): a program or module that takes the compiler's libraries into itself, and of
 # them what it uses, where the system has them as archives: to find, map and link shared objects takes
