@@ -114,6 +114,8 @@ namespace vlisp {
     X(ifNotEqualConstant, "b K @ !")                                                               \
     X(unlessNull,       "b @ !")                                                                   \
     X(ifNull,           "b @ !")                                                                   \
+    X(unlessGlobal,     "N @")      /* of the value of a global name, as loadGlobal has it */      \
+    X(ifGlobal,         "N @")                                                                     \
     X(startRepeat,      "a @")      /* unless R(a) is a count above 0, jump */                     \
     X(nextRepeat,       "a @")      /* R(a) counts down; above 0, jump */                          \
     /* --- Calls: arguments in a row of registers; the value replaces the first of them --- */     \

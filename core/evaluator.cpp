@@ -3,6 +3,7 @@
 
 #include "core/code_cache.h"
 #include "core/interruption.h"
+#include "core/intrinsics.h"
 #include "core/machine.h"
 #include "core/translator.h"
 #include "platform/system.h"
@@ -126,6 +127,7 @@ Cell Eval(const Cell& cell, Environment& scope, ErrorBuffer& error) {
         return NilCell;
     }
     const MachineLease machine;
+    const ErrorInForce inForce(error);
     Code& code = machine->scratch();
     translateForm(code, cell, shapeAround(scope));
     return machine->run(code, scope, {}, error);
@@ -134,6 +136,8 @@ Cell Eval(const Cell& cell, Environment& scope, ErrorBuffer& error) {
 struct FunctionBody::Prepared {
     Ref<Code> code;
     MachineLease machine;
+    ErrorBuffer dropped;
+    ErrorInForce inForce{dropped};
 };
 
 FunctionBody::FunctionBody(const Cell& form) : form_(form) {
@@ -145,9 +149,9 @@ FunctionBody::FunctionBody(const Cell& form) : form_(form) {
 FunctionBody::~FunctionBody() = default;
 
 Cell FunctionBody::operator()(Arguments arguments) {
-    ErrorBuffer dropped;
     Environment& global = GlobalEnvironment();
     if (prepared_ == nullptr) {
+        ErrorBuffer dropped;
         const CallScope scope(Environment::make(form_.items()[1].items(), arguments, &global));
         return Eval(form_.items()[2], *scope, dropped);
     }
@@ -156,7 +160,11 @@ Cell FunctionBody::operator()(Arguments arguments) {
         interruption::request(interruption::Reason::tooDeep);
         return NilCell;
     }
-    return prepared_->machine->run(*prepared_->code, global, arguments, dropped);
+    if (!prepared_->dropped.empty()) {
+        prepared_->dropped.clear();
+        intrinsics::obstacles &= ~intrinsics::errorObstacle;
+    }
+    return prepared_->machine->run(*prepared_->code, global, arguments, prepared_->dropped);
 }
 
 void setEvaluator(EvalProc other) noexcept { otherEvaluator = other; }

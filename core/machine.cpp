@@ -559,6 +559,16 @@ void Machine::callSpread(Cell& head) {
     callFunction(function, room, count, &head);
 }
 
+ErrorInForce::ErrorInForce(const ErrorBuffer& error) noexcept
+    : before_(obstacles & intrinsics::errorObstacle) {
+    obstacles = (obstacles & ~intrinsics::errorObstacle) |
+                (error.empty() ? 0 : intrinsics::errorObstacle);
+}
+
+ErrorInForce::~ErrorInForce() {
+    obstacles = (obstacles & ~intrinsics::errorObstacle) | before_;
+}
+
 Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuffer& error) {
     if (segment_ == nullptr) {
         segment_ = makeSegment(firstCells);
@@ -566,17 +576,11 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
         segmentEnd_ = segment_->end();
     }
     if (frames_ == nullptr) growFrames();
-    const std::uint64_t before = obstacles & intrinsics::errorObstacle;
-    obstacles = (obstacles & ~intrinsics::errorObstacle) |
-                (error.empty() ? 0 : intrinsics::errorObstacle);
-    const auto restore = [&] {
-        obstacles = (obstacles & ~intrinsics::errorObstacle) | before;
-    };
+    assert(top_ == frames_ && "a machine runs one thing at a time");
     Cell value = NilCell;
     try {
         const auto count = static_cast<std::uint32_t>(arguments.size());
         Cell* registers = segment_->cells();
-        assert(top_ == frames_ && "a machine runs one thing at a time");
         if (count > segment_->capacity) registers = moveToNewSegment(registers, 0, count);
         for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
         enter(code, nullptr, &scope, registers, count, &value);
@@ -586,10 +590,8 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
         interruption::request(interruption::Reason::tooDeep);
     } catch (...) {
         unwind();
-        restore();
         throw;
     }
-    restore();
     return value;
 }
 
@@ -1063,6 +1065,20 @@ op_keepIfTrue:
     if (isTrue(R[pc->a])) JUMP;
     release(R[pc->a]);
     NEXT;
+op_unlessGlobal: {
+    const Cell& value = globalPlace(symbolOrEmpty(N[pc->x].get()));
+    if (value.isUnbound()) [[unlikely]]
+        report(error, N[pc->x].get());
+    if ((obstacles & intrinsics::errorObstacle) != 0 || !isTrue(value)) JUMP_BACK;
+    NEXT;
+}
+op_ifGlobal: {
+    const Cell& value = globalPlace(symbolOrEmpty(N[pc->x].get()));
+    if (value.isUnbound()) [[unlikely]]
+        report(error, N[pc->x].get());
+    if ((obstacles & intrinsics::errorObstacle) == 0 && isTrue(value)) JUMP_BACK;
+    NEXT;
+}
 op_startRepeat:
     if (!R[pc->a].is(CellType::Integer) || integerOf(R[pc->a]) <= 0) {
         release(R[pc->a]);

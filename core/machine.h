@@ -16,6 +16,19 @@
 
 namespace vlisp {
 
+/// While it lives, the machines mind the errors of this buffer and not those of the evaluation
+/// around. Of several the innermost counts.
+class ErrorInForce {
+  public:
+    explicit ErrorInForce(const ErrorBuffer& error) noexcept;
+    ErrorInForce(const ErrorInForce&) = delete;
+    ErrorInForce& operator=(const ErrorInForce&) = delete;
+    ~ErrorInForce();
+
+  private:
+    std::uint64_t before_;
+};
+
 class Machine {
   public:
     Machine() = default;
@@ -25,7 +38,7 @@ class Machine {
 
     /// The value of `code` in `scope`, which for the code of a function is the scope around it.
     /// Throws heap::OutOfMemory; an interruption makes it nil. Not re-entrant: what a built-in
-    /// evaluates runs on a machine of its own.
+    /// evaluates runs on a machine of its own. An ErrorInForce of `error` must live.
     Cell run(Code& code, Environment& scope, Arguments arguments, ErrorBuffer& error);
 
     /// Empty code to translate a form into that is run once.

@@ -476,6 +476,12 @@ class Translator {
                 return;
             }
         }
+        if (cell.is(CellType::Symbol) &&
+            placeOf(code_, cell.symbolData()).kind == Place::Kind::global) {
+            const Op op = jumpsIfTrue ? Op::ifGlobal : Op::unlessGlobal;
+            wait(emit({.op = op, .x = name(cell.textAsSymbol())}), label);
+            return;
+        }
         value(cell, t);
         jumpTo(jumpsIfTrue ? Op::jumpIfTrue : Op::jumpIfFalse, t, label);
     }
