@@ -77,6 +77,8 @@ namespace vlisp {
     X(multiplyThree,    "a b c X !")                                                               \
     X(divideThree,      "a b c X !")                                                               \
     X(appendItem,       "a b c !")  /* R(a) = R(b), a list, with the item R(c) behind it */        \
+    X(appendText,       "a b c !")  /* STRCAT of two */                                            \
+    X(appendTextConstant, "a b K !")                                                               \
     X(nth,              "a b c !")                                                                 \
     X(cons,             "a b c !")                                                                 \
     /* --- Built-ins on one value: R(a) = op R(b) --- */                                           \

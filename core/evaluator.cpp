@@ -142,6 +142,7 @@ struct FunctionBody::Prepared {
 
 FunctionBody::FunctionBody(const Cell& form) : form_(form) {
     if (otherEvaluator != nullptr) return;
+    if (platform::stackIsLow()) interruption::request(interruption::Reason::tooDeep);
     prepared_ = std::make_unique<Prepared>();
     prepared_->code = codeOf(form.itemSlice(), {});
 }
@@ -156,10 +157,6 @@ Cell FunctionBody::operator()(Arguments arguments) {
         return Eval(form_.items()[2], *scope, dropped);
     }
     if (interruption::pending()) return NilCell;
-    if (platform::stackIsLow()) {
-        interruption::request(interruption::Reason::tooDeep);
-        return NilCell;
-    }
     if (!prepared_->dropped.empty()) {
         prepared_->dropped.clear();
         intrinsics::obstacles &= ~intrinsics::errorObstacle;

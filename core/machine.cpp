@@ -123,6 +123,24 @@ bool canGrowBehind(const ListRange& range, const Cell& item) noexcept {
            range.buffer->last < range.buffer->capacity && !item.holdsCells();
 }
 
+// Puts `more` behind `text` if both are Strings and the buffer has room there. The second word of the
+// longer text; 0 when it cannot be done.
+std::uint64_t appendedInPlace(const Cell& text, const Cell& more) noexcept {
+    if (!text.is(CellType::String) || !more.is(CellType::String)) return 0;
+    auto* buffer = static_cast<Buffer<char16_t>*>(CellInspector::object(text));
+    const auto begin = static_cast<std::uint32_t>(bodyOf(text));
+    const auto length = static_cast<std::uint32_t>(bodyOf(text) >> 32);
+    const auto added = static_cast<std::uint32_t>(bodyOf(more) >> 32);
+    if (buffer == nullptr || added == 0 || begin + length != buffer->last ||
+        buffer->capacity - buffer->last < added)
+        return 0;
+    const auto* source = static_cast<const Buffer<char16_t>*>(CellInspector::object(more));
+    std::copy_n(source->slots() + static_cast<std::uint32_t>(bodyOf(more)), added,
+                buffer->slots() + buffer->last);
+    buffer->last += added;
+    return rangeBody(begin, length + added);
+}
+
 }  // namespace
 
 // --- The stack ---
@@ -577,13 +595,18 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
     }
     if (frames_ == nullptr) growFrames();
     assert(top_ == frames_ && "a machine runs one thing at a time");
-    Cell value = NilCell;
+    Cell value;
     try {
         const auto count = static_cast<std::uint32_t>(arguments.size());
         Cell* registers = segment_->cells();
-        if (count > segment_->capacity) registers = moveToNewSegment(registers, 0, count);
-        for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
-        enter(code, nullptr, &scope, registers, count, &value);
+        if (code.callsPlainly && count == code.parameters && code.registers <= firstCells) {
+            for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
+            *++top_ = {code.entry, registers, &code, &value, nullptr, &scope, false, true};
+        } else {
+            if (count > segment_->capacity) registers = moveToNewSegment(registers, 0, count);
+            for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
+            enter(code, nullptr, &scope, registers, count, &value);
+        }
         loop(error);
     } catch (const TooDeep&) {
         unwind();
@@ -592,7 +615,7 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
         unwind();
         throw;
     }
-    return value;
+    return interruption::pending() ? NilCell : value;
 }
 
 // The address of a label is an extension that both compilers for this project have; a loop over a
@@ -962,6 +985,25 @@ op_appendItem: {
     LET_GO(pc->c, pc->a);
     NEXT;
 }
+#define APPEND_TEXT(name, second, secondRegister)                                                  \
+    op_##name : {                                                                                  \
+        GUARD(pc->y);                                                                              \
+        const Cell& text = R[pc->b];                                                               \
+        const Cell& more = second;                                                                 \
+        const std::uint64_t body = appendedInPlace(text, more);                                    \
+        if (body != 0) [[likely]] {                                                                \
+            if (pc->a != pc->b) put(R[pc->a], text);                                               \
+            CellInspector::body(R[pc->a]) = body;                                                  \
+        } else {                                                                                   \
+            put(R[pc->a], callBuiltin(Intrinsic::strcat, text, more));                             \
+        }                                                                                          \
+        LET_GO(pc->b, pc->a);                                                                      \
+        if (secondRegister) LET_GO(pc->c, pc->a);                                                  \
+        NEXT;                                                                                      \
+    }
+    APPEND_TEXT(appendText, R[pc->c], true)
+    APPEND_TEXT(appendTextConstant, K[pc->x], false)
+
 op_cons: {
     GUARD(pc->y);
     const Cell& value = R[pc->b];

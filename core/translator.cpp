@@ -67,6 +67,8 @@ Shortcut shortcutOf(Intrinsic intrinsic) noexcept {
     case Intrinsic::notEqual:
         return comparison(Op::notEqual, Op::notEqualConstant, Op::unlessNotEqual,
                           Op::unlessNotEqualConstant, Op::ifNotEqual, Op::ifNotEqualConstant);
+    case Intrinsic::strcat:
+        return {.arguments = 2, .onRegisters = Op::appendText, .withConstant = Op::appendTextConstant};
     case Intrinsic::nth: return {.arguments = 2, .onRegisters = Op::nth, .withConstant = Op::nth};
     case Intrinsic::cons: return {.arguments = 2, .onRegisters = Op::cons, .withConstant = Op::cons};
     case Intrinsic::car: return {.arguments = 1, .onRegisters = Op::car};
