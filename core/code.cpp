@@ -94,7 +94,9 @@ std::u16string describe(const Code& code, const Block& block, std::size_t at) {
         case 'x': appendNumber(out, instruction.x); break;
         case 'n': appendNumber(out, instruction.b); break;
         case 'X': out += u'r', appendNumber(out, instruction.x); break;
-        case 'I': appendAscii(out, intrinsics::nameOf(static_cast<Intrinsic>(instruction.x))); break;
+        case 'I':
+            appendAscii(out, intrinsics::nameOf(static_cast<Intrinsic>(instruction.x)));
+            break;
         case 'K': out += shortPrint(code.constants[instruction.x]); break;
         case 'N': out += textOf(code.names[instruction.x].get()); break;
         case '@':

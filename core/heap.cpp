@@ -73,11 +73,11 @@ void discharge(std::size_t bytes) noexcept { bytesUsed -= bytes; }
 void* detail::allocateSlowly(std::size_t bytes) {
     charge(bytes);
     // A whole step, so that the block serves every size of its step.
-    const std::size_t whole =
-        bytes <= detail::largestSmall ? (bytes + detail::step - 1) / detail::step * detail::step
-                                      : bytes;
-    void* memory = isBlock(bytes) ? platform::allocateBlock(bytes)
-                                  : ::operator new(whole, std::nothrow);
+    const std::size_t whole = bytes <= detail::largestSmall
+                                  ? (bytes + detail::step - 1) / detail::step * detail::step
+                                  : bytes;
+    void* memory =
+        isBlock(bytes) ? platform::allocateBlock(bytes) : ::operator new(whole, std::nothrow);
     static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= alignof(HeapObject));
     if (memory == nullptr) {
         discharge(bytes);
@@ -105,9 +105,9 @@ void requireText(std::size_t units) {
 
 void bury(HeapObject* object) noexcept {
     // What holds nothing that holds something goes at once.
-    const bool isSimple = object->kind == ObjectKind::symbol || object->kind == ObjectKind::text ||
-                          (object->kind == ObjectKind::list &&
-                           !static_cast<Buffer<Cell>*>(object)->holdsLists);
+    const bool isSimple =
+        object->kind == ObjectKind::symbol || object->kind == ObjectKind::text ||
+        (object->kind == ObjectKind::list && !static_cast<Buffer<Cell>*>(object)->holdsLists);
     if (isSimple) {
         destroy(object);
         return;

@@ -37,13 +37,13 @@ BuiltinProc procOf(Intrinsic intrinsic) noexcept {
 
 const char* nameOf(Intrinsic intrinsic) noexcept {
     static constexpr std::array<const char*, count> names = {
-        "none",   "add",    "subtract",    "multiply",  "divide", "less",      "greater",
-        "lessOrEqual",      "equalSign",   "equal",     "eq",     "notEqual",  "car",
-        "cdr",    "cadr",   "nth",         "cons",      "length", "nullp",     "listp",
-        "append", "list",   "assoc",       "subst",     "reverse", "last",     "removeNth",
-        "logand", "logior", "complement",  "strcat",    "substr", "strlen",    "strcase",
-        "wcmatch", "itoa",  "atoi",        "sqrt",      "sin",    "cos",       "atan",
-        "angle",  "distance", "polar",     "inters"};
+        "none",        "add",        "subtract", "multiply", "divide",   "less",      "greater",
+        "lessOrEqual", "equalSign",  "equal",    "eq",       "notEqual", "car",       "cdr",
+        "cadr",        "nth",        "cons",     "length",   "nullp",    "listp",     "append",
+        "list",        "assoc",      "subst",    "reverse",  "last",     "removeNth", "logand",
+        "logior",      "complement", "strcat",   "substr",   "strlen",   "strcase",   "wcmatch",
+        "itoa",        "atoi",       "sqrt",     "sin",      "cos",      "atan",      "angle",
+        "distance",    "polar",      "inters"};
     const auto number = static_cast<std::size_t>(intrinsic);
     return number == appendAndList ? "append, list" : names[number];
 }
@@ -51,8 +51,8 @@ const char* nameOf(Intrinsic intrinsic) noexcept {
 void refresh(const SymbolData& name) noexcept {
     const std::uint64_t bit = std::uint64_t{1} << name.intrinsic;
     const Cell& bound = globalPlace(symbolOrEmpty(&name));
-    const bool holds = bound.is(CellType::Proc) &&
-                       bound.proc() == procOf(static_cast<Intrinsic>(name.intrinsic));
+    const bool holds =
+        bound.is(CellType::Proc) && bound.proc() == procOf(static_cast<Intrinsic>(name.intrinsic));
     obstacles = holds ? obstacles & ~bit : obstacles | bit;
 }
 

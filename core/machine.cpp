@@ -61,7 +61,8 @@ bool isPlainNumber(const Cell& cell) noexcept {
     dropReference(object);
 }
 
-[[gnu::always_inline]] inline void putWords(Cell& target, std::uintptr_t head, std::uint64_t body) noexcept {
+[[gnu::always_inline]] inline void putWords(Cell& target, std::uintptr_t head,
+                                            std::uint64_t body) noexcept {
     if (isCounted(target)) [[unlikely]]
         release(target);
     CellInspector::head(target) = head;
@@ -187,9 +188,7 @@ namespace {
 struct TooDeep {};
 
 // The most that a program's calls may take.
-std::size_t mostStack() noexcept {
-    return std::min(platform::evaluationStack, heap::limit() / 2);
-}
+std::size_t mostStack() noexcept { return std::min(platform::evaluationStack, heap::limit() / 2); }
 
 // What every machine has is not counted in the budget.
 constexpr std::size_t firstFrames = 64;
@@ -294,7 +293,7 @@ void Machine::trim() noexcept {
 /// Begins a call: `arguments` are registers, and those behind them are free. Takes over one count
 /// of `function`.
 void Machine::enter(Code& code, LambdaData* function, Environment* scope, Cell* arguments,
-                           std::uint32_t count, Cell* result) {
+                    std::uint32_t count, Cell* result) {
     Cell* registers = arguments;
     try {
         if (top_ == lastFrame_) growFrames();
@@ -305,8 +304,8 @@ void Machine::enter(Code& code, LambdaData* function, Environment* scope, Cell* 
         throw;
     }
     const bool newSegment = registers != arguments;
-    *++top_ = {code.entry, registers, &code, result, function, scope,
-               false,      newSegment || function == nullptr};
+    *++top_ = {code.entry, registers, &code, result,
+               function,   scope,     false, newSegment || function == nullptr};
     if (count == code.parameters && code.callsPlainly) return;
     fitArguments(code, *top_, count);
 }
@@ -579,13 +578,11 @@ void Machine::callSpread(Cell& head) {
 
 ErrorInForce::ErrorInForce(const ErrorBuffer& error) noexcept
     : before_(obstacles & intrinsics::errorObstacle) {
-    obstacles = (obstacles & ~intrinsics::errorObstacle) |
-                (error.empty() ? 0 : intrinsics::errorObstacle);
+    obstacles =
+        (obstacles & ~intrinsics::errorObstacle) | (error.empty() ? 0 : intrinsics::errorObstacle);
 }
 
-ErrorInForce::~ErrorInForce() {
-    obstacles = (obstacles & ~intrinsics::errorObstacle) | before_;
-}
+ErrorInForce::~ErrorInForce() { obstacles = (obstacles & ~intrinsics::errorObstacle) | before_; }
 
 Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuffer& error) {
     if (segment_ == nullptr) {
@@ -735,14 +732,14 @@ op_loadMaybe:
         put(R[pc->a], lookUp(OWN, frame->scope, N[pc->x].get(), error));
     else put(R[pc->a], R[pc->b]);
     NEXT;
-op_loadScope: {
+op_loadScope : {
     const Cell& value = outward(frame->scope, pc->b).slots()[pc->c];
     if ((obstacles & intrinsics::errorObstacle) != 0 || value.isUnbound()) [[unlikely]]
         put(R[pc->a], lookUp(OWN, frame->scope, N[pc->x].get(), error));
     else put(R[pc->a], value);
     NEXT;
 }
-op_loadGlobal: {
+op_loadGlobal : {
     const Cell& value = globalPlace(symbolOrEmpty(N[pc->x].get()));
     if (value.isUnbound()) [[unlikely]] {
         report(error, N[pc->x].get());
@@ -766,14 +763,14 @@ op_takeMaybe:
     if (R[pc->b].isUnbound()) goto detour;
     put(R[pc->a], R[pc->b]);
     NEXT;
-op_takeScope: {
+op_takeScope : {
     DETOUR_IF_ERROR;
     const Cell& value = outward(frame->scope, pc->b).slots()[pc->c];
     if (value.isUnbound()) goto detour;
     put(R[pc->a], value);
     NEXT;
 }
-op_takeGlobal: {
+op_takeGlobal : {
     DETOUR_IF_ERROR;
     const Cell& value = globalPlace(symbolOrEmpty(N[pc->x].get()));
     if (value.isUnbound()) [[unlikely]]
@@ -782,7 +779,7 @@ op_takeGlobal: {
     NEXT;
 }
 
-    // --- SETQ and DEFINE ---
+// --- SETQ and DEFINE ---
 
 #define ASSIGNED (pc->y != 0 ? R[pc->a] : std::exchange(R[pc->a], Cell()))
 
@@ -794,7 +791,7 @@ op_setConstant:
     put(R[pc->b], K[pc->x]);
     EMPTY_ERROR;
     NEXT;
-op_setScope: {
+op_setScope : {
     Cell& place = outward(frame->scope, pc->b).slots()[pc->c];
     if (place.isUnbound()) [[unlikely]]
         assignByName(OWN, frame->scope, N[pc->x], ASSIGNED);
@@ -802,7 +799,7 @@ op_setScope: {
     EMPTY_ERROR;
     NEXT;
 }
-op_setGlobal: {
+op_setGlobal : {
     SymbolData& name = symbolOrEmpty(N[pc->x].get());
     Cell& place = globalPlace(name);
     if (place.isUnbound() || name.intrinsic != 0) [[unlikely]]
@@ -852,8 +849,8 @@ op_defineByName:
             NEXT;                                                                                  \
         }                                                                                          \
         put(R[pc->a], callBuiltin(Intrinsic::intrinsic, first, other));                            \
-        LET_GO(pc->b, pc->a);                                                                       \
-        if (secondRegister) LET_GO(pc->c, pc->a);                                                   \
+        LET_GO(pc->b, pc->a);                                                                      \
+        if (secondRegister) LET_GO(pc->c, pc->a);                                                  \
         NEXT;                                                                                      \
     }
 #define ARITHMETIC_PAIR(name, integers, reals)                                                     \
@@ -862,7 +859,7 @@ op_defineByName:
 
     ARITHMETIC_PAIR(add, a + b, a + b)
     ARITHMETIC_PAIR(subtract, a - b, a - b)
-    ARITHMETIC_PAIR(multiply, a* b, a* b)
+    ARITHMETIC_PAIR(multiply, a * b, a * b)
     ARITHMETIC_PAIR(divide, quotient(a, b), a / b)
     ARITHMETIC(subtractFromConstant, K[pc->x], R[pc->b], subtract, false, a - b, a - b)
     ARITHMETIC(divideConstantBy, K[pc->x], R[pc->b], divide, false, quotient(a, b), a / b)
@@ -891,7 +888,7 @@ op_defineByName:
 
     ON_THREE(addThree, add, a + b + c)
     ON_THREE(subtractThree, subtract, a - b - c)
-    ON_THREE(multiplyThree, multiply, a* b* c)
+    ON_THREE(multiplyThree, multiply, a * b * c)
     ON_THREE(divideThree, divide, a / b / c)
 
     // --- Comparison: values and jumps ---
@@ -923,8 +920,8 @@ op_defineByName:
     op_##name : {                                                                                  \
         GUARD(pc->y);                                                                              \
         OUTCOME(intrinsic, second, test, symbols)                                                  \
-        LET_GO(pc->b, pc->a);                                                                       \
-        if (secondRegister) LET_GO(pc->c, pc->a);                                                   \
+        LET_GO(pc->b, pc->a);                                                                      \
+        if (secondRegister) LET_GO(pc->c, pc->a);                                                  \
         put(R[pc->a], outcome ? TrueCell : FalseCell);                                             \
         NEXT;                                                                                      \
     }
@@ -932,8 +929,8 @@ op_defineByName:
     op_##name : {                                                                                  \
         GUARD(pc->a);                                                                              \
         OUTCOME(intrinsic, second, test, symbols)                                                  \
-        LET_GO(pc->b, noTarget);                                                                    \
-        if (secondRegister) LET_GO(pc->c, noTarget);                                                \
+        LET_GO(pc->b, noTarget);                                                                   \
+        if (secondRegister) LET_GO(pc->c, noTarget);                                               \
         if (outcome == (wanted)) JUMP_BACK;                                                        \
         NEXT;                                                                                      \
     }
@@ -953,7 +950,7 @@ op_defineByName:
 
     // --- Lists ---
 
-op_nth: {
+op_nth : {
     GUARD(pc->y);
     const Cell& index = R[pc->b];
     const Cell& list = R[pc->c];
@@ -969,7 +966,7 @@ op_nth: {
     LET_GO(pc->c, pc->a);
     NEXT;
 }
-op_appendItem: {
+op_appendItem : {
     GUARD(pc->y);
     const Cell& list = R[pc->b];
     const Cell& item = R[pc->c];
@@ -1004,7 +1001,7 @@ op_appendItem: {
     APPEND_TEXT(appendText, R[pc->c], true)
     APPEND_TEXT(appendTextConstant, K[pc->x], false)
 
-op_cons: {
+op_cons : {
     GUARD(pc->y);
     const Cell& value = R[pc->b];
     Cell& list = R[pc->c];
@@ -1021,14 +1018,14 @@ op_cons: {
     LET_GO(pc->c, pc->a);
     NEXT;
 }
-op_car: {
+op_car : {
     GUARD(pc->y);
     const Items items = R[pc->b].items();
     put(R[pc->a], items.empty() ? NilCell : items[0]);
     LET_GO(pc->b, pc->a);
     NEXT;
 }
-op_cdr: {
+op_cdr : {
     GUARD(pc->y);
     const Cell& list = R[pc->b];
     const ListRange range = list.is(CellType::List) ? rangeOf(list) : ListRange{};
@@ -1041,42 +1038,42 @@ op_cdr: {
     LET_GO(pc->b, pc->a);
     NEXT;
 }
-op_cadr: {
+op_cadr : {
     GUARD(pc->y);
     const Items items = R[pc->b].items();
     put(R[pc->a], items.size() < 2 ? NilCell : items[1]);
     LET_GO(pc->b, pc->a);
     NEXT;
 }
-op_length: {
+op_length : {
     GUARD(pc->y);
     const std::size_t length = R[pc->b].items().size();
     LET_GO(pc->b, pc->a);
     putInteger(R[pc->a], static_cast<std::int64_t>(length));
     NEXT;
 }
-op_nullp: {
+op_nullp : {
     GUARD(pc->y);
     const bool isEmpty = R[pc->b].items().empty();
     LET_GO(pc->b, pc->a);
     put(R[pc->a], isEmpty ? TrueCell : FalseCell);
     NEXT;
 }
-op_listp: {
+op_listp : {
     GUARD(pc->y);
     const bool isList = R[pc->b].is(CellType::List);
     LET_GO(pc->b, pc->a);
     put(R[pc->a], isList ? TrueCell : FalseCell);
     NEXT;
 }
-op_unlessNull: {
+op_unlessNull : {
     GUARD(pc->a);
     const bool isEmpty = R[pc->b].items().empty();
     LET_GO(pc->b, noTarget);
     if (!isEmpty) JUMP_BACK;
     NEXT;
 }
-op_ifNull: {
+op_ifNull : {
     GUARD(pc->a);
     const bool isEmpty = R[pc->b].items().empty();
     LET_GO(pc->b, noTarget);
@@ -1091,13 +1088,13 @@ op_ifObstacles:
     NEXT;
 op_jump:
     JUMP;
-op_jumpIfFalse: {
+op_jumpIfFalse : {
     const bool isFalse = !isTrue(R[pc->a]);
     release(R[pc->a]);
     if (isFalse) JUMP;
     NEXT;
 }
-op_jumpIfTrue: {
+op_jumpIfTrue : {
     const bool isFalse = !isTrue(R[pc->a]);
     release(R[pc->a]);
     if (!isFalse) JUMP_BACK;
@@ -1107,14 +1104,14 @@ op_keepIfTrue:
     if (isTrue(R[pc->a])) JUMP;
     release(R[pc->a]);
     NEXT;
-op_unlessGlobal: {
+op_unlessGlobal : {
     const Cell& value = globalPlace(symbolOrEmpty(N[pc->x].get()));
     if (value.isUnbound()) [[unlikely]]
         report(error, N[pc->x].get());
     if ((obstacles & intrinsics::errorObstacle) != 0 || !isTrue(value)) JUMP_BACK;
     NEXT;
 }
-op_ifGlobal: {
+op_ifGlobal : {
     const Cell& value = globalPlace(symbolOrEmpty(N[pc->x].get()));
     if (value.isUnbound()) [[unlikely]]
         report(error, N[pc->x].get());
@@ -1128,7 +1125,7 @@ op_startRepeat:
     }
     startCount(R[pc->a]);
     NEXT;
-op_nextRepeat: {
+op_nextRepeat : {
     const std::int32_t left = integerOf(R[pc->a]) - 1;
     CellInspector::body(R[pc->a]) = static_cast<std::uint32_t>(left);
     if (left > 0) JUMP_BACK;
@@ -1145,7 +1142,7 @@ op_checkHead:
         NEXT;
     put(R[pc->a], NilCell);
     JUMP;
-op_callGlobal: {
+op_callGlobal : {
     DETOUR_IF_ERROR;
     const Cell& head = globalPlace(symbolOrEmpty(N[pc->x].get()));
     Cell* arguments = &R[pc->a];
@@ -1163,7 +1160,7 @@ op_callGlobal: {
     put(*arguments, std::move(value));
     goto returned;
 }
-op_call: {
+op_call : {
     Cell& head = R[pc->a];
     Cell* arguments = &head + 1;
     if (head.is(CellType::Lambda)) [[likely]] {
@@ -1178,7 +1175,7 @@ op_call: {
     for (unsigned i = 0; i < pc->b; ++i) release(arguments[i]);
     goto returned;
 }
-op_callBuiltin: {
+op_callBuiltin : {
     GUARD(pc->y);
     Cell* arguments = &R[pc->c];
     {
@@ -1194,7 +1191,7 @@ op_startArguments:
 op_pushArgument:
     pushArgument(R[pc->a], R[pc->b]);
     NEXT;
-op_callSpread: {
+op_callSpread : {
     Cell& head = R[pc->a];
     if (head.is(CellType::Lambda)) {
         frame->next = pc + 1;
@@ -1207,7 +1204,7 @@ op_callSpread: {
     release(R[pc->a + 1]);
     goto returned;
 }
-op_leave: {
+op_leave : {
     const std::uintptr_t head = headOf(R[pc->a]);
     const std::uint64_t body = bodyOf(R[pc->a]);
     CellInspector::head(R[pc->a]) = 0;
@@ -1239,7 +1236,7 @@ op_makeFunction:
     if (interruption::pending()) [[unlikely]]
         goto interrupted;
     NEXT;
-op_evaluate: {
+op_evaluate : {
     Code& part = partOf(*frame->code, pc->x);
     frame->next = pc + 1;
     enter(part, nullptr, frame->scope, R + frame->code->registers, 0, &R[pc->a]);
@@ -1266,7 +1263,7 @@ returned:
     if (interruption::pending()) [[unlikely]]
         goto interrupted;
     NEXT;
-detour: {
+detour : {
     Code& code = *frame->code;
     std::size_t home = 0;
     ShortWay& way = code.shortWayAt(pc, home);

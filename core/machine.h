@@ -73,7 +73,7 @@ class Machine {
 
     Frame* frames_ = nullptr;  // the first is never used
     std::size_t frameCapacity_ = 0;
-    Frame* top_ = nullptr;      // the frame of what runs; the first when nothing does
+    Frame* top_ = nullptr;  // the frame of what runs; the first when nothing does
     Frame* lastFrame_ = nullptr;
     Segment* segment_ = nullptr;
     Cell* segmentEnd_ = nullptr;

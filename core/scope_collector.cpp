@@ -58,8 +58,7 @@ template <class Visit> void forEachReference(HeapObject* object, Visit visit) {
     }
     case ObjectKind::list: {
         auto* buffer = static_cast<Buffer<Cell>*>(object);
-        if (buffer->watched)
-            forEachCode(*buffer, [&](Code& code) { visit(&code); });
+        if (buffer->watched) forEachCode(*buffer, [&](Code& code) { visit(&code); });
         if (!buffer->holdsLists) return;
         looks += buffer->last - buffer->first;
         for (std::uint32_t i = buffer->first; i < buffer->last; ++i) visitCell(buffer->slots()[i]);

@@ -42,7 +42,8 @@ Shortcut shortcutOf(Intrinsic intrinsic) noexcept {
         return Shortcut{2, op, constant, true, unless, unlessConstant, when, whenConstant};
     };
     switch (intrinsic) {
-    case Intrinsic::add: return {.arguments = 2, .onRegisters = Op::add, .withConstant = Op::addConstant};
+    case Intrinsic::add:
+        return {.arguments = 2, .onRegisters = Op::add, .withConstant = Op::addConstant};
     case Intrinsic::subtract:
         return {.arguments = 2, .onRegisters = Op::subtract, .withConstant = Op::subtractConstant};
     case Intrinsic::multiply:
@@ -68,15 +69,20 @@ Shortcut shortcutOf(Intrinsic intrinsic) noexcept {
         return comparison(Op::notEqual, Op::notEqualConstant, Op::unlessNotEqual,
                           Op::unlessNotEqualConstant, Op::ifNotEqual, Op::ifNotEqualConstant);
     case Intrinsic::strcat:
-        return {.arguments = 2, .onRegisters = Op::appendText, .withConstant = Op::appendTextConstant};
+        return {
+            .arguments = 2, .onRegisters = Op::appendText, .withConstant = Op::appendTextConstant};
     case Intrinsic::nth: return {.arguments = 2, .onRegisters = Op::nth, .withConstant = Op::nth};
-    case Intrinsic::cons: return {.arguments = 2, .onRegisters = Op::cons, .withConstant = Op::cons};
+    case Intrinsic::cons:
+        return {.arguments = 2, .onRegisters = Op::cons, .withConstant = Op::cons};
     case Intrinsic::car: return {.arguments = 1, .onRegisters = Op::car};
     case Intrinsic::cdr: return {.arguments = 1, .onRegisters = Op::cdr};
     case Intrinsic::cadr: return {.arguments = 1, .onRegisters = Op::cadr};
     case Intrinsic::length: return {.arguments = 1, .onRegisters = Op::length};
     case Intrinsic::nullp:
-        return {.arguments = 1, .onRegisters = Op::nullp, .isTest = true, .unless = Op::unlessNull,
+        return {.arguments = 1,
+                .onRegisters = Op::nullp,
+                .isTest = true,
+                .unless = Op::unlessNull,
                 .when = Op::ifNull};
     case Intrinsic::listp: return {.arguments = 1, .onRegisters = Op::listp};
     default: break;
@@ -707,7 +713,8 @@ class Translator {
         const Place place = placeOf(code_, element(form, 1).symbolData());
         if (!wanted && form.size() > 2 && form[1].is(CellType::Symbol) && isConstant(form[2]) &&
             (place.kind == Place::Kind::local || place.kind == Place::Kind::maybe)) {
-            emit({.op = Op::loadConstant, .a = narrow(place.slot),
+            emit({.op = Op::loadConstant,
+                  .a = narrow(place.slot),
                   .x = constant(constantValue(form[2]))});
             return;
         }
@@ -757,8 +764,7 @@ class Translator {
             }
             emit({Op::callSpread, narrow(t)});
         } else {
-            for (std::size_t i = 1; i <= count; ++i)
-                value(form[i], t + static_cast<Register>(i));
+            for (std::size_t i = 1; i <= count; ++i) value(form[i], t + static_cast<Register>(i));
             emit({Op::call, narrow(t), narrow(static_cast<Register>(count))});
         }
         bind(end);
@@ -851,16 +857,16 @@ class Translator {
     void testShortly(const Cell& cell, Items elements, Intrinsic intrinsic,
                      const Shortcut& shortcut, Label& label, Register t, bool jumpsIfTrue) {
         use(t);
-        const auto use =
-            jumpsIfTrue ? ShortWay::Use::jumpIfTrue : ShortWay::Use::jumpIfFalse;
+        const auto use = jumpsIfTrue ? ShortWay::Use::jumpIfTrue : ShortWay::Use::jumpIfFalse;
         const std::size_t way = startWay(cell, t, use);
         const bool pure = arePure(elements.subspan(1));
         if (!pure) guard(way, intrinsic);
-        const auto [first, second] = pure ? pureOperands(elements, t, shortcut)
-                                          : impureOperands(elements, t, shortcut);
+        const auto [first, second] =
+            pure ? pureOperands(elements, t, shortcut) : impureOperands(elements, t, shortcut);
         const bool constantSecond = second.constant != nullptr;
-        Instruction jump{jumpsIfTrue ? (constantSecond ? shortcut.whenConstant : shortcut.when)
-                                     : (constantSecond ? shortcut.unlessConstant : shortcut.unless)};
+        Instruction jump{jumpsIfTrue
+                             ? (constantSecond ? shortcut.whenConstant : shortcut.when)
+                             : (constantSecond ? shortcut.unlessConstant : shortcut.unless)};
         jump.a = pure ? static_cast<std::uint16_t>(intrinsic) : 0;
         jump.b = narrow(first.where);
         if (constantSecond) jump.x = constant(*second.constant);
@@ -913,8 +919,8 @@ class Translator {
         case SpecialForm::cond: return false;
         default: break;
         }
-        return std::ranges::all_of(
-            elements, [&](const Cell& each) { return leavesNamesAlone(each, parts); });
+        return std::ranges::all_of(elements,
+                                   [&](const Cell& each) { return leavesNamesAlone(each, parts); });
     }
 
     std::vector<ShortWay>& shortWays() { return block_.shortWays; }
@@ -1004,9 +1010,13 @@ class Translator {
             return operationOnThree(elements, intrinsic, target, t);
         if (intrinsic == Intrinsic::append && appendsAnItem(elements)) {
             const Operand list = operand(elements[1], t, false);
-            const Operand item = operand(elements[2].items()[1], list.where == t ? t + 1 : t, false);
-            emit({.op = Op::appendItem, .a = narrow(target), .b = narrow(list.where),
-                  .c = narrow(item.where), .y = appendAndList});
+            const Operand item =
+                operand(elements[2].items()[1], list.where == t ? t + 1 : t, false);
+            emit({.op = Op::appendItem,
+                  .a = narrow(target),
+                  .b = narrow(list.where),
+                  .c = narrow(item.where),
+                  .y = appendAndList});
             return;
         }
         const auto count = static_cast<Register>(elements.size() - 1);
@@ -1051,8 +1061,7 @@ class Translator {
               static_cast<std::uint32_t>(intrinsic), static_cast<std::int32_t>(guarded)});
     }
 
-    std::pair<Operand, Operand> pureOperands(Items elements, Register t,
-                                             const Shortcut& shortcut) {
+    std::pair<Operand, Operand> pureOperands(Items elements, Register t, const Shortcut& shortcut) {
         const Operand first = operand(elements[1], t, false);
         if (shortcut.arguments == 1) return {first, {}};
         const bool firstTaken = first.where == t;
@@ -1076,7 +1085,8 @@ class Translator {
             first.where = place.slot;
         else value(elements[1], t);
         if (takesConstant(shortcut))
-            if (const Cell* settled = settledValue(elements[2])) return {first, {.constant = settled}};
+            if (const Cell* settled = settledValue(elements[2]))
+                return {first, {.constant = settled}};
         const Register next = first.where == t ? t + 1 : t;
         value(elements[2], next);
         return {first, {.where = next}};

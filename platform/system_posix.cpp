@@ -23,8 +23,8 @@
 #include <pthread.h>
 #include <random>
 #include <sys/auxv.h>
-#include <sys/resource.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
@@ -90,7 +90,8 @@ void* allocateBlock(std::size_t bytes) noexcept {
     const bool isLarge = bytes >= largePage;
     const std::size_t room = isLarge ? bytes + largePage : bytes;
     if (room < bytes) return nullptr;
-    void* reserved = ::mmap(nullptr, room, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    void* reserved =
+        ::mmap(nullptr, room, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (reserved == MAP_FAILED) return nullptr;
     if (!isLarge) return reserved;
     auto* const begin = static_cast<std::byte*>(reserved);
