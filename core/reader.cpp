@@ -20,17 +20,22 @@ bool isParenthesis(char16_t unit) noexcept { return unit == u'(' || unit == u')'
 
 bool isBlankOrTab(char16_t unit) noexcept { return unit == u' ' || unit == u'\t'; }
 
-// Sets of signs that are looked for unit by unit.
-constexpr std::uint64_t signs(std::u16string_view units) noexcept {
-    std::uint64_t set = 0;
-    for (const char16_t unit : units) set |= std::uint64_t{1} << unit;
+// Signs that are looked for unit by unit: a table, because a branch for each kind of unit would be
+// mispredicted at every other one.
+using SignSet = std::array<bool, 128>;
+constexpr SignSet signs(std::u16string_view units) noexcept {
+    SignSet set{};
+    for (const char16_t unit : units) set[unit] = true;
     return set;
 }
-constexpr bool isIn(std::uint64_t set, char16_t unit) noexcept {
-    return unit < 64 && (set >> unit & 1) != 0;
+constexpr SignSet piecesEnd = signs(u"();\n");
+constexpr SignSet atomsEnd = signs(u" ()");
+
+// The place of the first unit from `at` on that is in the set, or the end.
+inline std::size_t placeOf(const SignSet& set, std::u16string_view text, std::size_t at) noexcept {
+    while (at < text.size() && !(text[at] < set.size() && set[text[at]])) ++at;
+    return at;
 }
-constexpr std::uint64_t piecesEnd = signs(u"();\n");
-constexpr std::uint64_t atomsEnd = signs(u" ()");
 
 // Rule 1 of atoms: a digit, or "-" and a digit, then digits and dots only.
 bool isNumber(std::u16string_view token) noexcept {
@@ -116,14 +121,9 @@ class Tokenizer {
     [[nodiscard]] std::size_t endOfToken() const noexcept {
         if (at_ == text_.size()) return at_;
         if (isParenthesis(text_[at_])) return at_ + 1;
-        if (text_[at_] != u'"') return endOfAtom(at_);
+        if (text_[at_] != u'"') return placeOf(atomsEnd, text_, at_);
         const std::size_t close = text_.find(u'"', at_ + 1);
-        return close == npos ? text_.size() : endOfAtom(close + 1);
-    }
-
-    [[nodiscard]] std::size_t endOfAtom(std::size_t from) const noexcept {
-        while (from < text_.size() && !isIn(atomsEnd, text_[from])) ++from;
-        return from;
+        return close == npos ? text_.size() : placeOf(atomsEnd, text_, close + 1);
     }
 
     std::u16string_view text_;
@@ -301,7 +301,7 @@ bool SourceSplitter::beginLine() {
 // Goes on in a line, up to the end of an expression or of the line; true for an expression.
 bool SourceSplitter::passLine(SourceExpression& expression) {
     for (;; ++at_) {
-        while (at_ < source_.size() && !isIn(piecesEnd, source_[at_])) ++at_;
+        at_ = placeOf(piecesEnd, source_, at_);
         if (at_ == source_.size() || !isParenthesis(source_[at_])) break;
         parenthesisSeen_ = true;
         const std::u16string_view piece = source_.substr(pieceBegin_, at_ + 1 - pieceBegin_);

@@ -23,8 +23,8 @@ struct SourceExpression {
     std::u16string text;
     /// Line, counted from 1, of the first character that is neither blank nor tab.
     std::size_t line = 0;
-    /// Where pieces of `text` came from, when that is noted: `text[at]` and what follows up to the next piece is
-    /// `source[from]` and what follows. In order of `at`.
+    /// Where pieces of `text` came from, when that is noted: `text[at]` and what follows up to the
+    /// next piece is `source[from]` and what follows. In order of `at`.
     struct Piece {
         std::size_t at;
         std::size_t from;
