@@ -23,22 +23,9 @@ LambdaData::LambdaData(CellSlice lambdaForm, Environment* lambdaScope,
 
 LambdaData::~LambdaData() = default;
 
-std::u16string_view Cell::text() const noexcept {
-    switch (type()) {
-    case CellType::Symbol:
-    case CellType::Integer: return textOf(static_cast<const SymbolData*>(object()));
-    case CellType::String:
-    case CellType::EntityName:
-    case CellType::SelectionSet: {
-        auto* buffer = static_cast<Buffer<char16_t>*>(object());
-        if (buffer == nullptr) return {};
-        return {buffer->slots() + rangeBegin(), rangeLength()};
-    }
-    case CellType::Lambda: return textOf(static_cast<const LambdaData*>(object())->name.get());
-    case CellType::Real:
-    case CellType::List:
-    case CellType::Proc: break;
-    }
+std::u16string_view Cell::textOfOther() const noexcept {
+    if (is(CellType::Integer)) return textOf(static_cast<const SymbolData*>(object()));
+    if (is(CellType::Lambda)) return textOf(static_cast<const LambdaData*>(object())->name.get());
     return {};
 }
 
@@ -56,11 +43,6 @@ CellSlice Cell::itemSlice() const noexcept {
         return CellSlice(Ref(static_cast<Buffer<Cell>*>(object())), rangeBegin(), rangeLength());
     if (is(CellType::Lambda)) return static_cast<const LambdaData*>(object())->form;
     return {};
-}
-
-TextSlice Cell::textSlice() const noexcept {
-    if (!carriesTextRange()) return {};
-    return TextSlice(Ref(static_cast<Buffer<char16_t>*>(object())), rangeBegin(), rangeLength());
 }
 
 SymbolRef Cell::textAsSymbol() const {
@@ -85,16 +67,6 @@ Cell Cell::make(CellType type, std::u16string_view text) {
 }
 
 Cell Cell::symbol(SymbolRef name) noexcept { return Cell(CellType::Symbol, name.detach(), 0); }
-
-Cell Cell::fromText(CellType type, TextSlice text) noexcept {
-    const std::uint64_t body = text.begin() | (std::uint64_t{text.size()} << 32);
-    return Cell(type, text.detachBuffer().detach(), body);
-}
-
-Cell Cell::list(CellSlice items) noexcept {
-    const std::uint64_t body = items.begin() | (std::uint64_t{items.size()} << 32);
-    return Cell(CellType::List, items.detachBuffer().detach(), body);
-}
 
 Cell Cell::lambda(CellSlice form, Environment* scope, SymbolRef name) {
     void* memory = heap::allocate(sizeof(LambdaData));

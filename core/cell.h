@@ -105,7 +105,13 @@ class Cell {
     }
 
     // The fields of the record. A view is valid for as long as this cell, or a copy of it, lives.
-    [[nodiscard]] std::u16string_view text() const noexcept;
+    [[nodiscard]] std::u16string_view text() const noexcept {
+        if (is(CellType::Symbol)) return textOf(static_cast<const SymbolData*>(object()));
+        if (!carriesTextRange()) return textOfOther();
+        auto* buffer = static_cast<Buffer<char16_t>*>(object());
+        if (buffer == nullptr) return {};
+        return {buffer->slots() + rangeBegin(), rangeLength()};
+    }
     [[nodiscard]] double realValue() const noexcept {
         return is(CellType::Real) ? std::bit_cast<double>(body_) : 0.0;
     }
@@ -136,7 +142,11 @@ class Cell {
     /// The items as a slice that shares their buffer.
     [[nodiscard]] CellSlice itemSlice() const noexcept;
     /// The text of a String, EntityName or SelectionSet as a slice that shares its buffer.
-    [[nodiscard]] TextSlice textSlice() const noexcept;
+    [[nodiscard]] TextSlice textSlice() const noexcept {
+        if (!carriesTextRange()) return {};
+        return TextSlice(Ref(static_cast<Buffer<char16_t>*>(object())), rangeBegin(),
+                         rangeLength());
+    }
     /// The text as a symbol; made when the cell is not a symbol itself.
     [[nodiscard]] SymbolRef textAsSymbol() const;
     /// A Symbol's name without a count of its own; null for the empty name and for other types.
@@ -162,7 +172,10 @@ class Cell {
         return fromText(CellType::String, std::move(text));
     }
     static Cell string(std::u16string_view text) { return make(CellType::String, text); }
-    static Cell list(CellSlice items) noexcept;
+    static Cell list(CellSlice items) noexcept {
+        const std::uint64_t body = items.begin() | (std::uint64_t{items.size()} << 32);
+        return Cell(CellType::List, items.detachBuffer().detach(), body);
+    }
     static Cell list(std::initializer_list<Cell> items) {
         return list(CellSlice::copyOf(std::span<const Cell>(items.begin(), items.size())));
     }
@@ -181,8 +194,12 @@ class Cell {
     Cell(CellType type, HeapObject* counted, std::uint64_t body) noexcept
         : head_(reinterpret_cast<std::uintptr_t>(counted) | static_cast<std::uintptr_t>(type)),
           body_(body) {}
-    static Cell fromText(CellType type, TextSlice text) noexcept;
+    static Cell fromText(CellType type, TextSlice text) noexcept {
+        const std::uint64_t body = text.begin() | (std::uint64_t{text.size()} << 32);
+        return Cell(type, text.detachBuffer().detach(), body);
+    }
     [[nodiscard]] Items itemsOfOther() const noexcept;
+    [[nodiscard]] std::u16string_view textOfOther() const noexcept;
 
     [[nodiscard]] HeapObject* object() const noexcept {
         const std::uintptr_t address = head_ & ~typeMask;

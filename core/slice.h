@@ -47,6 +47,14 @@ template <class T> struct Buffer final : HeapObject {
         std::construct_at(slots() + last++, value);
         note(value);
     }
+    void fillBack(std::span<const T> values) noexcept {
+        if constexpr (std::is_trivially_copyable_v<T>) {
+            std::copy(values.begin(), values.end(), slots() + last);
+            last += static_cast<std::uint32_t>(values.size());
+        } else {
+            for (const T& value : values) fillBack(value);
+        }
+    }
     void fillFront(const T& value) noexcept {
         std::construct_at(slots() + --first, value);
         note(value);
@@ -109,14 +117,14 @@ template <class T> class Slice {
         if (more.empty()) return *this;
         if (buffer_ && begin_ + length_ == buffer_->last &&
             buffer_->capacity - buffer_->last >= more.size() && mayTake(more)) {
-            for (const T& element : more) buffer_->fillBack(element);
+            buffer_->fillBack(more);
             return Slice(buffer_, begin_, length_ + static_cast<std::uint32_t>(more.size()));
         }
         // Room in front that this slice may claim goes with it, for those who grow at both ends.
         const std::size_t inFront = buffer_ && begin_ == buffer_->first ? buffer_->first : 0;
         Slice grown = copyWithRoom(view(), std::min<std::size_t>(inFront, length_),
                                    roomToGrow(length_, more.size()));
-        for (const T& element : more) grown.buffer_->fillBack(element);
+        grown.buffer_->fillBack(more);
         grown.length_ += static_cast<std::uint32_t>(more.size());
         return grown;
     }
@@ -164,7 +172,7 @@ template <class T> class Slice {
         const std::size_t capacity = roomInFront + elements.size() + roomBehind;
         if (capacity == 0) return {};
         Ref<Buffer<T>> buffer(Buffer<T>::make(capacity, roomInFront));
-        for (const T& element : elements) buffer->fillBack(element);
+        buffer->fillBack(elements);
         heap::statistics().elementsCopied += elements.size();
         return Slice(std::move(buffer), static_cast<std::uint32_t>(roomInFront),
                      static_cast<std::uint32_t>(elements.size()));
