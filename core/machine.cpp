@@ -180,7 +180,7 @@ void traceInstruction(const Code& code, const Instruction* pc, const Cell* regis
 
 /// Calls `function`, of which it takes over a count.
 inline void Machine::callFunction(LambdaData* function, Cell* arguments, std::uint32_t count,
-                                  Cell* result) {
+                                  Cell* result, bool inNewSegment) {
     if (!function->code) [[unlikely]] {
         try {
             prepare(*function);
@@ -190,13 +190,15 @@ inline void Machine::callFunction(LambdaData* function, Cell* arguments, std::ui
         }
     }
     Environment* scope = function->scope ? function->scope.get() : &GlobalEnvironment();
-    enter(*function->code, function, scope, arguments, count, result);
+    enter(*function->code, function, scope, arguments, count, result, inNewSegment);
 }
 
 /// A call whose arguments stand in the list behind the head; the value replaces the head.
 void Machine::callSpread(Cell& head) {
     auto* function = static_cast<LambdaData*>(CellInspector::object(head));
     prepare(*function);
+    // Nothing may fail between the new segment and the frame that leaves it.
+    if (top_ == lastFrame_) growFrames();
     const Cell row = std::exchange(*(&head + 1), Cell());
     const Items arguments = row.items();
     const auto count = static_cast<std::uint32_t>(
@@ -205,7 +207,7 @@ void Machine::callSpread(Cell& head) {
     Cell* room = moveToNewSegment(nullptr, 0, std::max(function->code->registers, count));
     for (std::uint32_t i = 0; i < count; ++i) room[i] = arguments[i];
     CellInspector::head(head) = 0;  // its count goes with the call
-    callFunction(function, room, count, &head);
+    callFunction(function, room, count, &head, true);
 }
 
 ErrorInForce::ErrorInForce(const ErrorBuffer& error) noexcept
@@ -230,11 +232,12 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
         Cell* registers = segment_->cells();
         if (code.callsPlainly && count == code.parameters && code.registers <= firstCells) {
             for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
-            *++top_ = {code.entry, registers, &code, &value, nullptr, &scope, false, true};
+            *++top_ = {code.entry, registers, &code, &value, nullptr, &scope, false, false, true};
         } else {
-            if (count > segment_->capacity) registers = moveToNewSegment(registers, 0, count);
+            const bool needsRoom = count > segment_->capacity;
+            if (needsRoom) registers = moveToNewSegment(registers, 0, count);
             for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
-            enter(code, nullptr, &scope, registers, count, &value);
+            enter(code, nullptr, &scope, registers, count, &value, needsRoom);
         }
         loop(error);
     } catch (const TooDeep&) {
@@ -329,7 +332,7 @@ void Machine::loop(ErrorBuffer& error) {
             frame->result = (result_);                                                             \
             frame->function = called_;                                                             \
             frame->scope = called_->scope.get();                                                   \
-            frame->ownsScope = frame->returnsSlowly = false;                                       \
+            frame->returnsSlowly = false;                                                          \
             DISPATCH;                                                                              \
         }                                                                                          \
         callFunction(called_, arguments_, pc->b, result_);                                         \

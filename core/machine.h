@@ -54,10 +54,11 @@ class Machine {
     struct Segment;
 
     void loop(ErrorBuffer& error);
-    void callFunction(LambdaData* function, Cell* arguments, std::uint32_t count, Cell* result);
+    void callFunction(LambdaData* function, Cell* arguments, std::uint32_t count, Cell* result,
+                      bool inNewSegment = false);
     void callSpread(Cell& head);
     void enter(Code& code, LambdaData* function, Environment* scope, Cell* arguments,
-               std::uint32_t count, Cell* result);
+               std::uint32_t count, Cell* result, bool inNewSegment = false);
     static void fitArguments(Code& code, Frame& frame, std::uint32_t count);
     Cell* moveToNewSegment(Cell* arguments, std::uint32_t count, std::uint32_t registers);
     Segment* makeSegment(std::size_t capacity);

@@ -14,7 +14,9 @@ struct Machine::Frame {
     LambdaData* function;  // held; null when no function was called
     Environment* scope;    // that of the code, or the one around it when names are in registers
     bool ownsScope;        // it was made for this call and is held
-    bool returnsSlowly;    // there is more to do than to let go of the function
+    bool beganSegment;     // its registers are the first of a segment made for it
+    bool returnsSlowly;    // there is more to do than to let go of the function; else the two flags
+                           // before it are not set
 };
 
 struct Machine::Segment {

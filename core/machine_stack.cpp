@@ -120,9 +120,9 @@ void Machine::trim() noexcept {
 }
 
 /// Begins a call: `arguments` are registers, and those behind them are free. Takes over one count
-/// of `function`.
+/// of `function`. `inNewSegment`: the arguments are the first registers of a segment made for them.
 void Machine::enter(Code& code, LambdaData* function, Environment* scope, Cell* arguments,
-                    std::uint32_t count, Cell* result) {
+                    std::uint32_t count, Cell* result, bool inNewSegment) {
     Cell* registers = arguments;
     try {
         if (top_ == lastFrame_) growFrames();
@@ -132,9 +132,10 @@ void Machine::enter(Code& code, LambdaData* function, Environment* scope, Cell* 
         dropReference(function);  // nobody else has it yet
         throw;
     }
-    const bool newSegment = registers != arguments;
-    *++top_ = {code.entry, registers, &code, result,
-               function,   scope,     false, newSegment || function == nullptr};
+    const bool newSegment = inNewSegment || registers != arguments;
+    *++top_ = {code.entry, registers,  &code,
+               result,     function,   scope,
+               false,      newSegment, newSegment || function == nullptr};
     if (count == code.parameters && code.callsPlainly) return;
     fitArguments(code, *top_, count);
 }
@@ -170,8 +171,8 @@ void Machine::fitArguments(Code& code, Frame& frame, std::uint32_t count) {
 // Takes the top frame away. Its registers hold nothing any more.
 void Machine::pop() noexcept {
     const Frame& frame = *top_--;
-    if (frame.registers == segment_->cells() && segment_->before != nullptr) leaveSegment();
-    if (frame.ownsScope) {
+    if (frame.returnsSlowly && frame.beganSegment) leaveSegment();
+    if (frame.returnsSlowly && frame.ownsScope) {
         if (frame.scope->references > 1) scope_collector::scopeOutlivedCall();
         dropReference(frame.scope);
     }
