@@ -793,7 +793,7 @@ op_callGlobal : {
     Cell value = head.proc()(Arguments(arguments, pc->b));
     for (unsigned i = 0; i < pc->b; ++i) release(arguments[i]);
     put(*arguments, std::move(value));
-    goto returned;
+    goto returnedFromProc;
 }
 op_call : {
     Cell& head = R[pc->a];
@@ -808,7 +808,7 @@ op_call : {
         goto interrupted;
     callOther(head, Arguments(arguments, pc->b), error);
     for (unsigned i = 0; i < pc->b; ++i) release(arguments[i]);
-    goto returned;
+    goto returnedFromProc;
 }
 op_callBuiltin : {
     GUARD(pc->y);
@@ -837,7 +837,7 @@ op_callSpread : {
         goto interrupted;
     callOther(head, R[pc->a + 1].items(), error);
     release(R[pc->a + 1]);
-    goto returned;
+    goto returnedFromProc;
 }
 op_leave : {
     const std::uintptr_t head = headOf(R[pc->a]);
@@ -894,6 +894,10 @@ called:
         goto interrupted;
     LOAD;
     DISPATCH;
+returnedFromProc:
+    // What it evaluated may have run this code too, and taken a detour that brought new constants.
+    K = frame->code->constants.data();
+    N = frame->code->names.data();
 returned:
     if (interruption::pending()) [[unlikely]]
         goto interrupted;
