@@ -726,7 +726,7 @@ op_jump:
 op_jumpIfFalse : {
     const bool isFalse = !isTrue(R[pc->a]);
     release(R[pc->a]);
-    if (isFalse) JUMP;
+    if (isFalse) JUMP_BACK;
     NEXT;
 }
 op_jumpIfTrue : {
