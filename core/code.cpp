@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cassert>
-#include <cstdlib>
+#include <iterator>
 #include <string_view>
 
 namespace vlisp {
@@ -40,6 +40,7 @@ Code::~Code() = default;
 Ref<Code> Code::make() { return Ref(new (heap::allocate(sizeof(Code))) Code()); }
 
 void Code::reset() noexcept {
+    detours.clear();
     blocks.resize(1);
     blocks[0]->instructions.clear();
     blocks[0]->shortWays.clear();
@@ -55,17 +56,23 @@ void Code::reset() noexcept {
 }
 
 ShortWay& Code::shortWayAt(const Instruction* at, std::size_t& block) noexcept {
-    for (block = 0; block < blocks.size(); ++block) {
-        Block& each = *blocks[block];
+    const auto holds = [at](const Block& each) {
         const Instruction* begin = each.instructions.data();
-        if (at < begin || at >= begin + each.instructions.size()) continue;
-        const auto index = static_cast<std::uint32_t>(at - begin);
-        const auto next = std::ranges::upper_bound(each.shortWays, index, {}, &ShortWay::first);
-        assert(next != each.shortWays.begin());
-        return *(next - 1);
+        return std::less_equal<>()(begin, at) &&
+               std::less<>()(at, begin + each.instructions.size());
+    };
+    block = 0;
+    if (!holds(*blocks[0])) {
+        const auto behind = detours.upper_bound(at);
+        assert(behind != detours.begin() && "an instruction of no block");
+        block = std::prev(behind)->second;
     }
-    assert(false && "an instruction of no block");
-    std::abort();
+    Block& home = *blocks[block];
+    assert(holds(home) && "an instruction of no block");
+    const auto index = static_cast<std::uint32_t>(at - home.instructions.data());
+    const auto next = std::ranges::upper_bound(home.shortWays, index, {}, &ShortWay::first);
+    assert(next != home.shortWays.begin());
+    return *(next - 1);
 }
 
 std::string_view operandsOf(Op op) noexcept {

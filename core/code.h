@@ -14,6 +14,8 @@
 #include "core/cell.h"
 #include "core/environment.h"
 
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -135,7 +137,7 @@ namespace vlisp {
     X(evaluate,         "a K")      /* R(a) = the form K, translated apart (it is too deep) */     \
     X(move,             "a b")      /* R(a) = R(b), which is empty then */                         \
     X(drop,             "a")        /* R(a) is let go of */                                        \
-    X(comeBack,         "x")        /* end of a detour: on with instruction x of block a */        \
+    X(comeBack,         "x")        /* end of a detour: on with instruction x of block y */        \
     X(leave,            "a")        /* the code's value is R(a) */
 // clang-format on
 
@@ -171,6 +173,7 @@ struct ShortWay {
     /// the jump just before `after` depends on whether it is true.
     enum class Use : std::uint8_t { value, assign, jumpIfTrue, jumpIfFalse } use = Use::value;
     std::uint16_t slot = 0;
+    std::uint16_t nesting = 0;  ///< how deep in its code the form stands
 
     std::uint32_t detour = 0;  ///< number of the block of the long way; 0 until it is translated
 };
@@ -191,6 +194,8 @@ class Code final : public HeapObject {
 
     /// Block 0 is the form itself, the others are detours. Their addresses stay.
     std::vector<std::unique_ptr<Block>> blocks;
+    /// Number of each detour's block, by its first instruction.
+    std::map<const Instruction*, std::uint32_t, std::less<>> detours;
     std::vector<Cell> constants;
     std::vector<SymbolRef> names;
     std::vector<Ref<Code>> parts;  ///< of `evaluate`, by number of the constant; null until needed

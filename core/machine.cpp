@@ -884,7 +884,7 @@ op_drop:
     release(R[pc->a]);
     NEXT;
 op_comeBack:
-    pc = frame->code->blocks[pc->a]->instructions.data() + pc->x;
+    pc = frame->code->blocks[static_cast<std::size_t>(pc->y)]->instructions.data() + pc->x;
     DISPATCH;
 
     // --- Where instructions meet ---

@@ -268,9 +268,10 @@ class Translator {
     /// The long way of `way.form`, and what becomes of its value. Comes back to block `home`.
     void detour(const ShortWay& way, std::size_t home) {
         const Register t = way.target;
+        nesting_ = way.nesting;
         longWay(way.form.items(), t);
         const auto comeBackTo = [&](std::uint32_t at) {
-            emit({.op = Op::comeBack, .a = narrow(static_cast<Register>(home)), .x = at});
+            emit({.op = Op::comeBack, .x = at, .y = static_cast<std::int32_t>(home)});
         };
         switch (way.use) {
         case ShortWay::Use::value: break;
@@ -931,6 +932,7 @@ class Translator {
         way.form = cell;
         way.target = narrow(t);
         way.use = use;
+        way.nesting = static_cast<std::uint16_t>(nesting_);
         shortWays().push_back(std::move(way));
         // The long way needs a register for the head and one for each argument, and so for each
         // form in it.
@@ -1148,8 +1150,10 @@ Block& translateDetour(Code& code, std::size_t home, ShortWay& shortWay) {
     if (shortWay.detour != 0) return *code.blocks[shortWay.detour];
     auto block = std::make_unique<Block>();
     Translator(code, *block).detour(shortWay, home);
+    const auto number = static_cast<std::uint32_t>(code.blocks.size());
     code.blocks.push_back(std::move(block));
-    shortWay.detour = static_cast<std::uint32_t>(code.blocks.size() - 1);
+    code.detours.emplace(code.blocks.back()->instructions.data(), number);
+    shortWay.detour = number;
     return *code.blocks.back();
 }
 
