@@ -2,6 +2,7 @@
 #include "core/list_index.h"
 
 #include <array>
+#include <bit>
 #include <limits>
 #include <vector>
 
@@ -33,10 +34,11 @@ struct Note {
     }
     [[nodiscard]] std::size_t slotOf(std::int32_t key) const noexcept {
         constexpr std::uint32_t golden = 0x9e3779b1;  // 2^32 divided by the golden ratio
-        std::size_t slot = static_cast<std::uint32_t>(key) * golden;
         const std::size_t mask = places.size() - 1;
-        for (slot &= mask; places[slot].at != nowhere && places[slot].key != key;)
-            slot = (slot + 1) & mask;
+        // The upper bits: the lower ones of multiples of a power of two are all the same.
+        std::size_t slot = (static_cast<std::uint32_t>(key) * golden) >>
+                           std::countl_zero(static_cast<std::uint32_t>(mask));
+        for (; places[slot].at != nowhere && places[slot].key != key;) slot = (slot + 1) & mask;
         return slot;
     }
     void clear() noexcept {
