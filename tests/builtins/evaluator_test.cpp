@@ -90,5 +90,16 @@ TEST(EvaluatorWithBuiltins, ACommandIsRegisteredAndEvaluatesByItsExpression) {
     EXPECT_EQ(lisp.eval("(HELLO)"), "\"hi\"");
 }
 
+// What the inner call learns of the errors in it brings new constants to the code of both.
+TEST(EvaluatorWithBuiltins, AFunctionIsCalledWhileItRuns) {
+    std::string constants;
+    for (int i = 0; i < 60; ++i) constants += "(setq r (list \"alpha\" \"beta\"))";
+    test::BareLisp lisp;
+    lisp.eval("(defun f (n) (if (= n 0) (list zzz 1 2 (list 3 zzz))"
+              " (vl-remove-if '(lambda (x) (f 0)) '(1))) " +
+              constants + " (list r \"omega\"))");
+    EXPECT_EQ(lisp.eval("(f 1)"), "((\"alpha\" \"beta\") \"omega\")");
+}
+
 }  // namespace
 }  // namespace vlisp

@@ -46,6 +46,55 @@ TEST(LimitsWithBuiltins, RunawayRecursionEndsInAnError) {
     EXPECT_EQ(lisp.eval("a"), ";error; undefined symbol 'A'\n");
 }
 
+// Two hundred arguments and more stand in registers of their own, which the call leaves again.
+TEST(LimitsWithBuiltins, ACallWithManyArgumentsLeavesTheStackAsItWas) {
+    std::string numbers;
+    for (int i = 1; i <= 250; ++i) numbers += ' ' + std::to_string(i);
+    test::BareLisp lisp;
+    lisp.eval("(defun first (a) a)");
+    lisp.eval("(defun down (n) (if (< n 1) 0 (+ 1 (down (- n (first" + numbers + "))))))");
+    EXPECT_EQ(lisp.eval("(down 300)"), "300");
+    lisp.eval("(defun up (n) (+ 1 (up (+ n 1))))");
+    EXPECT_EQ(lisp.eval("(begin (first" + numbers + ") (up 1))"), tooDeep);
+    EXPECT_EQ(lisp.eval("(down 300)"), "300");
+}
+
+// A function that keeps its names in a scope, called from the first register of another, over and
+// over where registers are about to run out.
+TEST(LimitsWithBuiltins, ACallReturnsFromItsOwnRegistersOnly) {
+    test::BareLisp lisp;
+    lisp.eval("(defun leaf (/ h) (defun h () 1) 5)");
+    lisp.eval("(defun bottom () 0)");
+    lisp.eval("(defun down () (leaf) (leaf) (list 1 2 3 4 5 6 7 8 (list 1 2 3 4 5 6 7 (not T)))"
+              " (+ 1 (if (< n 1) (bottom) (begin (setq n (- n 1)) (down)))))");
+    lisp.eval("(setq n 20000)");
+    const std::string answer = onEvaluationThread(lisp, "(down)");
+    EXPECT_TRUE(answer == "20001" || answer == tooDeep) << answer;
+    lisp.eval("(setq n 20000)");
+    lisp.eval("(defun bottom () (+ 1 (bottom)))");
+    EXPECT_EQ(onEvaluationThread(lisp, "(down)"), tooDeep);
+    EXPECT_EQ(lisp.eval("(leaf)"), "5");
+}
+
+TEST(LimitsWithBuiltins, ArithmeticNestedDeepWorksWithOtherOperations) {
+    std::string form = "1";
+    for (int i = 0; i < 1000; ++i) form = "(+ 1 " + form + ")";
+    test::BareLisp lisp;
+    lisp.eval("(defun sum () " + form + ")");
+    EXPECT_EQ(onEvaluationThread(lisp, "(sum)"), "1001");
+    lisp.eval("(setq + -)");
+    EXPECT_EQ(onEvaluationThread(lisp, "(sum)"), "1");
+    EXPECT_EQ(onEvaluationThread(lisp, form), "1");
+}
+
+TEST(LimitsWithBuiltins, AFormMayTakeAnyNumberOfDetours) {
+    std::string form;
+    for (int i = 0; i < 34'000; ++i) form += "(+ 7 (+ 5 3))";
+    test::BareLisp lisp;
+    lisp.eval("(setq + -)");
+    EXPECT_EQ(lisp.eval("(begin " + form + ")"), "5");
+}
+
 TEST(LimitsWithBuiltins, RecursionThroughABuiltinThatCallsBackEndsInAnError) {
     test::BareLisp lisp;
     lisp.eval("(defun f (x) (vl-remove-if f '(1 2)))");

@@ -131,7 +131,8 @@ TEST_F(Limits, OnAnEvaluationThreadRecursionGoesAsDeepAsItsStack) {
 
 TEST_F(Limits, ARequestEndsALoop) {
     for (const std::u16string_view loop :
-         {u"(while 1 (turn))", u"(repeat 2147483647 (turn))", u"(while (setq a (turn)))"}) {
+         {u"(while 1 (turn))", u"(repeat 2147483647 (turn))", u"(while (setq a (turn)))",
+          u"(begin (turn) (while (not (if 1 (not 1)))))"}) {
         turns = 0;
         std::thread user([] {
             while (turns == 0) std::this_thread::yield();
