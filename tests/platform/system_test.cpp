@@ -149,6 +149,123 @@ TEST(WithStack, HandsAnExceptionToTheCaller) {
                      std::runtime_error);
 }
 
+// --- Blocks ---
+
+constexpr std::size_t largePage = std::size_t{2} << 20;
+const std::size_t blockSizes[] = {
+    1, 100, 4096, 65'537, largePage - 1, largePage, largePage + 1, 3 * largePage + 5000};
+
+// Looks at all bytes of a block from `from` on.
+bool isZero(const void* block, std::size_t from, std::size_t bytes) {
+    const auto* begin = static_cast<const unsigned char*>(block);
+    return std::all_of(begin + from, begin + bytes, [](unsigned char byte) { return byte == 0; });
+}
+
+void fill(void* block, std::size_t bytes) {
+    auto* begin = static_cast<unsigned char*>(block);
+    for (std::size_t i = 0; i < bytes; ++i) begin[i] = static_cast<unsigned char>(i % 251 + 1);
+}
+
+bool isFilled(const void* block, std::size_t bytes) {
+    const auto* begin = static_cast<const unsigned char*>(block);
+    for (std::size_t i = 0; i < bytes; ++i)
+        if (begin[i] != i % 251 + 1) return false;
+    return true;
+}
+
+TEST(Block, IsZeroAndCanBeFilled) {
+    for (const std::size_t bytes : blockSizes) {
+        void* block = allocateBlock(bytes);
+        ASSERT_NE(block, nullptr) << bytes;
+        EXPECT_TRUE(isZero(block, 0, bytes)) << bytes;
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 4096, 0U) << bytes;
+        fill(block, bytes);
+        EXPECT_TRUE(isFilled(block, bytes)) << bytes;
+        freeBlock(block, bytes);
+    }
+}
+
+TEST(Block, ALargeOneBeginsWithALargePage) {
+    for (const std::size_t bytes : {largePage, 5 * largePage + 1}) {
+        void* first = allocateBlock(bytes);
+        void* second = allocateBlock(bytes);
+        ASSERT_TRUE(first != nullptr && second != nullptr);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(first) % largePage, 0U);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(second) % largePage, 0U);
+        freeBlock(first, bytes);
+        freeBlock(second, bytes);
+    }
+}
+
+TEST(Block, SeveralDoNotOverlap) {
+    void* blocks[std::size(blockSizes)];
+    for (std::size_t i = 0; i < std::size(blockSizes); ++i) {
+        blocks[i] = allocateBlock(blockSizes[i]);
+        ASSERT_NE(blocks[i], nullptr);
+        fill(blocks[i], blockSizes[i]);
+    }
+    for (std::size_t i = 0; i < std::size(blockSizes); ++i) {
+        EXPECT_TRUE(isFilled(blocks[i], blockSizes[i]));
+        freeBlock(blocks[i], blockSizes[i]);
+    }
+}
+
+TEST(Block, WhatComesAfterAnotherIsZeroAgain) {
+    for (int round = 0; round < 3; ++round) {
+        constexpr std::size_t bytes = largePage + 4096;
+        void* block = allocateBlock(bytes);
+        ASSERT_NE(block, nullptr);
+        EXPECT_TRUE(isZero(block, 0, bytes));
+        fill(block, bytes);
+        freeBlock(block, bytes);
+    }
+}
+
+TEST(Block, KeepsItsContentsWhenItIsResized) {
+    for (const std::size_t bytes : blockSizes)
+        for (const std::size_t newBytes : blockSizes) {
+            void* block = allocateBlock(bytes);
+            ASSERT_NE(block, nullptr);
+            fill(block, bytes);
+            void* resized = resizeBlock(block, bytes, newBytes);
+            ASSERT_NE(resized, nullptr) << bytes << " to " << newBytes;
+            EXPECT_TRUE(isFilled(resized, std::min(bytes, newBytes)))
+                << bytes << " to " << newBytes;
+            if (newBytes > bytes) {
+                EXPECT_TRUE(isZero(resized, bytes, newBytes)) << bytes << " to " << newBytes;
+            }
+            fill(resized, newBytes);
+            freeBlock(resized, newBytes);
+        }
+}
+
+TEST(Block, GrowsAgainAndAgain) {
+    std::size_t bytes = 4096;
+    void* block = allocateBlock(bytes);
+    ASSERT_NE(block, nullptr);
+    while (bytes < (std::size_t{16} << 20)) {
+        fill(block, bytes);
+        block = resizeBlock(block, bytes, bytes * 2);
+        ASSERT_NE(block, nullptr);
+        EXPECT_TRUE(isFilled(block, bytes));
+        EXPECT_TRUE(isZero(block, bytes, bytes * 2));
+        bytes *= 2;
+    }
+    freeBlock(block, bytes);
+}
+
+TEST(Block, IsRefusedWhereThereIsNoMemory) {
+    EXPECT_EQ(allocateBlock(SIZE_MAX), nullptr);
+    EXPECT_EQ(allocateBlock(SIZE_MAX - largePage), nullptr);
+    EXPECT_EQ(allocateBlock(std::size_t{1} << 60), nullptr);
+    void* block = allocateBlock(10'000);
+    ASSERT_NE(block, nullptr);
+    fill(block, 10'000);
+    EXPECT_EQ(resizeBlock(block, 10'000, std::size_t{1} << 60), nullptr);
+    EXPECT_TRUE(isFilled(block, 10'000)) << "it stays as it was";
+    freeBlock(block, 10'000);
+}
+
 class Window final : public MessageWindow {
   public:
     void post(unsigned message, const void* record) override {
