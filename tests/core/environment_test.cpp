@@ -5,8 +5,10 @@
 #include "core/printer.h"
 #include "core/reader.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 namespace vlisp {
 namespace {
@@ -181,6 +183,220 @@ TEST_F(CallScope, SetqOfNilIsQuiet) {
     ASSERT_NE(found(*global, u"Z"), nullptr);
     EXPECT_EQ(found(*global, u"Z")->type(), CellType::Symbol);
     EXPECT_EQ(found(*global, u"Z")->text(), u"nil");
+}
+
+// --- Scopes with slots ---
+
+// A scope of the slots A, B and C, of which none is bound.
+struct Slots {
+    Ref<ScopeShape> shape = ScopeShape::make({});
+    Ref<Environment> global = Environment::make(nullptr);
+    Ref<Environment> scope;
+    Slots() {
+        for (const char16_t* each : {u"A", u"B", u"C"}) shape->add(intern(each), false);
+        scope = Environment::make(*shape, global.get());
+    }
+};
+
+std::vector<std::u16string> boundNames(const Environment& scope) {
+    std::vector<std::u16string> names;
+    for (const Environment::Binding& binding : scope.bindings())
+        names.push_back(std::u16string(textOf(binding.name.get())) + u"=" +
+                        PrintCell(binding.value));
+    std::ranges::sort(names);
+    return names;
+}
+
+using BoundNames = std::vector<std::u16string>;
+
+TEST(ScopeShape, GivesEachNameOneSlot) {
+    for (const int count : {1, 12, 13, 14, 500}) {
+        const Ref<ScopeShape> outer = ScopeShape::make({});
+        const Ref<ScopeShape> shape = ScopeShape::make(outer);
+        EXPECT_EQ(shape->outer(), outer.get());
+        for (int round = 0; round < 2; ++round)
+            for (int i = 0; i < count; ++i)
+                EXPECT_EQ(shape->add(name(i), round == 0 && i == 0), static_cast<std::uint32_t>(i));
+        ASSERT_EQ(shape->slots().size(), static_cast<std::size_t>(count));
+        EXPECT_TRUE(shape->slots()[0].alwaysBound) << "what was added first stays";
+        for (int i = 0; i < count; ++i)
+            EXPECT_EQ(shape->find(name(i).get()), static_cast<std::uint32_t>(i));
+        EXPECT_EQ(shape->find(name(count).get()), ScopeShape::none);
+        EXPECT_EQ(shape->find(nullptr), ScopeShape::none);
+        EXPECT_EQ(shape->add(SymbolRef(), false), static_cast<std::uint32_t>(count));
+        EXPECT_EQ(shape->find(nullptr), static_cast<std::uint32_t>(count));
+    }
+}
+
+TEST(ScopeWithSlots, BeginsWithoutBindings) {
+    const Slots slots;
+    EXPECT_EQ(slots.scope->shape(), slots.shape.get());
+    EXPECT_EQ(slots.scope->outer(), slots.global.get());
+    EXPECT_FALSE(slots.scope->isGlobal());
+    EXPECT_EQ(found(*slots.scope, u"A"), nullptr);
+    EXPECT_TRUE(slots.scope->bindings().empty());
+    for (std::size_t i = 0; i < 3; ++i) EXPECT_TRUE(slots.scope->slots()[i].isUnbound());
+}
+
+TEST(ScopeWithSlots, ANameWithASlotIsBoundThere) {
+    const Slots slots;
+    slots.scope->Bind(intern(u"B"), Cell::integer(1));
+    slots.scope->Bind(intern(u"B"), Cell::integer(2));
+    EXPECT_EQ(found(*slots.scope, u"B"), &slots.scope->slots()[1]);
+    EXPECT_EQ(slots.scope->slots()[1].intValue(), 2);
+    EXPECT_EQ(boundNames(*slots.scope), (BoundNames{u"B=2"}));
+    slots.scope->slots()[0] = NilCell;
+    EXPECT_EQ(boundNames(*slots.scope), (BoundNames{u"A=nil", u"B=2"})) << "nil is a value";
+}
+
+TEST(ScopeWithSlots, AnyOtherNameIsBoundBesides) {
+    const Slots slots;
+    slots.scope->Bind(intern(u"Z"), Cell::integer(26));
+    slots.scope->Bind(SymbolRef(), Cell::integer(0));
+    slots.scope->Bind(intern(u"C"), Cell::integer(3));
+    slots.scope->Bind(intern(u"Z"), Cell::integer(27));
+    EXPECT_EQ(boundNames(*slots.scope), (BoundNames{u"=0", u"C=3", u"Z=27"}));
+    EXPECT_EQ(found(*slots.scope, u"Z")->intValue(), 27);
+    EXPECT_EQ(found(*slots.global, u"Z"), nullptr);
+}
+
+TEST(ScopeWithSlots, AnUnboundSlotIsSearchedFurtherOutward) {
+    const Slots slots;
+    slots.global->Bind(intern(u"A"), Cell::integer(7));
+    ErrorBuffer error;
+    EXPECT_EQ(&FindScope(*slots.scope, intern(u"A").get(), error), slots.global.get());
+    slots.scope->Bind(intern(u"A"), Cell::integer(8));
+    EXPECT_EQ(&FindScope(*slots.scope, intern(u"A").get(), error), slots.scope.get());
+    EXPECT_TRUE(error.empty());
+}
+
+TEST(ScopeWithSlots, ClearLetsGoOfEverything) {
+    const Slots slots;
+    const std::size_t before = heap::used();
+    slots.scope->Bind(intern(u"A"), Cell::list({Cell::integer(1), Cell::integer(2)}));
+    slots.scope->Bind(intern(u"Z"), Cell::integer(1));
+    std::size_t visited = 0;
+    slots.scope->forEachValue([&](const Cell&) { ++visited; });
+    EXPECT_EQ(visited, 2U);
+    slots.scope->clear();
+    EXPECT_TRUE(slots.scope->bindings().empty());
+    EXPECT_EQ(found(*slots.scope, u"A"), nullptr);
+    EXPECT_EQ(found(*slots.scope, u"Z"), nullptr);
+    EXPECT_EQ(heap::used(), before);
+    slots.scope->Bind(intern(u"A"), TrueCell);
+    EXPECT_EQ(boundNames(*slots.scope), (BoundNames{u"A=T"}));
+}
+
+TEST(ScopeWithSlots, LetsGoOfWhatItHeldAtItsEnd) {
+    const std::size_t before = heap::used();
+    {
+        const Slots slots;
+        slots.scope->Bind(intern(u"A"), Cell::string(std::u16string(1000, u'x')));
+        slots.scope->Bind(intern(u"Z"), Cell::string(std::u16string(1000, u'y')));
+        EXPECT_GT(heap::used(), before + 4000);
+    }
+    EXPECT_EQ(heap::used(), before);
+}
+
+// --- The global scope ---
+
+// A scope that is the global one while this lives.
+struct GlobalForTest {
+    explicit GlobalForTest(Environment& scope) { setGlobalEnvironment(&scope); }
+    ~GlobalForTest() { setGlobalEnvironment(nullptr); }
+    GlobalForTest(const GlobalForTest&) = delete;
+    GlobalForTest& operator=(const GlobalForTest&) = delete;
+};
+
+Cell& globalPlaceOf(std::u16string_view text) { return globalPlace(*intern(text)); }
+
+TEST(GlobalScope, KeepsItsValuesInTheirNames) {
+    const Ref<Environment> scope = Environment::make(nullptr);
+    const SymbolRef early = intern(u"EARLY");
+    const SymbolRef late = intern(u"LATE");
+    scope->Bind(early, Cell::integer(1));
+    EXPECT_TRUE(globalPlace(*early).isUnbound());
+    {
+        const GlobalForTest global(*scope);
+        EXPECT_EQ(&GlobalEnvironment(), scope.get());
+        EXPECT_TRUE(scope->isGlobal());
+        EXPECT_EQ(found(*scope, u"EARLY"), &globalPlace(*early));
+        EXPECT_EQ(globalPlace(*early).intValue(), 1);
+        scope->Bind(late, Cell::integer(2));
+        EXPECT_EQ(globalPlace(*late).intValue(), 2);
+        scope->Bind(early, Cell::integer(3));
+        EXPECT_EQ(boundNames(*scope), (BoundNames{u"EARLY=3", u"LATE=2"}));
+        EXPECT_EQ(found(*scope, u"NEITHER-OF-THEM"), nullptr);
+    }
+    EXPECT_FALSE(scope->isGlobal());
+    EXPECT_TRUE(globalPlace(*early).isUnbound());
+    EXPECT_TRUE(globalPlace(*late).isUnbound());
+    EXPECT_EQ(boundNames(*scope), (BoundNames{u"EARLY=3", u"LATE=2"})) << "they came back";
+    EXPECT_EQ(found(*scope, u"LATE")->intValue(), 2);
+}
+
+TEST(GlobalScope, TheEmptyNameHasAPlaceToo) {
+    const Ref<Environment> scope = Environment::make(nullptr);
+    {
+        const GlobalForTest global(*scope);
+        EXPECT_EQ(scope->find(nullptr), nullptr);
+        scope->Bind(SymbolRef(), Cell::integer(5));
+        EXPECT_EQ(scope->find(nullptr)->intValue(), 5);
+        EXPECT_EQ(boundNames(*scope), (BoundNames{u"=5"}));
+    }
+    EXPECT_EQ(boundNames(*scope), (BoundNames{u"=5"}));
+    const Ref<Environment> other = Environment::make(nullptr);
+    const GlobalForTest global(*other);
+    EXPECT_EQ(other->find(nullptr), nullptr);
+}
+
+TEST(GlobalScope, ChangesHandsWithItsNames) {
+    const Ref<Environment> first = Environment::make(nullptr);
+    const Ref<Environment> second = Environment::make(nullptr);
+    first->Bind(intern(u"BOTH"), Cell::integer(1));
+    first->Bind(intern(u"FIRST"), Cell::integer(1));
+    second->Bind(intern(u"BOTH"), Cell::integer(2));
+    for (int round = 0; round < 2; ++round) {
+        setGlobalEnvironment(first.get());
+        EXPECT_EQ(globalPlaceOf(u"BOTH").intValue(), 1);
+        EXPECT_EQ(globalPlaceOf(u"FIRST").intValue(), 1);
+        EXPECT_EQ(boundNames(*second), (BoundNames{u"BOTH=2"}));
+        setGlobalEnvironment(second.get());
+        EXPECT_EQ(globalPlaceOf(u"BOTH").intValue(), 2);
+        EXPECT_TRUE(globalPlaceOf(u"FIRST").isUnbound());
+        EXPECT_EQ(found(*second, u"FIRST"), nullptr);
+        EXPECT_EQ(boundNames(*first), (BoundNames{u"BOTH=1", u"FIRST=1"}));
+    }
+    setGlobalEnvironment(nullptr);
+    EXPECT_TRUE(globalPlaceOf(u"BOTH").isUnbound());
+    EXPECT_EQ(boundNames(*second), (BoundNames{u"BOTH=2"}));
+}
+
+TEST(GlobalScope, ClearUnbindsTheNames) {
+    const Ref<Environment> scope = Environment::make(nullptr);
+    const SymbolRef kept = intern(u"CLEARED");
+    const GlobalForTest global(*scope);
+    scope->Bind(kept, Cell::integer(1));
+    scope->clear();
+    EXPECT_TRUE(globalPlace(*kept).isUnbound());
+    EXPECT_TRUE(scope->bindings().empty());
+    EXPECT_TRUE(scope->isGlobal());
+    scope->Bind(kept, Cell::integer(2));
+    EXPECT_EQ(boundNames(*scope), (BoundNames{u"CLEARED=2"}));
+}
+
+TEST(GlobalScope, ManyNamesAreBoundAndComeBack) {
+    const Ref<Environment> scope = Environment::make(nullptr);
+    {
+        const GlobalForTest global(*scope);
+        for (int i = 0; i < 1000; ++i) scope->Bind(name(i), Cell::integer(i));
+        for (int i = 0; i < 1000; ++i) EXPECT_EQ(scope->find(name(i).get())->intValue(), i);
+        std::size_t visited = 0;
+        scope->forEachValue([&](const Cell&) { ++visited; });
+        EXPECT_EQ(visited, 1000U);
+    }
+    EXPECT_EQ(scope->bindings().size(), 1000U);
+    for (int i = 0; i < 1000; ++i) EXPECT_EQ(scope->find(name(i).get())->intValue(), i);
 }
 
 TEST(Environment, LivesAsLongAsALambdaMadeInIt) {
