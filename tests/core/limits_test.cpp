@@ -129,6 +129,18 @@ TEST_F(Limits, OnAnEvaluationThreadRecursionGoesAsDeepAsItsStack) {
     EXPECT_GT(static_cast<std::size_t>(turns), platform::evaluationStack / 20'000);
 }
 
+// Scope and helper hold each other: counting alone would keep every one of them.
+TEST_F(Limits, AMillionCallsOfAFunctionThatDefinesAHelperDoNotGrowMemory) {
+    eval(u"(defun f (x) (defun helper (y) x) (turn (helper x)))");
+    EXPECT_EQ(eval(u"(repeat 20000 (f '(1 2 3)))"), u"T");
+    const std::size_t before = heap::used();
+    turns = 0;
+    EXPECT_EQ(eval(u"(repeat 1000000 (f '(1 2 3)))"), u"T");
+    EXPECT_EQ(turns, 1'000'000);
+    // At any time there are those of the calls since the last look.
+    EXPECT_LT(heap::used(), before + (std::size_t{32} << 20));
+}
+
 TEST_F(Limits, ARequestEndsALoop) {
     for (const std::u16string_view loop :
          {u"(while 1 (turn))", u"(repeat 2147483647 (turn))", u"(while (setq a (turn)))",
