@@ -41,6 +41,9 @@ Ref<Code> codeOf(const CellSlice& form, const Ref<ScopeShape>& outer) {
     for (const Entry& entry : entries)
         if (entry.begin == form.begin() && entry.length == form.size() && entry.outer == outer)
             return entry.code;
+    // A program that grows a form and tries each length: what it has left behind is not kept.
+    constexpr std::size_t mostOfOneBuffer = 16;
+    if (entries.size() >= mostOfOneBuffer) return translate(form.view(), outer);
     buffer->watched = true;
     Ref<Code> code = translate(form.view(), outer);
     cache()[buffer].push_back({form.begin(), form.size(), outer, code});

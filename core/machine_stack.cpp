@@ -195,6 +195,8 @@ void Machine::unwind() noexcept {
 
 namespace {
 
+constexpr std::size_t mostIdle = 16;
+
 std::vector<std::unique_ptr<Machine>>& idleMachines() {
     static std::vector<std::unique_ptr<Machine>> idle;
     return idle;
@@ -203,6 +205,7 @@ std::vector<std::unique_ptr<Machine>>& idleMachines() {
 }  // namespace
 
 MachineLease::MachineLease() {
+    idleMachines().reserve(mostIdle);  // giving back must not fail
     if (idleMachines().empty()) {
         machine_ = std::make_unique<Machine>();
         return;
@@ -212,7 +215,6 @@ MachineLease::MachineLease() {
 }
 
 MachineLease::~MachineLease() {
-    constexpr std::size_t mostIdle = 16;
     machine_->trim();
     if (idleMachines().size() < mostIdle) idleMachines().push_back(std::move(machine_));
 }
