@@ -1,7 +1,7 @@
 // The list index: long association lists that are searched again and again.
 // One idea: a list never changes, so where each key stands first can be noted once; a list that is
 // searched a few times more than it is long gets such a note, and the note dies with it.
-// Tests: tests/builtins/lists_test.cpp.
+// Tests: tests/builtins/list_index_test.cpp.
 #pragma once
 
 #include "core/cell.h"
