@@ -334,7 +334,9 @@ void openStandardDescriptors() {
 }
 
 int dispatch(const CLI::App& app, const Arguments& arguments) {
-    for (const CLI::App* called : app.get_subcommands())
+    // Not the parser's own list of them, which lacks the one behind a "--".
+    const auto wasCalled = [](const CLI::App* command) { return command->parsed(); };
+    for (const CLI::App* called : app.get_subcommands(wasCalled))
         for (const Command& row : commands)
             if (called->get_name() == row.name) return row.run(arguments);
     return isatty(STDIN_FILENO) != 0 ? promptForTexts() : evalTexts({});
