@@ -1,7 +1,8 @@
 // The machine: carries out code.
 // One idea: one loop over instructions; calls push frames on a stack of its own, so that the depth of
 // a program's recursion is limited by memory and not by the thread.
-// Tests: tests/core/evaluator_test.cpp, tests/builtins/evaluator_test.cpp, tests/reference/.
+// Tests: tests/core/machine_test.cpp, tests/core/evaluator_test.cpp,
+// tests/builtins/evaluator_test.cpp, tests/reference/.
 //
 // Registers own what they hold. Those that are not in use hold nothing that is counted; so a
 // register is filled without looking at what was there, and when an evaluation is given up, all
