@@ -2,7 +2,7 @@
 // them.
 // One idea: one word tells at a glance whether the short way is open: no error stands in the
 // buffer and no such name has been bound to anything else.
-// Tests: tests/builtins/evaluator_test.cpp, tests/reference/.
+// Tests: tests/core/intrinsics_test.cpp, tests/builtins/evaluator_test.cpp, tests/reference/.
 #pragma once
 
 #include "core/cell.h"
