@@ -100,6 +100,8 @@ std::u16string describe(const Code& code, const Block& block, std::size_t at) {
         case 'c': out += u'r', appendNumber(out, instruction.c); break;
         case 'x': appendNumber(out, instruction.x); break;
         case 'n': appendNumber(out, instruction.b); break;
+        case 'd': appendAscii(out, "scope "), appendNumber(out, instruction.b); break;
+        case 's': appendAscii(out, "slot "), appendNumber(out, instruction.c); break;
         case 'X': out += u'r', appendNumber(out, instruction.x); break;
         case 'I':
             appendAscii(out, intrinsics::nameOf(static_cast<Intrinsic>(instruction.x)));

@@ -26,7 +26,7 @@ namespace vlisp {
 // Every operation: its name, how its operands are shown.
 //
 // R(i) is a register (X: the one that x tells). K is a constant, N a name, I an intrinsic, n the
-// number of arguments in b. @ is where a jump goes. An operation with a guard (!) detours when the
+// number of arguments in b, d and s are a scope so many scopes outward (b) and a slot of it (c). @ is where a jump goes. An operation with a guard (!) detours when the
 // obstacles say so.
 //
 // clang-format off
@@ -35,23 +35,23 @@ namespace vlisp {
     X(loadConstant,     "a K")      /* R(a) = K */                                                 \
     X(loadLocal,        "a b")      /* R(a) = R(b), or nil while an error stands */                \
     X(loadMaybe,        "a b N")    /* the same of a slot that may be unbound */                   \
-    X(loadScope,        "a b c N")  /* the same of slot c, b scopes outward */                     \
+    X(loadScope,        "a d s N")  /* the same of slot c, b scopes outward */                     \
     X(loadGlobal,       "a N")      /* the same of a global name */                                \
     X(loadByName,       "a N")      /* the same, searched scope by scope */                        \
     /* --- The same on the short way: detour when there is an error or nothing bound --- */        \
     X(takeLocal,        "a b !")                                                                   \
     X(takeMaybe,        "a b !")                                                                   \
-    X(takeScope,        "a b c !")                                                                 \
+    X(takeScope,        "a d s !")                                                                 \
     X(takeGlobal,       "a N !")                                                                   \
     /* --- SETQ: assign R(a) and empty the error buffer; y: R(a) is kept as a value --- */         \
     X(setLocal,         "a b")                                                                     \
     X(setConstant,      "b K")      /* R(b) = K */                                                 \
-    X(setScope,         "a b c N")                                                                 \
+    X(setScope,         "a d s N")                                                                 \
     X(setGlobal,        "a N")                                                                     \
     X(setByName,        "a N")                                                                     \
     /* --- DEFINE: bind R(a) in the current scope; y as above --- */                               \
     X(defineLocal,      "a b")                                                                     \
-    X(defineScope,      "a c")                                                                     \
+    X(defineScope,      "a s")                                                                     \
     X(defineByName,     "a N")                                                                     \
     /* --- Built-ins on two values: R(a) = R(b) op R(c), or op K --- */                            \
     X(add,              "a b c !")                                                                 \

@@ -17,10 +17,20 @@ struct Entry {
 
 using Cache = std::unordered_map<const Buffer<Cell>*, std::vector<Entry>>;
 
-// Never destroyed: buffers that constants hold die after everything else.
+// Buffers that constants hold die after it.
+bool isGone = false;
+struct TheCache {
+    TheCache() = default;
+    TheCache(const TheCache&) = delete;
+    TheCache& operator=(const TheCache&) = delete;
+    ~TheCache() { isGone = true; }
+
+    Cache all;
+};
+
 Cache& cache() {
-    static Cache& all = *new Cache;
-    return all;
+    static TheCache the;
+    return the.all;
 }
 
 Ref<Code> translate(Items form, Ref<ScopeShape> outer) {
@@ -36,7 +46,7 @@ Ref<Code> translate(Items form, Ref<ScopeShape> outer) {
 Ref<Code> codeOf(const CellSlice& form, const Ref<ScopeShape>& outer) {
     Buffer<Cell>* buffer = form.buffer();
     // Shapes of scopes that are open are made anew each time: nothing would be found again.
-    if (buffer == nullptr || (outer && outer->open)) return translate(form.view(), outer);
+    if (buffer == nullptr || isGone || (outer && outer->open)) return translate(form.view(), outer);
     std::vector<Entry>& entries = cache()[buffer];
     for (const Entry& entry : entries)
         if (entry.begin == form.begin() && entry.length == form.size() && entry.outer == outer)
@@ -51,12 +61,14 @@ Ref<Code> codeOf(const CellSlice& form, const Ref<ScopeShape>& outer) {
 }
 
 void forEachCode(const Buffer<Cell>& buffer, const std::function<void(Code&)>& visit) {
+    if (isGone) return;
     const auto found = cache().find(&buffer);
     if (found == cache().end()) return;
     for (const Entry& entry : found->second) visit(*entry.code);
 }
 
 void forgetCode(const Buffer<Cell>& buffer) noexcept {
+    if (isGone) return;
     const auto found = cache().find(&buffer);
     if (found == cache().end()) return;
     const std::vector<Entry> taken = std::move(found->second);

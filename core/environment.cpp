@@ -102,7 +102,7 @@ void Environment::Bind(SymbolRef name, Cell value) {
         SymbolData& symbol = symbolOrEmpty(name.get());
         if (globalPlace(symbol).isUnbound()) {
             if (rest_ == nullptr) rest_ = std::make_unique<Bindings>();
-            rest_->insert(std::move(name), Cell());
+            rest_->append(std::move(name), Cell());
         }
         globalPlace(symbol).swap(value);
         if (symbol.intrinsic != 0) intrinsics::refresh(symbol);
@@ -118,7 +118,7 @@ void Environment::Bind(SymbolRef name, Cell value) {
 }
 
 Cell* Environment::Bindings::find(const SymbolData* name) noexcept {
-    if (index.empty()) {
+    if (list.size() <= mostWithoutIndex) {
         for (Binding& binding : list)
             if (binding.name.get() == name) return &binding.value;
         return nullptr;
@@ -128,7 +128,7 @@ Cell* Environment::Bindings::find(const SymbolData* name) noexcept {
 }
 
 // Everything that can fail comes before anything that is seen.
-void Environment::Bindings::insert(SymbolRef name, Cell value) {
+void Environment::Bindings::append(SymbolRef name, Cell value) {
     if (list.size() == list.capacity()) {
         const std::size_t capacity = std::max<std::size_t>(2, list.size() * 2);
         const std::size_t more = capacity * sizeof(Binding) - charged;
@@ -136,16 +136,18 @@ void Environment::Bindings::insert(SymbolRef name, Cell value) {
         charged += more;
         list.reserve(capacity);
     }
-    const auto at = static_cast<std::uint32_t>(list.size());
-    if (!index.empty()) {
-        index.emplace(name.get(), at);
-    } else if (at >= mostWithoutIndex) {
-        std::unordered_map<const SymbolData*, std::uint32_t> all;
-        for (std::uint32_t i = 0; i < at; ++i) all.emplace(list[i].name.get(), i);
-        all.emplace(name.get(), at);
-        index.swap(all);
-    }
     list.push_back({std::move(name), std::move(value)});
+}
+
+void Environment::Bindings::insert(SymbolRef name, Cell value) {
+    append(std::move(name), std::move(value));
+    makeIndex();
+}
+
+void Environment::Bindings::makeIndex() {
+    if (list.size() <= mostWithoutIndex) return;
+    for (std::size_t i = index.size(); i < list.size(); ++i)
+        index.emplace(list[i].name.get(), static_cast<std::uint32_t>(i));
 }
 
 std::vector<Environment::Binding> Environment::bindings() const {
@@ -216,6 +218,7 @@ void setGlobalEnvironment(Environment* scope) noexcept {
     if (globalScope != nullptr) {
         globalScope->keepInBindings();
         globalScope->isGlobal_ = false;
+        if (globalScope->rest_ != nullptr) globalScope->rest_->makeIndex();
     }
     globalScope = scope;
     if (scope == nullptr) return;

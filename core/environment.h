@@ -169,6 +169,9 @@ struct Environment::Bindings {
 
     [[nodiscard]] Cell* find(const SymbolData* name) noexcept;
     void insert(SymbolRef name, Cell value);
+    /// The same for a scope that finds its names without this list.
+    void append(SymbolRef name, Cell value);
+    void makeIndex();
 };
 
 template <class Visit> void Environment::forEachValue(Visit visit) const {

@@ -50,6 +50,15 @@ struct Note {
 std::array<Note, 4> notes;
 std::size_t oldest = 0;
 
+// Behind the notes, so that it goes before them: lists may outlive both.
+bool areGone = false;
+const struct Ending {
+    Ending() = default;
+    Ending(const Ending&) = delete;
+    Ending& operator=(const Ending&) = delete;
+    ~Ending() { areGone = true; }
+} ending;
+
 std::size_t search(Items items, std::int32_t key) noexcept {
     for (std::size_t i = 0; i < items.size(); ++i) {
         const Items entry = items[i].items();
@@ -89,7 +98,7 @@ void tryToIndex(Note& note, Items items) {
 
 std::size_t findByInteger(const Cell& list, std::int32_t key) {
     const Items items = list.items();
-    if (items.size() < shortest) return search(items, key);
+    if (items.size() < shortest || areGone) return search(items, key);
     const CellSlice slice = list.itemSlice();
     Note* known = nullptr;
     for (Note& note : notes)
@@ -114,6 +123,7 @@ std::size_t findByInteger(const Cell& list, std::int32_t key) {
 }
 
 void forgetIndex(const Buffer<Cell>& buffer) noexcept {
+    if (areGone) return;
     for (Note& note : notes)
         if (note.buffer == &buffer) note.clear();
 }

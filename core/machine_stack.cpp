@@ -197,26 +197,39 @@ namespace {
 
 constexpr std::size_t mostIdle = 16;
 
-std::vector<std::unique_ptr<Machine>>& idleMachines() {
-    static std::vector<std::unique_ptr<Machine>> idle;
-    return idle;
+// Evaluations may outlive it: a module that is unloaded waits for its threads after its own
+// statics, younger than it, are gone.
+bool idleAreGone = false;
+struct IdleMachines {
+    IdleMachines() { all.reserve(mostIdle); }  // giving back must not fail
+    IdleMachines(const IdleMachines&) = delete;
+    IdleMachines& operator=(const IdleMachines&) = delete;
+    ~IdleMachines() { idleAreGone = true; }
+
+    std::vector<std::unique_ptr<Machine>> all;
+};
+
+std::vector<std::unique_ptr<Machine>>* idleMachines() {
+    static IdleMachines idle;
+    return idleAreGone ? nullptr : &idle.all;
 }
 
 }  // namespace
 
 MachineLease::MachineLease() {
-    idleMachines().reserve(mostIdle);  // giving back must not fail
-    if (idleMachines().empty()) {
+    auto* idle = idleMachines();
+    if (idle == nullptr || idle->empty()) {
         machine_ = std::make_unique<Machine>();
         return;
     }
-    machine_ = std::move(idleMachines().back());
-    idleMachines().pop_back();
+    machine_ = std::move(idle->back());
+    idle->pop_back();
 }
 
 MachineLease::~MachineLease() {
     machine_->trim();
-    if (idleMachines().size() < mostIdle) idleMachines().push_back(std::move(machine_));
+    auto* idle = idleMachines();
+    if (idle != nullptr && idle->size() < mostIdle) idle->push_back(std::move(machine_));
 }
 
 Ref<ScopeShape> shapeAround(Environment& scope) {

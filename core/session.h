@@ -42,6 +42,10 @@ class InterpreterSession {
     InterpreterSession& operator=(const InterpreterSession&) = delete;
     ~InterpreterSession();
 
+    /// From now on a session that ends leaves to the system what its programs have made: for a
+    /// program that ends itself then, where taking it all apart would only take time.
+    static void leaveAllAtTheEnd() noexcept;
+
     /// Sets EntityNameBase from the first random number of a generator seeded with `ticks`
     /// (milliseconds since the system started), registers the built-ins and evaluates the prelude.
     /// Called once.

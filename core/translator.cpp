@@ -1157,6 +1157,37 @@ Block& translateDetour(Code& code, std::size_t home, ShortWay& shortWay) {
     return *code.blocks.back();
 }
 
+namespace {
+
+// Made when the program is loaded and not by the first who needs them, or they would be gone before
+// the threads that use them.
+const Cell beginSymbol = Cell::symbol(u"BEGIN");
+const Cell defineSymbol = Cell::symbol(u"DEFINE");
+const Cell lambdaSymbol = Cell::symbol(u"LAMBDA");
+// On purpose: locals start as the integer 0, whose text is "0".
+const Cell zero = Cell::integer(0, intern(u"0"));
+
+// Shortcut: a list of names that print as one word each, with at most one "/" among them and
+// something behind it, is what printing and reading it again gives.
+bool takePlainNames(const Cell& list, std::vector<Cell>& parameters, std::vector<Cell>& locals) {
+    if (!list.is(CellType::List)) return false;
+    bool slash = false;
+    for (const Cell& each : list.items()) {
+        const std::u16string_view name = each.text();
+        if (!each.is(CellType::Symbol) || name.empty()) return false;
+        if (name == u"/") {
+            if (slash) return false;
+            slash = true;
+            continue;
+        }
+        if (name.find_first_of(u" \t()/") != std::u16string_view::npos) return false;
+        (slash ? locals : parameters).push_back(each);
+    }
+    return !slash || !locals.empty();
+}
+
+}  // namespace
+
 ParameterNames readParameterNames(const Cell& parameterList) {
     std::u16string printed = PrintCell(parameterList);
     for (const char16_t parenthesis : {u'(', u')'})
@@ -1172,20 +1203,22 @@ ParameterNames readParameterNames(const Cell& parameterList) {
 }
 
 Cell lambdaFormOfDefun(Items defun) {
-    const ParameterNames names = readParameterNames(defun[2]);
-    SliceBuilder<Cell> parameters(names.parameters.size());
-    for (const std::u16string& parameter : names.parameters)
-        parameters.push(Cell::symbol(parameter));
-
-    SliceBuilder<Cell> body(1 + names.locals.size() + defun.size() - 3);
-    body.push(Cell::symbol(u"BEGIN"));
-    // On purpose: locals start as the integer 0, whose text is "0".
-    const Cell zero = Cell::integer(0, intern(u"0"));
-    for (const std::u16string& local : names.locals)
-        body.push(Cell::list({Cell::symbol(u"DEFINE"), Cell::symbol(local), zero}));
+    std::vector<Cell> parameters;
+    std::vector<Cell> locals;
+    if (!takePlainNames(defun[2], parameters, locals)) {
+        const ParameterNames names = readParameterNames(defun[2]);
+        parameters.clear();
+        locals.clear();
+        for (const std::u16string& name : names.parameters)
+            parameters.push_back(Cell::symbol(name));
+        for (const std::u16string& name : names.locals) locals.push_back(Cell::symbol(name));
+    }
+    SliceBuilder<Cell> body(1 + locals.size() + defun.size() - 3);
+    body.push(beginSymbol);
+    for (const Cell& local : locals) body.push(Cell::list({defineSymbol, local, zero}));
     for (std::size_t i = 3; i < defun.size(); ++i) body.push(defun[i]);
     return Cell::list(
-        {Cell::symbol(u"LAMBDA"), Cell::list(parameters.take()), Cell::list(body.take())});
+        {lambdaSymbol, Cell::list(CellSlice::copyOf(parameters)), Cell::list(body.take())});
 }
 
 }  // namespace vlisp

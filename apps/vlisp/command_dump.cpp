@@ -24,8 +24,8 @@ void writeFunctions(const Code& code) {
         const std::string name =
             hasName ? "function " + platform::toUtf8(constant.items()[0].text()) : "lambda";
         const Cell parameters = form.size() > 1 ? form[1] : Cell::list(CellSlice());
-        const Ref<Code> function =
-            translateFunction(parameters.items(), form.size() > 2 ? form[2] : NilCell, code.shape);
+        const Ref<Code> function = translateFunction(
+            parameters.items(), form.size() > 2 ? form[2] : Cell::list(CellSlice()), code.shape);
         writeCode(name + " " + platform::toUtf8(shortPrint(parameters)), *function);
     }
 }

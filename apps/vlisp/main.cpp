@@ -3,6 +3,7 @@
 // Tests: tests/cli/.
 #include "apps/vlisp/commands.h"
 #include "apps/vlisp/console.h"
+#include "core/session.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -359,6 +360,7 @@ int main(int argc, char** argv) {
     unmark(arguments.eval.texts);
     unmark(arguments.files);
     if (arguments.trace) traceEvaluation();
+    vlisp::InterpreterSession::leaveAllAtTheEnd();
     try {
         return dispatch(app, arguments);
     } catch (const std::bad_alloc&) {
