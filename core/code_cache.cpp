@@ -17,7 +17,8 @@ struct Entry {
 
 using Cache = std::unordered_map<const Buffer<Cell>*, std::vector<Entry>>;
 
-// Buffers that constants hold die after it.
+// Made when the program is loaded, so that threads for which a module waits at its end still find it.
+// Buffers that constants hold may die after it.
 bool isGone = false;
 struct TheCache {
     TheCache() = default;
@@ -27,11 +28,7 @@ struct TheCache {
 
     Cache all;
 };
-
-Cache& cache() {
-    static TheCache the;
-    return the.all;
-}
+TheCache theCache;
 
 Ref<Code> translate(Items form, Ref<ScopeShape> outer) {
     const Items parameters = form.size() > 1 ? form[1].items() : Items();
@@ -47,7 +44,7 @@ Ref<Code> codeOf(const CellSlice& form, const Ref<ScopeShape>& outer) {
     Buffer<Cell>* buffer = form.buffer();
     // Shapes of scopes that are open are made anew each time: nothing would be found again.
     if (buffer == nullptr || isGone || (outer && outer->open)) return translate(form.view(), outer);
-    std::vector<Entry>& entries = cache()[buffer];
+    std::vector<Entry>& entries = theCache.all[buffer];
     for (const Entry& entry : entries)
         if (entry.begin == form.begin() && entry.length == form.size() && entry.outer == outer)
             return entry.code;
@@ -56,23 +53,23 @@ Ref<Code> codeOf(const CellSlice& form, const Ref<ScopeShape>& outer) {
     if (entries.size() >= mostOfOneBuffer) return translate(form.view(), outer);
     buffer->watched = true;
     Ref<Code> code = translate(form.view(), outer);
-    cache()[buffer].push_back({form.begin(), form.size(), outer, code});
+    theCache.all[buffer].push_back({form.begin(), form.size(), outer, code});
     return code;
 }
 
 void forEachCode(const Buffer<Cell>& buffer, const std::function<void(Code&)>& visit) {
     if (isGone) return;
-    const auto found = cache().find(&buffer);
-    if (found == cache().end()) return;
+    const auto found = theCache.all.find(&buffer);
+    if (found == theCache.all.end()) return;
     for (const Entry& entry : found->second) visit(*entry.code);
 }
 
 void forgetCode(const Buffer<Cell>& buffer) noexcept {
     if (isGone) return;
-    const auto found = cache().find(&buffer);
-    if (found == cache().end()) return;
+    const auto found = theCache.all.find(&buffer);
+    if (found == theCache.all.end()) return;
     const std::vector<Entry> taken = std::move(found->second);
-    cache().erase(found);
+    theCache.all.erase(found);
 }
 
 }  // namespace vlisp

@@ -197,39 +197,28 @@ namespace {
 
 constexpr std::size_t mostIdle = 16;
 
-// Evaluations may outlive it: a module that is unloaded waits for its threads after its own
-// statics, younger than it, are gone.
-bool idleAreGone = false;
+// Made when the program is loaded and not by the first who needs them: a module that is unloaded
+// waits for its threads before these go.
 struct IdleMachines {
     IdleMachines() { all.reserve(mostIdle); }  // giving back must not fail
-    IdleMachines(const IdleMachines&) = delete;
-    IdleMachines& operator=(const IdleMachines&) = delete;
-    ~IdleMachines() { idleAreGone = true; }
-
     std::vector<std::unique_ptr<Machine>> all;
 };
-
-std::vector<std::unique_ptr<Machine>>* idleMachines() {
-    static IdleMachines idle;
-    return idleAreGone ? nullptr : &idle.all;
-}
+IdleMachines idle;
 
 }  // namespace
 
 MachineLease::MachineLease() {
-    auto* idle = idleMachines();
-    if (idle == nullptr || idle->empty()) {
+    if (idle.all.empty()) {
         machine_ = std::make_unique<Machine>();
         return;
     }
-    machine_ = std::move(idle->back());
-    idle->pop_back();
+    machine_ = std::move(idle.all.back());
+    idle.all.pop_back();
 }
 
 MachineLease::~MachineLease() {
     machine_->trim();
-    auto* idle = idleMachines();
-    if (idle != nullptr && idle->size() < mostIdle) idle->push_back(std::move(machine_));
+    if (idle.all.size() < mostIdle) idle.all.push_back(std::move(machine_));
 }
 
 Ref<ScopeShape> shapeAround(Environment& scope) {

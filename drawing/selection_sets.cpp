@@ -38,8 +38,7 @@ Cell applyFilter(const Cell& filter) {
     const Arguments arguments(&filter, 1);
     if (function.is(CellType::Proc)) return function.proc()(arguments);
     if (!function.is(CellType::Lambda) || function.items().size() < 3) return NilCell;
-    const CallScope scope(Environment::make(function.items()[1].items(), arguments, &global));
-    return Eval(function.items()[2], *scope, error);
+    return FunctionBody(function)(arguments);
 }
 
 // The entity name in a data list: the value of its first entry.
