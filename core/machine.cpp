@@ -83,8 +83,6 @@ Environment& outward(Environment* scope, unsigned depth) noexcept {
 
 // --- What the built-in does when the machine does not ---
 
-constexpr unsigned noTarget = 0xffffffff;
-
 Cell callBuiltin(Intrinsic intrinsic, const Cell& a, const Cell& b) {
     const Cell pair[] = {a, b};
     return intrinsics::procOf(intrinsic)(Arguments(pair, 2));
@@ -287,6 +285,8 @@ void Machine::loop(ErrorBuffer& error) {
         temporaries = code.firstTemporary;                                                         \
     } while (false)
 #define OWN (RegisterNames{*frame->code, R})
+#define LET_GO_OF(operand)                                                                         \
+    if ((operand) >= temporaries) release(R[operand])
 #define LET_GO(operand, target)                                                                    \
     if ((operand) >= temporaries && (operand) != (target)) release(R[operand])
 #define EMPTY_ERROR                                                                                \
@@ -564,8 +564,8 @@ op_defineByName:
     op_##name : {                                                                                  \
         GUARD(pc->a);                                                                              \
         OUTCOME(intrinsic, second, test, symbols)                                                  \
-        LET_GO(pc->b, noTarget);                                                                   \
-        if (secondRegister) LET_GO(pc->c, noTarget);                                               \
+        LET_GO_OF(pc->b);                                                                          \
+        if (secondRegister) LET_GO_OF(pc->c);                                                      \
         if (outcome == (wanted)) JUMP_BACK;                                                        \
         NEXT;                                                                                      \
     }
@@ -704,14 +704,14 @@ op_listp : {
 op_unlessNull : {
     GUARD(pc->a);
     const bool isEmpty = R[pc->b].items().empty();
-    LET_GO(pc->b, noTarget);
+    LET_GO_OF(pc->b);
     if (!isEmpty) JUMP_BACK;
     NEXT;
 }
 op_ifNull : {
     GUARD(pc->a);
     const bool isEmpty = R[pc->b].items().empty();
-    LET_GO(pc->b, noTarget);
+    LET_GO_OF(pc->b);
     if (isEmpty) JUMP_BACK;
     NEXT;
 }
