@@ -306,8 +306,8 @@ bool takesFile(const std::string& word) {
 
 Words marked(int argc, char** argv) {
     Words words(argv + 1, argv + argc);
-    const auto command =
-        std::ranges::find_if(words, [](const std::string& word) { return !word.starts_with('-'); });
+    const auto command = std::ranges::find_if(
+        words, [](const std::string& word) { return word == "--" || !word.starts_with('-'); });
     if (command == words.end() || (*command != "eval" && *command != "check")) return words;
     bool onlyTexts = false;
     for (auto word = command + 1; word != words.end(); ++word) {
