@@ -163,8 +163,7 @@ static_assert(sizeof(Instruction) == 16);
 
 /// A form that is carried out the short way, and what to do with its value after a detour.
 struct ShortWay {
-    std::uint32_t first = 0;  ///< its instructions are [first, last) of the block
-    std::uint32_t last = 0;
+    std::uint32_t first = 0;  ///< number of its first instruction in the block
     std::uint32_t after = 0;  ///< where to go on
     Cell form;
     std::uint16_t target = 0;  ///< register that receives the value, free from here on

@@ -120,18 +120,16 @@ const Cell& constantValue(const Cell& cell) noexcept {
     }
 }
 
-const Cell& element(Items form, std::size_t i) noexcept;
+// Element i of a form, or nil where the form is too short.
+const Cell& element(Items form, std::size_t i) noexcept {
+    return i < form.size() ? form[i] : NilCell;
+}
 
 // The value of a form that is known beforehand, of a constant or a QUOTE; null of any other.
 const Cell* settledValue(const Cell& cell) noexcept {
     const Items form = cell.items();
     if (!form.empty() && specialFormOf(form) == SpecialForm::quote) return &element(form, 1);
     return isConstant(cell) ? &constantValue(cell) : nullptr;
-}
-
-// Element i of a form, or nil where the form is too short.
-const Cell& element(Items form, std::size_t i) noexcept {
-    return i < form.size() ? form[i] : NilCell;
 }
 
 SymbolRef definedName(const Cell& nameElement) {
@@ -795,7 +793,7 @@ class Translator {
             endWay(way);
             return;
         }
-        guard(way, intrinsic);
+        guard(intrinsic);
         const Shortcut shortcut = shortcutOf(intrinsic);
         if (shortcut.takes(elements)) {
             const auto [first, second] = impureOperands(elements, t, shortcut);
@@ -805,7 +803,7 @@ class Translator {
             for (Register i = 0; i < count; ++i) value(elements[i + 1], t + i);
             emitBuiltin(intrinsic, Intrinsic::none, t, t, count);
         }
-        shortWays()[way].after = here();
+        endWay(way);
     }
 
     // A test of AND whose elements look at nothing but names in registers. While there are no
@@ -861,7 +859,7 @@ class Translator {
         const auto use = jumpsIfTrue ? ShortWay::Use::jumpIfTrue : ShortWay::Use::jumpIfFalse;
         const std::size_t way = startWay(cell, t, use);
         const bool pure = arePure(elements.subspan(1));
-        if (!pure) guard(way, intrinsic);
+        if (!pure) guard(intrinsic);
         const auto [first, second] =
             pure ? pureOperands(elements, t, shortcut) : impureOperands(elements, t, shortcut);
         const bool constantSecond = second.constant != nullptr;
@@ -873,8 +871,7 @@ class Translator {
         if (constantSecond) jump.x = constant(*second.constant);
         else jump.c = narrow(second.where);
         wait(emit(jump), label);
-        if (pure) endWay(way);
-        else shortWays()[way].after = here();
+        endWay(way);
     }
 
     // --- The short way ---
@@ -940,7 +937,7 @@ class Translator {
         return shortWays().size() - 1;
     }
 
-    void endWay(std::size_t way) { shortWays()[way].last = shortWays()[way].after = here(); }
+    void endWay(std::size_t way) { shortWays()[way].after = here(); }
 
     // Registers that the long way takes beyond its first, the forms of a pure tree included.
     Register longWayDepth(const Cell& cell) const {
@@ -958,9 +955,8 @@ class Translator {
         return most + 1;
     }
 
-    void guard(std::size_t way, Intrinsic intrinsic) {
+    void guard(Intrinsic intrinsic) {
         emit({.op = Op::guard, .y = static_cast<std::int32_t>(intrinsic)});
-        shortWays()[way].last = here();
     }
 
     // An operand of a pure tree: a constant, a name's own register, or computed into R(t).
