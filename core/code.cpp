@@ -2,6 +2,7 @@
 #include "core/code.h"
 
 #include "core/intrinsics.h"
+#include "core/native_code.h"
 #include "core/printer.h"
 
 #include <algorithm>
@@ -53,6 +54,9 @@ void Code::reset() noexcept {
     firstTemporary = 0;
     entry = nullptr;
     parameterSlots.clear();
+    native.reset();
+    nativeEntry = nullptr;
+    turns = 0;
 }
 
 ShortWay& Code::shortWayAt(const Instruction* at, std::size_t& block) noexcept {

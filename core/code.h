@@ -183,6 +183,8 @@ struct Block {
     std::vector<ShortWay> shortWays;  ///< in order of `first`; none overlap
 };
 
+class NativeCode;
+
 /// The translation of a form, or of the body of a function. Counted: functions, the cache, and a
 /// machine that runs it hold it.
 class Code final : public HeapObject {
@@ -215,6 +217,11 @@ class Code final : public HeapObject {
     const Instruction* entry = nullptr;  ///< where block 0 begins
     /// Slot of each parameter, when a name is given twice; otherwise parameter i has slot i.
     std::vector<std::uint32_t> parameterSlots;
+
+    /// The processor's instructions for block 0; null until it has run often enough.
+    std::unique_ptr<NativeCode> native;
+    const std::byte* nativeEntry = nullptr;  ///< native->entry()
+    std::uint32_t turns = 0;                 ///< calls and jumps back until it was compiled
 
     /// Empties it for the next form; keeps the memory.
     void reset() noexcept;

@@ -5,6 +5,7 @@
 #include "core/evaluator.h"
 #include "core/interruption.h"
 #include "core/intrinsics.h"
+#include "core/native_code.h"
 #include "core/translator.h"
 
 #include <algorithm>
@@ -174,6 +175,12 @@ void startCount(Cell& count) noexcept { putWords(count, plainInteger, bodyOf(cou
 
 void traceInstruction(const Code& code, const Instruction* pc, const Cell* registers);
 
+void compileNatively(Code& code) noexcept {
+    if (code.native != nullptr) return;
+    code.native = NativeCode::compile(code);
+    if (code.native != nullptr) code.nativeEntry = code.native->entry();
+}
+
 }  // namespace
 
 /// Calls `function`, of which it takes over a count.
@@ -230,7 +237,7 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
         Cell* registers = segment_->cells();
         if (code.callsPlainly && count == code.parameters && code.registers <= firstCells) {
             for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
-            *++top_ = {code.entry, registers, &code, &value, nullptr, &scope, false, false, true};
+            *++top_ = {code.entry, registers, &code, &value, nullptr, nullptr, &scope, false, false, true};
         } else {
             const bool needsRoom = count > segment_->capacity;
             if (needsRoom) registers = moveToNewSegment(registers, 0, count);
@@ -265,6 +272,14 @@ void Machine::loop(ErrorBuffer& error) {
 #undef VLISP_LABEL
     };
 
+    static const void* const native[] = {
+#define VLISP_LABEL(name, operands) &&native,
+        VLISP_OPERATIONS(VLISP_LABEL)
+#undef VLISP_LABEL
+    };
+    const void* const* const own = traceSink != nullptr ? traced : operations;
+    const std::byte* const backHere = NativeCode::backToTheLoop();
+
     // What the instructions work on; loaded anew whenever another frame is on top.
     Frame* frame = nullptr;
     const Instruction* pc = nullptr;
@@ -272,7 +287,7 @@ void Machine::loop(ErrorBuffer& error) {
     const Cell* K = nullptr;
     const SymbolRef* N = nullptr;
     std::uint32_t temporaries = 0;
-    const void* const* const labels = traceSink != nullptr ? traced : operations;
+    const void* const* labels = own;  // what each operation does: here, or in native code if there is any
 
 #define LOAD                                                                                       \
     do {                                                                                           \
@@ -283,7 +298,11 @@ void Machine::loop(ErrorBuffer& error) {
         K = code.constants.data();                                                                 \
         N = code.names.data();                                                                     \
         temporaries = code.firstTemporary;                                                         \
+        labels = code.native != nullptr && own == operations ? native : own;                       \
     } while (false)
+#define RETURN_HERE                                                                                \
+    frame->next = pc + 1;                                                                          \
+    frame->nativeNext = backHere
 #define OWN (RegisterNames{*frame->code, R})
 #define LET_GO_OF(operand)                                                                         \
     if ((operand) >= temporaries) release(R[operand])
@@ -312,7 +331,10 @@ void Machine::loop(ErrorBuffer& error) {
     do {                                                                                           \
         if (interruption::pending()) [[unlikely]]                                                  \
             goto interrupted;                                                                      \
-        JUMP;                                                                                      \
+        pc += pc->y;                                                                               \
+        if (++frame->code->turns == native::threshold()) [[unlikely]]                              \
+            goto oftenRun;                                                                         \
+        DISPATCH;                                                                                  \
     } while (false)
 // The call of a function, with the arguments in registers. Most have nothing to prepare.
 #define CALL(called_, arguments_, result_)                                                         \
@@ -333,6 +355,9 @@ void Machine::loop(ErrorBuffer& error) {
             frame->function = called_;                                                             \
             frame->scope = called_->scope.get();                                                   \
             frame->returnsSlowly = false;                                                          \
+            labels = callee->native != nullptr && own == operations ? native : own;                \
+            if (++callee->turns == native::threshold()) [[unlikely]]                               \
+                goto oftenRun;                                                                     \
             DISPATCH;                                                                              \
         }                                                                                          \
         callFunction(called_, arguments_, pc->b, result_);                                         \
@@ -345,6 +370,25 @@ void Machine::loop(ErrorBuffer& error) {
     if (obstacles != 0 && !mayGoOn(number)) [[unlikely]]                                           \
     goto detour
 
+    LOAD;
+    if (++frame->code->turns == native::threshold()) [[unlikely]]
+        goto oftenRun;
+    DISPATCH;
+
+native : {
+    const std::byte* place = obstacles == 0 ? frame->code->native->placeOf(pc) : nullptr;
+    if (place == nullptr) goto* operations[static_cast<std::size_t>(pc->op)];
+    if (interruption::pending()) [[unlikely]]
+        goto interrupted;
+    const Instruction* left = NativeCode::run(*this, place);
+    LOAD;
+    if (left == nullptr) DISPATCH;
+    pc = left;
+    goto* operations[static_cast<std::size_t>(pc->op)];
+}
+oftenRun:
+    if (own == operations) compileNatively(*frame->code);
+    frame->next = pc;
     LOAD;
     DISPATCH;
 
@@ -784,7 +828,7 @@ op_callGlobal : {
     if (head.is(CellType::Lambda)) [[likely]] {
         auto* function = static_cast<LambdaData*>(CellInspector::object(head));
         addReference(function);
-        frame->next = pc + 1;
+        RETURN_HERE;
         CALL(function, arguments, arguments);
     }
     if (!head.is(CellType::Proc)) goto detour;
@@ -801,7 +845,7 @@ op_call : {
     if (head.is(CellType::Lambda)) [[likely]] {
         auto* function = static_cast<LambdaData*>(CellInspector::object(head));
         CellInspector::head(head) = 0;  // its count goes with the call
-        frame->next = pc + 1;
+        RETURN_HERE;
         CALL(function, arguments, &head);
     }
     if (interruption::pending()) [[unlikely]]
@@ -829,7 +873,7 @@ op_pushArgument:
 op_callSpread : {
     Cell& head = R[pc->a];
     if (head.is(CellType::Lambda)) {
-        frame->next = pc + 1;
+        RETURN_HERE;
         callSpread(head);
         goto called;
     }
@@ -873,7 +917,7 @@ op_makeFunction:
     NEXT;
 op_evaluate : {
     Code& part = partOf(*frame->code, pc->x);
-    frame->next = pc + 1;
+    RETURN_HERE;
     enter(part, nullptr, frame->scope, R + frame->code->registers, 0, &R[pc->a]);
     goto called;
 }
@@ -893,6 +937,8 @@ called:
     if (interruption::pending()) [[unlikely]]
         goto interrupted;
     LOAD;
+    if (++frame->code->turns == native::threshold()) [[unlikely]]
+        goto oftenRun;
     DISPATCH;
 returnedFromProc:
     // What it evaluated may have run this code too, and taken a detour that brought new constants.

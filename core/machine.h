@@ -71,6 +71,7 @@ class Machine {
     void unwind() noexcept;
 
     friend class MachineLease;
+    friend class NativeCompiler;
     void trim() noexcept;
 
     Frame* frames_ = nullptr;  // the first is never used

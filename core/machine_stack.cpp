@@ -133,9 +133,8 @@ void Machine::enter(Code& code, LambdaData* function, Environment* scope, Cell* 
         throw;
     }
     const bool newSegment = inNewSegment || registers != arguments;
-    *++top_ = {code.entry, registers,  &code,
-               result,     function,   scope,
-               false,      newSegment, newSegment || function == nullptr};
+    *++top_ = {code.entry, registers, &code, result,     function,
+               nullptr,    scope,     false, newSegment, newSegment || function == nullptr};
     if (count == code.parameters && code.callsPlainly) return;
     fitArguments(code, *top_, count);
 }

@@ -28,6 +28,11 @@ void* allocateBlock(std::size_t bytes) noexcept;
 void* resizeBlock(void* block, std::size_t bytes, std::size_t newBytes) noexcept;
 void freeBlock(void* block, std::size_t bytes) noexcept;
 
+/// Memory that holds a copy of these instructions of the processor, can be executed and not
+/// written. Null when there is none or the system forbids it.
+std::byte* allocateCode(const void* instructions, std::size_t bytes) noexcept;
+void freeCode(std::byte* code, std::size_t bytes) noexcept;
+
 /// True when the calling thread's stack is nearly used up: what remains is enough to finish the
 /// work at hand, not to go deeper. Cheap enough to ask at every call.
 bool stackIsLow() noexcept;

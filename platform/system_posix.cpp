@@ -112,6 +112,20 @@ void* resizeBlock(void* block, std::size_t bytes, std::size_t newBytes) noexcept
 
 void freeBlock(void* block, std::size_t bytes) noexcept { ::munmap(block, bytes); }
 
+std::byte* allocateCode(const void* instructions, std::size_t bytes) noexcept {
+    void* memory =
+        ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) return nullptr;
+    std::memcpy(memory, instructions, bytes);
+    if (::mprotect(memory, bytes, PROT_READ | PROT_EXEC) != 0) {
+        ::munmap(memory, bytes);
+        return nullptr;
+    }
+    return static_cast<std::byte*>(memory);
+}
+
+void freeCode(std::byte* code, std::size_t bytes) noexcept { ::munmap(code, bytes); }
+
 std::size_t physicalMemory() noexcept {
     const long pages = sysconf(_SC_PHYS_PAGES);
     const long pageSize = sysconf(_SC_PAGESIZE);

@@ -51,10 +51,14 @@ class Patience {
 
 bool differsInTime(const Program& program) {
     const Patience patience;
-    const Transcript product = run(program, Evaluator::product);
     const Transcript literal = run(program, Evaluator::literal);
-    if (!product.interruption.empty() || !literal.interruption.empty()) return false;
-    return !differenceBetween(program, product, literal).empty();
+    if (!literal.interruption.empty()) return false;
+    for (const Evaluator evaluator : {Evaluator::product, Evaluator::native}) {
+        const Transcript product = run(program, evaluator);
+        if (!product.interruption.empty()) return false;
+        if (!differenceBetween(program, product, literal).empty()) return true;
+    }
+    return false;
 }
 
 int compareSeeds(std::uint64_t from, std::uint64_t count) {

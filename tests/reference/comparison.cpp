@@ -4,6 +4,7 @@
 #include "core/evaluator.h"
 #include "core/heap.h"
 #include "core/interruption.h"
+#include "core/native_code.h"
 #include "core/printer.h"
 #include "core/reader.h"
 #include "core/session.h"
@@ -26,10 +27,17 @@ class EvaluatorInUse {
   public:
     explicit EvaluatorInUse(Evaluator evaluator) {
         setEvaluator(evaluator == Evaluator::literal ? reference::Eval : nullptr);
+        if (evaluator == Evaluator::native) native::setThreshold(1);
     }
     EvaluatorInUse(const EvaluatorInUse&) = delete;
     EvaluatorInUse& operator=(const EvaluatorInUse&) = delete;
-    ~EvaluatorInUse() { setEvaluator(nullptr); }
+    ~EvaluatorInUse() {
+        setEvaluator(nullptr);
+        native::setThreshold(before_);
+    }
+
+  private:
+    std::uint32_t before_ = native::threshold();
 };
 
 class MemoryLimit {
@@ -159,8 +167,11 @@ std::string differenceBetween(const Program& program, const Transcript& product,
 }
 
 std::string compare(const Program& program) {
-    return differenceBetween(program, run(program, Evaluator::product),
-                             run(program, Evaluator::literal));
+    const Transcript literal = run(program, Evaluator::literal);
+    std::string difference = differenceBetween(program, run(program, Evaluator::product), literal);
+    if (!difference.empty()) return difference;
+    difference = differenceBetween(program, run(program, Evaluator::native), literal);
+    return difference.empty() ? difference : "in native code, " + difference;
 }
 
 std::string textOf(const Program& program) {

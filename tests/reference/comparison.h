@@ -33,12 +33,14 @@ struct Transcript {
     std::string interruption;
 };
 
-enum class Evaluator { product, literal };
+/// The product as it is, the product with everything that runs twice in native code, and the
+/// literal one.
+enum class Evaluator { product, native, literal };
 
 /// Runs `program` in a fresh session. No other session may live.
 [[nodiscard]] Transcript run(const Program& program, Evaluator evaluator);
 
-/// The first difference between the evaluators, for people, with the program; empty when there is
+/// The first difference of the first two from the literal one, for people, with the program; empty when there is
 /// none.
 [[nodiscard]] std::string compare(const Program& program);
 

@@ -1,0 +1,70 @@
+// Native code: the processor's own instructions for code that runs often.
+// One idea: a template for each of the machine's instructions, for the likely case alone. Whatever
+// else a template meets, it has changed nothing yet and leaves to the machine's loop, which carries
+// that one instruction out and comes back behind it.
+// Tests: tests/core/native_code_test.cpp, tests/reference/ (every program that is compared there
+// runs with it as well).
+//
+// What it may rely on, because the loop keeps it so: while it runs, the top frame's code is the one
+// it was made from, a register that is not in use holds nothing counted, and instructions,
+// constants and names of a code that is running stay. No exception may pass through it, so
+// everything that may throw is the loop's.
+#pragma once
+
+#include "core/code.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace vlisp {
+
+class Machine;
+
+/// The machine code of one Code's block 0. Held by the Code.
+class NativeCode {
+  public:
+    /// Null when the system grants no memory for it, or has another kind of processor.
+    static std::unique_ptr<NativeCode> compile(const Code& code) noexcept;
+    NativeCode() = default;
+    NativeCode(const NativeCode&) = delete;
+    NativeCode& operator=(const NativeCode&) = delete;
+    ~NativeCode();
+
+    /// Where instruction `at` of the code begins; null when it is not one of block 0.
+    [[nodiscard]] const std::byte* placeOf(const Instruction* at) const noexcept {
+        const auto index = static_cast<std::size_t>(at - first_);
+        return index < places_.size() ? memory_ + places_[index] : nullptr;
+    }
+
+    /// Where a call begins whose arguments are as many as the parameters and lie in the first
+    /// registers; null when more must be prepared for it.
+    [[nodiscard]] const std::byte* entry() const noexcept { return entry_; }
+
+    /// Runs from `place` in the top frame's code. The instruction that the loop must carry out,
+    /// with the machine's top frame its; null when the top frame says where to go on.
+    static const Instruction* run(Machine& machine, const std::byte* place) noexcept;
+
+    /// Where a frame goes on whose caller is the loop.
+    [[nodiscard]] static const std::byte* backToTheLoop() noexcept;
+
+  private:
+    friend class NativeCompiler;
+
+    std::byte* memory_ = nullptr;  // executable
+    std::size_t bytes_ = 0;
+    const std::byte* entry_ = nullptr;
+    const Instruction* first_ = nullptr;
+    std::vector<std::uint32_t> places_;
+};
+
+namespace native {
+
+/// A code is compiled when it has been run, or has jumped back, so many times. 0: never.
+/// Starts at 200.
+void setThreshold(std::uint32_t times) noexcept;
+[[nodiscard]] std::uint32_t threshold() noexcept;
+
+}  // namespace native
+}  // namespace vlisp

@@ -1,0 +1,1122 @@
+// Templates for processors of the x86-64 kind. See native_code.h; code.h tells what the instructions
+// mean, machine.cpp is what the templates must agree with.
+#include "core/native_code.h"
+
+#include "core/interruption.h"
+#include "core/intrinsics.h"
+#include "core/machine_frames.h"
+#include "platform/system.h"
+
+#include <xbyak/xbyak.h>
+
+#include <bit>
+#include <cstring>
+#include <deque>
+#include <functional>
+#include <limits>
+#include <new>
+
+namespace vlisp {
+
+// Objects that are not of standard layout lie where the compiler says, on every compiler we use.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+
+namespace {
+
+using Xbyak::Label;
+using Xbyak::Reg64;
+
+constexpr std::size_t cellBytes = sizeof(Cell);
+constexpr auto listType = static_cast<std::uint32_t>(CellType::List);
+constexpr auto lambdaType = static_cast<std::uint32_t>(CellType::Lambda);
+constexpr std::uint32_t typeMask = 15;
+constexpr std::uint32_t addressMask = ~typeMask;  // extended by its sign
+constexpr std::uint32_t unboundHead = 15;
+constexpr std::uint32_t lastPlainHead = 15;  // heads above it hold an address
+
+// A number as the encoder takes it.
+template <class T> constexpr std::uint32_t imm(T value) noexcept {
+    return static_cast<std::uint32_t>(value);
+}
+
+// --- What templates call; none of it may throw ---
+
+void buryObject(HeapObject* object) noexcept { heap::bury(object); }
+
+bool consInPlace(Cell* R, const Instruction* at, std::uint32_t temporaries) noexcept {
+    const Cell& value = R[at->b];
+    const Cell& list = R[at->c];
+    const ListRange range = list.is(CellType::List) ? rangeOf(list) : ListRange{};
+    if (!canGrowInFront(range, value)) return false;
+    range.buffer->fillFront(value);
+    const std::uint64_t body = rangeBody(range.begin - 1, range.length + 1);
+    if (at->a != at->c) put(R[at->a], list);
+    CellInspector::body(R[at->a]) = body;
+    if (at->b >= temporaries && at->b != at->a) release(R[at->b]);
+    if (at->c >= temporaries && at->c != at->a) release(R[at->c]);
+    return true;
+}
+
+bool appendItemInPlace(Cell* R, const Instruction* at, std::uint32_t temporaries) noexcept {
+    const Cell& list = R[at->b];
+    const Cell& item = R[at->c];
+    const ListRange range = list.is(CellType::List) ? rangeOf(list) : ListRange{};
+    if (!canGrowBehind(range, item)) return false;
+    range.buffer->fillBack(item);
+    if (at->a != at->b) put(R[at->a], list);
+    CellInspector::body(R[at->a]) = rangeBody(range.begin, range.length + 1);
+    if (at->b >= temporaries && at->b != at->a) release(R[at->b]);
+    if (at->c >= temporaries && at->c != at->a) release(R[at->c]);
+    return true;
+}
+
+bool appendTextInPlace(Cell* R, const Instruction* at, const Cell& more,
+                       std::uint32_t temporaries) noexcept {
+    const Cell& text = R[at->b];
+    const std::uint64_t body = appendedInPlace(text, more);
+    if (body == 0) return false;
+    if (at->a != at->b) put(R[at->a], text);
+    CellInspector::body(R[at->a]) = body;
+    if (at->b >= temporaries && at->b != at->a) release(R[at->b]);
+    return true;
+}
+
+bool appendTextOfRegister(Cell* R, const Instruction* at, std::uint32_t temporaries) noexcept {
+    if (!appendTextInPlace(R, at, R[at->c], temporaries)) return false;
+    if (at->c >= temporaries && at->c != at->a) release(R[at->c]);
+    return true;
+}
+
+bool lengthOf(Cell* R, const Instruction* at, std::uint32_t temporaries) noexcept {
+    const std::size_t length = R[at->b].items().size();
+    if (at->b >= temporaries && at->b != at->a) release(R[at->b]);
+    putInteger(R[at->a], static_cast<std::int64_t>(length));
+    return true;
+}
+
+bool cadrOf(Cell* R, const Instruction* at, std::uint32_t temporaries) noexcept {
+    const Items items = R[at->b].items();
+    put(R[at->a], items.size() < 2 ? NilCell : items[1]);
+    if (at->b >= temporaries && at->b != at->a) release(R[at->b]);
+    return true;
+}
+
+using InPlace = bool (*)(Cell*, const Instruction*, std::uint32_t) noexcept;
+
+InPlace inPlaceOf(Op op) noexcept {
+    switch (op) {
+    case Op::cons: return consInPlace;
+    case Op::appendItem: return appendItemInPlace;
+    case Op::appendText: return appendTextOfRegister;
+    case Op::length: return lengthOf;
+    case Op::cadr: return cadrOf;
+    default: return nullptr;
+    }
+}
+
+std::uint32_t timesUntilCompiled = 200;
+
+}  // namespace
+
+// Registers of the processor, for as long as native code runs:
+//   rbx  the top frame's registers     rbp  the top frame       r12  the machine
+//   r13  where the obstacles stand     r14  where the wish to end stands
+// rax, rcx, rdx and the arguments' registers are free within a template.
+class NativeCompiler : public Xbyak::CodeGenerator {
+  public:
+    NativeCompiler(const Code& code, std::vector<std::uint8_t>& buffer)
+        : CodeGenerator(buffer.size(), buffer.data()), code_(code),
+          instructions_(code.blocks[0]->instructions), labels_(instructions_.size()),
+          exits_(instructions_.size()) {}
+
+    void compile(NativeCode& made) {
+        for (at_ = 0; at_ < instructions_.size(); ++at_) {
+            L(labels_[at_]);
+            made.places_.push_back(static_cast<std::uint32_t>(getSize()));
+            emit(instructions_[at_]);
+        }
+        // The last instruction leaves or jumps.
+        for (std::size_t i = 0; i < cold_.size(); ++i) cold_[i]();
+        emitExits();
+        entryOffset_ = getSize();
+        for (std::uint32_t slot = code_.parameters; slot < code_.slots; ++slot)
+            mov(headOfRegister(slot), unboundHead);
+        jmp(labels_[0], T_NEAR);
+    }
+
+    [[nodiscard]] std::size_t entryOffset() const noexcept { return entryOffset_; }
+
+    // The way in and out, once for all.
+    struct Gate {
+        const Instruction* (*run)(Machine*, const std::byte* place) = nullptr;
+        const std::byte* exit = nullptr;           // rax: the instruction that is left to the loop
+        const std::byte* backToTheLoop = nullptr;  // where frames return that the loop has called
+    };
+    static const Gate& gate() noexcept;
+
+  private:
+    // Argument registers of the system's calling convention.
+#if defined(_WIN32)
+    static constexpr std::uint32_t shadowBytes = 32;
+    const Reg64& firstArgument = rcx;
+    const Reg64& secondArgument = rdx;
+    const Xbyak::Reg32& thirdArgument = r8d;
+#else
+    static constexpr std::uint32_t shadowBytes = 0;
+    const Reg64& firstArgument = rdi;
+    const Reg64& secondArgument = rsi;
+    const Xbyak::Reg32& thirdArgument = edx;
+#endif
+
+    using Frame = Machine::Frame;
+
+    Xbyak::Address headOfRegister(std::uint32_t i) const {
+        return qword[rbx + i * cellBytes];
+    }
+    Xbyak::Address bodyOfRegister(std::uint32_t i) const {
+        return qword[rbx + i * cellBytes + 8];
+    }
+    Xbyak::Address integerOfRegister(std::uint32_t i) const {
+        return dword[rbx + i * cellBytes + 8];
+    }
+
+    [[nodiscard]] bool isTemporary(std::uint32_t i) const noexcept {
+        return i >= code_.firstTemporary;
+    }
+
+    // --- Leaving to the loop ---
+
+    Label& exitHere() {
+        if (exits_[at_] == nullptr) exits_[at_] = std::make_unique<Label>();
+        return *exits_[at_];
+    }
+
+    void emitExits() {
+        Label tail;
+        for (std::size_t i = 0; i < exits_.size(); ++i) {
+            if (exits_[i] == nullptr) continue;
+            L(*exits_[i]);
+            mov(eax, static_cast<std::uint32_t>(i * sizeof(Instruction)));
+            jmp(tail, T_NEAR);
+        }
+        L(tail);
+        mov(rcx, reinterpret_cast<std::uintptr_t>(instructions_.data()));
+        add(rax, rcx);
+        mov(rcx, reinterpret_cast<std::uintptr_t>(gate().exit));
+        jmp(rcx);
+    }
+
+    void leaveToLoop() { jmp(exitHere(), T_NEAR); }
+
+    void exitIfObstacles() {
+        cmp(qword[r13], 0);
+        jne(exitHere(), T_NEAR);
+    }
+    void exitIfEnding() {
+        cmp(dword[r14], 0);
+        jne(exitHere(), T_NEAR);
+    }
+
+    // Emits `write` behind everything else.
+    void later(std::function<void()> write) {
+        const std::size_t at = at_;
+        cold_.push_back([this, at, write = std::move(write)] {
+            at_ = at;
+            write();
+        });
+    }
+
+    void callHelper(std::uintptr_t helper) {
+        if (shadowBytes != 0) sub(rsp, shadowBytes);
+        mov(rax, helper);
+        call(rax);
+        if (shadowBytes != 0) add(rsp, shadowBytes);
+    }
+
+    // --- Counts ---
+
+    // One more holder of what the head in `head` points to. Uses rcx.
+    void countHolder(const Reg64& head) {
+        Label plain;
+        cmp(head, lastPlainHead);
+        jbe(plain);
+        mov(rcx, head);
+        and_(rcx, addressMask);
+        inc(dword[rcx + offsetof(HeapObject, references)]);
+        L(plain);
+    }
+
+    // One holder less of what the head in rcx points to. Keeps rax and rdx.
+    void dropHolder() {
+        auto counted = std::make_shared<Label>();
+        auto done = std::make_shared<Label>();
+        cmp(rcx, lastPlainHead);
+        ja(*counted, T_NEAR);
+        L(*done);
+        later([this, counted, done] {
+            L(*counted);
+            and_(rcx, addressMask);
+            dec(dword[rcx + offsetof(HeapObject, references)]);
+            jne(*done, T_NEAR);
+            push(rax);
+            push(rdx);
+            if (firstArgument.getIdx() != rcx.getIdx()) mov(firstArgument, rcx);
+            callHelper(reinterpret_cast<std::uintptr_t>(&buryObject));
+            pop(rdx);
+            pop(rax);
+            jmp(*done, T_NEAR);
+        });
+    }
+
+    // Register i, which may hold something counted, is free then. Keeps rax and rdx.
+    void releaseRegister(std::uint32_t i) {
+        mov(rcx, headOfRegister(i));
+        mov(headOfRegister(i), 0);
+        dropHolder();
+    }
+
+    // rax and rdx into register i. Uses rcx.
+    void storeWords(std::uint32_t i) {
+        if (isTemporary(i)) {
+            mov(headOfRegister(i), rax);
+            mov(bodyOfRegister(i), rdx);
+            return;
+        }
+        mov(rcx, headOfRegister(i));
+        mov(headOfRegister(i), rax);
+        mov(bodyOfRegister(i), rdx);
+        dropHolder();
+    }
+
+    // Leaves unless a plain number can be written over what register i holds.
+    void exitIfCounted(std::uint32_t i) {
+        if (isTemporary(i)) return;
+        cmp(headOfRegister(i), lastPlainHead);
+        ja(exitHere(), T_NEAR);
+    }
+
+    void loadRegister(std::uint32_t i) {
+        mov(rax, headOfRegister(i));
+        mov(rdx, bodyOfRegister(i));
+    }
+
+    void loadConstant(const Cell& constant) {
+        mov(rax, CellInspector::head(constant));
+        mov(rdx, CellInspector::body(constant));
+        if (!isCounted(constant)) return;
+        mov(rcx, reinterpret_cast<std::uintptr_t>(CellInspector::object(constant)));
+        inc(dword[rcx + offsetof(HeapObject, references)]);
+    }
+
+    // The place of global name `number` into rcx.
+    void placeOfGlobal(std::uint32_t number, const Reg64& into) {
+        mov(into, reinterpret_cast<std::uintptr_t>(
+                      &globalPlace(symbolOrEmpty(code_.names[number].get()))));
+    }
+
+    // --- Jumps ---
+
+    Label& targetOf(const Instruction& i) {
+        return labels_[static_cast<std::size_t>(static_cast<std::int64_t>(at_) + i.y)];
+    }
+    static bool goesBack(const Instruction& i) noexcept { return i.y <= 0; }
+
+    // --- Arithmetic ---
+
+    enum class Arithmetic { add, subtract, multiply, divide };
+
+    // An operand: a register, or a constant that is a plain number.
+    struct Number {
+        std::uint32_t where = 0;
+        const Cell* constant = nullptr;
+    };
+
+    static bool isInteger(const Number& n) noexcept {
+        return n.constant != nullptr && headOf(*n.constant) == plainInteger;
+    }
+
+    void jumpUnlessHead(const Number& n, std::uintptr_t head, Label& other) {
+        if (n.constant != nullptr) {
+            if (headOf(*n.constant) != head) jmp(other, T_NEAR);
+            return;
+        }
+        cmp(headOfRegister(n.where), imm(head));
+        jne(other, T_NEAR);
+    }
+
+    void loadInteger(const Xbyak::Reg32& into, const Number& n) {
+        if (n.constant != nullptr) mov(into, imm(integerOf(*n.constant)));
+        else mov(into, integerOfRegister(n.where));
+    }
+
+    // Any plain number as a double; leaves unless it is one.
+    void loadDouble(const Xbyak::Xmm& into, const Number& n) {
+        if (n.constant != nullptr) {
+            const auto bits = std::bit_cast<std::uint64_t>(numberOf(*n.constant));
+            if (bits == 0) {
+                xorps(into, into);
+                return;
+            }
+            mov(rax, bits);
+            movq(into, rax);
+            return;
+        }
+        Label isReal;
+        Label loaded;
+        cmp(headOfRegister(n.where), imm(plainReal));
+        je(isReal);
+        cmp(headOfRegister(n.where), imm(plainInteger));
+        jne(exitHere(), T_NEAR);
+        xorps(into, into);
+        cvtsi2sd(into, integerOfRegister(n.where));
+        jmp(loaded);
+        L(isReal);
+        movsd(into, bodyOfRegister(n.where));
+        L(loaded);
+    }
+
+    void compute(Arithmetic what, const Xbyak::Xmm& a, const Xbyak::Xmm& b) {
+        switch (what) {
+        case Arithmetic::add: addsd(a, b); return;
+        case Arithmetic::subtract: subsd(a, b); return;
+        case Arithmetic::multiply: mulsd(a, b); return;
+        case Arithmetic::divide: divsd(a, b); return;
+        }
+    }
+
+    // eax = eax op b; leaves when that does not fit, or is a division that needs more care.
+    void computeIntegers(Arithmetic what, const Number& b) {
+        switch (what) {
+        case Arithmetic::add:
+            if (b.constant != nullptr) add(eax, imm(integerOf(*b.constant)));
+            else add(eax, integerOfRegister(b.where));
+            break;
+        case Arithmetic::subtract:
+            if (b.constant != nullptr) sub(eax, imm(integerOf(*b.constant)));
+            else sub(eax, integerOfRegister(b.where));
+            break;
+        case Arithmetic::multiply:
+            if (b.constant != nullptr) imul(eax, eax, integerOf(*b.constant));
+            else imul(eax, integerOfRegister(b.where));
+            break;
+        case Arithmetic::divide:
+            loadInteger(ecx, b);
+            // Of -1 and 0 the loop knows what to make.
+            lea(edx, ptr[rcx + 1]);
+            cmp(edx, 1);
+            jbe(exitHere(), T_NEAR);
+            cdq();
+            idiv(ecx);
+            return;
+        }
+        jo(exitHere(), T_NEAR);
+    }
+
+    void arithmetic(Arithmetic what, std::uint32_t target, std::initializer_list<Number> operands) {
+        exitIfObstacles();
+        exitIfCounted(target);
+        // Integers of which two are divided and then by a third are computed in doubles.
+        const bool onIntegers = what != Arithmetic::divide || operands.size() == 2;
+        auto reals = std::make_shared<Label>();
+        auto done = std::make_shared<Label>();
+        const std::vector<Number> all(operands);
+        for (const Number& each : all) jumpUnlessHead(each, plainInteger, *reals);
+        if (onIntegers) {
+            loadInteger(eax, all[0]);
+            for (std::size_t i = 1; i < all.size(); ++i) computeIntegers(what, all[i]);
+            mov(headOfRegister(target), imm(plainInteger));
+            mov(bodyOfRegister(target), rax);
+            L(*done);
+        } else {
+            leaveToLoop();
+            L(*done);
+        }
+        later([this, what, target, reals, done, all] {
+            L(*reals);
+            loadDouble(xmm0, all[0]);
+            for (std::size_t i = 1; i < all.size(); ++i) {
+                loadDouble(xmm1, all[i]);
+                compute(what, xmm0, xmm1);
+            }
+            mov(headOfRegister(target), imm(plainReal));
+            movsd(bodyOfRegister(target), xmm0);
+            jmp(*done, T_NEAR);
+        });
+    }
+
+    void arithmetic(Arithmetic what, const Instruction& i) {
+        arithmetic(what, i.a, {{i.b}, {i.c}});
+    }
+    void arithmeticWithConstant(Arithmetic what, const Instruction& i, bool constantFirst = false) {
+        const Cell& constant = code_.constants[i.x];
+        if (!isPlainNumber(constant)) return leaveToLoop();
+        if (constantFirst) arithmetic(what, i.a, {{0, &constant}, {i.b}});
+        else arithmetic(what, i.a, {{i.b}, {0, &constant}});
+    }
+    void arithmeticOnThree(Arithmetic what, const Instruction& i) {
+        arithmetic(what, i.a, {{i.b}, {i.c}, {i.x}});
+    }
+
+    // --- Comparison ---
+
+    enum class Comparison { less, greater, lessOrEqual, equal, notEqual };
+
+    void jumpIfCompared(Comparison what, bool wanted, Label& to) {
+        switch (what) {
+        case Comparison::less: wanted ? jl(to, T_NEAR) : jge(to, T_NEAR); return;
+        case Comparison::greater: wanted ? jg(to, T_NEAR) : jle(to, T_NEAR); return;
+        case Comparison::lessOrEqual: wanted ? jle(to, T_NEAR) : jg(to, T_NEAR); return;
+        case Comparison::equal: wanted ? je(to, T_NEAR) : jne(to, T_NEAR); return;
+        case Comparison::notEqual: wanted ? jne(to, T_NEAR) : je(to, T_NEAR); return;
+        }
+    }
+
+    // The same of xmm0 and xmm1, where not-a-number counts as the built-ins have it: it is less
+    // than, greater than, less than or equal to, and not equal to every number.
+    void jumpIfRealsCompared(Comparison what, bool wanted, Label& to) {
+        switch (what) {
+        case Comparison::less:
+            ucomisd(xmm0, xmm1);
+            wanted ? jb(to, T_NEAR) : jae(to, T_NEAR);
+            return;
+        case Comparison::greater:
+            ucomisd(xmm1, xmm0);
+            wanted ? jb(to, T_NEAR) : jae(to, T_NEAR);
+            return;
+        case Comparison::lessOrEqual:
+            ucomisd(xmm0, xmm1);
+            wanted ? jbe(to, T_NEAR) : ja(to, T_NEAR);
+            return;
+        case Comparison::equal:
+        case Comparison::notEqual: break;
+        }
+        ucomisd(xmm0, xmm1);
+        const bool whenEqual = (what == Comparison::equal) == wanted;
+        if (whenEqual) {
+            Label differ;
+            jp(differ);
+            je(to, T_NEAR);
+            L(differ);
+        } else {
+            jp(to, T_NEAR);
+            jne(to, T_NEAR);
+        }
+    }
+
+    void comparisonJump(Comparison what, bool wanted, const Instruction& i, const Number& second,
+                        bool onRegisters) {
+        exitIfObstacles();
+        if (goesBack(i)) exitIfEnding();
+        Label& to = targetOf(i);
+        const Number first{i.b};
+        auto reals = std::make_shared<Label>();
+        auto done = std::make_shared<Label>();
+        if (second.constant != nullptr && !isPlainNumber(*second.constant)) {
+            compareSymbols(what, wanted, i, second, onRegisters, to);
+            return;
+        }
+        jumpUnlessHead(first, plainInteger, *reals);
+        jumpUnlessHead(second, plainInteger, *reals);
+        loadInteger(eax, first);
+        if (second.constant != nullptr) cmp(eax, imm(integerOf(*second.constant)));
+        else cmp(eax, integerOfRegister(second.where));
+        jumpIfCompared(what, wanted, to);
+        L(*done);
+        later([this, what, wanted, first, second, i, onRegisters, &to, reals, done] {
+            L(*reals);
+            if (isSymbolTest(what) && onRegisters) {
+                Label numbers;
+                mov(rax, headOfRegister(i.b));
+                or_(rax, headOfRegister(i.c));
+                test(eax, typeMask);
+                jne(numbers, T_NEAR);
+                compareSymbols(what, wanted, i, second, onRegisters, to);
+                jmp(*done, T_NEAR);
+                L(numbers);
+            }
+            loadDouble(xmm0, first);
+            loadDouble(xmm1, second);
+            jumpIfRealsCompared(what, wanted, to);
+            jmp(*done, T_NEAR);
+        });
+    }
+
+    static bool isSymbolTest(Comparison what) noexcept {
+        return what == Comparison::equal || what == Comparison::notEqual;
+    }
+
+    // Symbols are equal when they are the same.
+    void compareSymbols(Comparison what, bool wanted, const Instruction& i, const Number& second,
+                        bool onRegisters, Label& to) {
+        const bool constantIsSymbol =
+            second.constant != nullptr && second.constant->is(CellType::Symbol);
+        if (!isSymbolTest(what) || (!onRegisters && !constantIsSymbol) || isTemporary(i.b) ||
+            (onRegisters && isTemporary(i.c)))
+            return leaveToLoop();
+        mov(rax, headOfRegister(i.b));
+        test(eax, typeMask);
+        jne(exitHere(), T_NEAR);
+        if (onRegisters) {
+            cmp(rax, headOfRegister(i.c));
+        } else {
+            mov(rcx, CellInspector::head(*second.constant));
+            cmp(rax, rcx);
+        }
+        jumpIfCompared(what, wanted, to);
+    }
+
+    void comparisonJump(Comparison what, bool wanted, const Instruction& i) {
+        comparisonJump(what, wanted, i, {i.c}, true);
+    }
+    void comparisonJumpWithConstant(Comparison what, bool wanted, const Instruction& i) {
+        comparisonJump(what, wanted, i, {0, &code_.constants[i.x]}, false);
+    }
+
+    // --- Truth ---
+
+    // Goes on at `isFalse` when the head in rax is nil's, leaves when more must be looked at: a text
+    // may be "nil", as may an integer's or a function's.
+    void testTruth(Label& isFalse) {
+        Label symbol;
+        Label isTrue;
+        test(eax, typeMask);
+        je(symbol);
+        cmp(rax, imm(plainReal));
+        jbe(isTrue);
+        mov(ecx, eax);
+        and_(ecx, typeMask);
+        cmp(ecx, listType);
+        jne(exitHere(), T_NEAR);
+        jmp(isTrue);
+        L(symbol);
+        mov(rcx, CellInspector::head(NilCell));
+        cmp(rax, rcx);
+        je(isFalse, T_NEAR);
+        L(isTrue);
+    }
+
+    void jumpOnTruth(const Instruction& i, bool wanted) {
+        if (goesBack(i)) exitIfEnding();
+        Label isFalse;
+        Label end;
+        mov(rax, headOfRegister(i.a));
+        testTruth(isFalse);
+        releaseRegister(i.a);
+        jmp(wanted ? targetOf(i) : end, T_NEAR);
+        L(isFalse);
+        releaseRegister(i.a);
+        if (!wanted) jmp(targetOf(i), T_NEAR);
+        L(end);
+    }
+
+    void keepIfTrue(const Instruction& i) {
+        Label isFalse;
+        mov(rax, headOfRegister(i.a));
+        testTruth(isFalse);
+        jmp(targetOf(i), T_NEAR);
+        L(isFalse);
+        releaseRegister(i.a);
+    }
+
+    void jumpOnGlobal(const Instruction& i, bool wanted) {
+        exitIfObstacles();
+        if (goesBack(i)) exitIfEnding();
+        Label isFalse;
+        Label end;
+        placeOfGlobal(i.x, rcx);
+        mov(rax, qword[rcx]);
+        testTruth(isFalse);  // an unbound cell is none of the types it knows
+        jmp(wanted ? targetOf(i) : end, T_NEAR);
+        L(isFalse);
+        if (!wanted) jmp(targetOf(i), T_NEAR);
+        L(end);
+    }
+
+    // --- Lists ---
+
+    // Leaves unless register i holds a List; its head into rax.
+    void requireList(std::uint32_t i) {
+        mov(rax, headOfRegister(i));
+        mov(ecx, eax);
+        and_(ecx, typeMask);
+        cmp(ecx, listType);
+        jne(exitHere(), T_NEAR);
+    }
+
+    void jumpOnEmpty(const Instruction& i, bool wanted) {
+        exitIfObstacles();
+        if (goesBack(i)) exitIfEnding();
+        requireList(i.b);
+        if (isTemporary(i.b)) {
+            mov(edx, dword[rbx + i.b * cellBytes + 12]);
+            releaseRegister(i.b);
+            test(edx, edx);
+        } else {
+            cmp(dword[rbx + i.b * cellBytes + 12], 0);
+        }
+        if (wanted) je(targetOf(i), T_NEAR);
+        else jne(targetOf(i), T_NEAR);
+    }
+
+    // The item at rcx, of a list in register `list`, into register `target`.
+    void takeItem(std::uint32_t list, std::uint32_t target) {
+        mov(rax, qword[rcx]);
+        mov(rdx, qword[rcx + 8]);
+        countHolder(rax);
+        if (target == list) {
+            mov(rcx, headOfRegister(list));
+            mov(headOfRegister(target), rax);
+            mov(bodyOfRegister(target), rdx);
+            dropHolder();
+            return;
+        }
+        storeWords(target);
+        if (isTemporary(list)) releaseRegister(list);
+    }
+
+    // Where the item of index eax (not negative) of the list in `list` lies, into rcx; leaves when
+    // there is none.
+    void findItem(std::uint32_t list) {
+        cmp(eax, dword[rbx + list * cellBytes + 12]);
+        jae(exitHere(), T_NEAR);
+        add(eax, dword[rbx + list * cellBytes + 8]);
+        shl(rax, 4);
+        mov(rcx, headOfRegister(list));
+        and_(rcx, addressMask);
+        lea(rcx, ptr[rcx + rax + sizeof(Buffer<Cell>)]);
+    }
+
+    void car(const Instruction& i) {
+        exitIfObstacles();
+        requireList(i.b);
+        xor_(eax, eax);
+        findItem(i.b);
+        takeItem(i.b, i.a);
+    }
+
+    void nth(const Instruction& i) {
+        exitIfObstacles();
+        cmp(headOfRegister(i.b), imm(plainInteger));
+        jne(exitHere(), T_NEAR);
+        requireList(i.c);
+        mov(eax, integerOfRegister(i.b));
+        findItem(i.c);  // a negative index is too large
+        takeItem(i.c, i.a);
+    }
+
+    void cdr(const Instruction& i) {
+        exitIfObstacles();
+        requireList(i.b);
+        const std::size_t body = i.b * cellBytes + 8;
+        Label noPair;
+        Label narrow;
+        mov(rcx, rax);
+        and_(rcx, addressMask);  // the buffer; of an empty list null, but its length is 0
+        mov(edx, dword[rbx + body + 4]);
+        cmp(edx, 2);
+        jb(exitHere(), T_NEAR);
+        // Of three the middle one may be the dot of a pair; a plain number is not.
+        cmp(edx, 3);
+        jne(noPair);
+        mov(eax, dword[rbx + body]);
+        shl(rax, 4);
+        cmp(qword[rcx + rax + sizeof(Buffer<Cell>) + cellBytes],
+            imm(plainReal));
+        ja(exitHere(), T_NEAR);
+        L(noPair);
+        mov(eax, dword[rcx + offsetof(Buffer<Cell>, last)]);
+        sub(eax, dword[rcx + offsetof(Buffer<Cell>, first)]);
+        cmp(eax, 64);
+        jbe(narrow);
+        shr(eax, 2);
+        dec(edx);
+        cmp(edx, eax);
+        jb(exitHere(), T_NEAR);
+        L(narrow);
+        if (i.a == i.b) {
+            inc(dword[rbx + body]);
+            dec(dword[rbx + body + 4]);
+            return;
+        }
+        loadRegister(i.b);
+        if (isTemporary(i.b)) mov(headOfRegister(i.b), 0);
+        else countHolder(rax);
+        // One further on, one shorter.
+        mov(rcx, 0xffffffff00000001);
+        add(rdx, rcx);
+        storeWords(i.a);
+    }
+
+    void inPlace(const Instruction& i) {
+        exitIfObstacles();
+        mov(firstArgument, rbx);
+        mov(secondArgument, reinterpret_cast<std::uintptr_t>(&i));
+        mov(thirdArgument, code_.firstTemporary);
+        callHelper(reinterpret_cast<std::uintptr_t>(inPlaceOf(i.op)));
+        test(al, al);
+        je(exitHere(), T_NEAR);
+    }
+
+    // --- Names ---
+
+    void exitIfUnbound(std::uint32_t i) {
+        cmp(headOfRegister(i), unboundHead);
+        je(exitHere(), T_NEAR);
+    }
+
+    void loadLocal(const Instruction& i, bool maybeUnbound) {
+        exitIfObstacles();
+        if (maybeUnbound) exitIfUnbound(i.b);
+        loadRegister(i.b);
+        countHolder(rax);
+        storeWords(i.a);
+    }
+
+    void loadGlobal(const Instruction& i) {
+        exitIfObstacles();
+        placeOfGlobal(i.x, rcx);
+        mov(rax, qword[rcx]);
+        mov(rdx, qword[rcx + 8]);
+        cmp(rax, unboundHead);
+        je(exitHere(), T_NEAR);
+        countHolder(rax);
+        storeWords(i.a);
+    }
+
+    // What is assigned: register i, which stays when its value is asked for.
+    void takeAssigned(const Instruction& i) {
+        loadRegister(i.a);
+        if (i.y != 0) countHolder(rax);
+        else mov(headOfRegister(i.a), 0);
+    }
+
+    void setLocal(const Instruction& i) {
+        exitIfObstacles();
+        takeAssigned(i);
+        storeWords(i.b);
+    }
+
+    void setGlobal(const Instruction& i) {
+        exitIfObstacles();
+        SymbolData& name = symbolOrEmpty(code_.names[i.x].get());
+        Cell& place = globalPlace(name);
+        mov(rcx, reinterpret_cast<std::uintptr_t>(&place));
+        cmp(qword[rcx], unboundHead);
+        je(exitHere(), T_NEAR);
+        mov(rax, reinterpret_cast<std::uintptr_t>(&name.intrinsic));
+        cmp(byte[rax], 0);
+        jne(exitHere(), T_NEAR);
+        takeAssigned(i);
+        mov(r8, reinterpret_cast<std::uintptr_t>(&place));
+        mov(rcx, qword[r8]);
+        mov(qword[r8], rax);
+        mov(qword[r8 + 8], rdx);
+        dropHolder();
+    }
+
+    // --- Calls ---
+
+    // Calls the function rcx, of which a count is taken over when the call is certain; what it
+    // needs lies in registers from `first` on.
+    void callFunction(const Instruction& i, std::uint32_t first, bool headGivesItsCount) {
+        exitIfEnding();
+        mov(rdx, qword[rcx + offsetof(LambdaData, code)]);
+        test(rdx, rdx);
+        je(exitHere(), T_NEAR);
+        mov(r8, qword[rdx + offsetof(Code, nativeEntry)]);
+        test(r8, r8);
+        je(exitHere(), T_NEAR);
+        cmp(dword[rdx + offsetof(Code, parameters)], i.b);
+        jne(exitHere(), T_NEAR);
+        cmp(rbp, qword[r12 + offsetof(Machine, lastFrame_)]);
+        je(exitHere(), T_NEAR);
+        mov(eax, dword[rdx + offsetof(Code, registers)]);
+        shl(rax, 4);
+        lea(r9, ptr[rbx + first * cellBytes]);
+        add(rax, r9);
+        cmp(rax, qword[r12 + offsetof(Machine, segmentEnd_)]);
+        ja(exitHere(), T_NEAR);
+
+        if (headGivesItsCount) mov(headOfRegister(i.a), 0);
+        else inc(dword[rcx + offsetof(HeapObject, references)]);
+        mov(rax, reinterpret_cast<std::uintptr_t>(&instructions_[at_ + 1]));
+        mov(qword[rbp + offsetof(Frame, next)], rax);
+        lea(rax, ptr[rip + labels_[at_ + 1]]);
+        mov(qword[rbp + offsetof(Frame, nativeNext)], rax);
+        lea(rax, ptr[rbx + i.a * cellBytes]);
+        add(rbp, imm(sizeof(Frame)));
+        mov(qword[r12 + offsetof(Machine, top_)], rbp);
+        mov(qword[rbp + offsetof(Frame, registers)], r9);
+        mov(qword[rbp + offsetof(Frame, code)], rdx);
+        mov(qword[rbp + offsetof(Frame, result)], rax);
+        mov(qword[rbp + offsetof(Frame, function)], rcx);
+        mov(rax, qword[rcx + offsetof(LambdaData, scope)]);
+        mov(qword[rbp + offsetof(Frame, scope)], rax);
+        mov(byte[rbp + offsetof(Frame, returnsSlowly)], 0);
+        mov(rbx, r9);
+        jmp(r8);
+    }
+
+    // Leaves unless the head in rax is a Lambda's; its function into rcx.
+    void requireFunction() {
+        mov(ecx, eax);
+        and_(ecx, typeMask);
+        cmp(ecx, lambdaType);
+        jne(exitHere(), T_NEAR);
+        mov(rcx, rax);
+        and_(rcx, addressMask);
+    }
+
+    void callGlobal(const Instruction& i) {
+        exitIfObstacles();
+        placeOfGlobal(i.x, rax);
+        mov(rax, qword[rax]);
+        requireFunction();
+        callFunction(i, i.a, false);
+    }
+
+    void callHead(const Instruction& i) {
+        mov(rax, headOfRegister(i.a));
+        requireFunction();
+        callFunction(i, i.a + 1u, true);
+    }
+
+    void leave(const Instruction& i) {
+        cmp(byte[rbp + offsetof(Frame, returnsSlowly)], 0);
+        jne(exitHere(), T_NEAR);
+        for (std::uint32_t local = 0; local < code_.firstTemporary; ++local)
+            if (local != i.a) releaseRegister(local);
+        // The last holder of the function takes this very code away: the loop does that.
+        mov(rcx, qword[rbp + offsetof(Frame, function)]);
+        cmp(dword[rcx + offsetof(HeapObject, references)], 1);
+        je(exitHere(), T_NEAR);
+        dec(dword[rcx + offsetof(HeapObject, references)]);
+        loadRegister(i.a);
+        mov(headOfRegister(i.a), 0);
+        mov(rcx, qword[rbp + offsetof(Frame, result)]);
+        mov(qword[rcx], rax);
+        mov(qword[rcx + 8], rdx);
+        sub(rbp, imm(sizeof(Frame)));
+        mov(qword[r12 + offsetof(Machine, top_)], rbp);
+        mov(rbx, qword[rbp + offsetof(Frame, registers)]);
+        jmp(qword[rbp + offsetof(Frame, nativeNext)]);
+    }
+
+    // --- One instruction ---
+
+    void emit(const Instruction& i) {
+        using A = Arithmetic;
+        using C = Comparison;
+        switch (i.op) {
+        case Op::loadConstant:
+            loadConstant(code_.constants[i.x]);
+            storeWords(i.a);
+            return;
+        case Op::setConstant:
+            exitIfObstacles();
+            loadConstant(code_.constants[i.x]);
+            storeWords(i.b);
+            return;
+        case Op::loadLocal:
+        case Op::takeLocal: return loadLocal(i, false);
+        case Op::loadMaybe:
+        case Op::takeMaybe: return loadLocal(i, true);
+        case Op::loadGlobal:
+        case Op::takeGlobal: return loadGlobal(i);
+        case Op::setLocal: return setLocal(i);
+        case Op::setGlobal: return setGlobal(i);
+        case Op::defineLocal:
+            takeAssigned(i);
+            storeWords(i.b);
+            return;
+        case Op::add: return arithmetic(A::add, i);
+        case Op::addConstant: return arithmeticWithConstant(A::add, i);
+        case Op::subtract: return arithmetic(A::subtract, i);
+        case Op::subtractConstant: return arithmeticWithConstant(A::subtract, i);
+        case Op::multiply: return arithmetic(A::multiply, i);
+        case Op::multiplyConstant: return arithmeticWithConstant(A::multiply, i);
+        case Op::divide: return arithmetic(A::divide, i);
+        case Op::divideConstant: return arithmeticWithConstant(A::divide, i);
+        case Op::subtractFromConstant: return arithmeticWithConstant(A::subtract, i, true);
+        case Op::divideConstantBy: return arithmeticWithConstant(A::divide, i, true);
+        case Op::addThree: return arithmeticOnThree(A::add, i);
+        case Op::subtractThree: return arithmeticOnThree(A::subtract, i);
+        case Op::multiplyThree: return arithmeticOnThree(A::multiply, i);
+        case Op::divideThree: return arithmeticOnThree(A::divide, i);
+        case Op::unlessLess: return comparisonJump(C::less, false, i);
+        case Op::unlessLessConstant: return comparisonJumpWithConstant(C::less, false, i);
+        case Op::ifLess: return comparisonJump(C::less, true, i);
+        case Op::ifLessConstant: return comparisonJumpWithConstant(C::less, true, i);
+        case Op::unlessGreater: return comparisonJump(C::greater, false, i);
+        case Op::unlessGreaterConstant: return comparisonJumpWithConstant(C::greater, false, i);
+        case Op::ifGreater: return comparisonJump(C::greater, true, i);
+        case Op::ifGreaterConstant: return comparisonJumpWithConstant(C::greater, true, i);
+        case Op::unlessLessOrEqual: return comparisonJump(C::lessOrEqual, false, i);
+        case Op::unlessLessOrEqualConstant:
+            return comparisonJumpWithConstant(C::lessOrEqual, false, i);
+        case Op::ifLessOrEqual: return comparisonJump(C::lessOrEqual, true, i);
+        case Op::ifLessOrEqualConstant: return comparisonJumpWithConstant(C::lessOrEqual, true, i);
+        case Op::unlessEqual: return comparisonJump(C::equal, false, i);
+        case Op::unlessEqualConstant: return comparisonJumpWithConstant(C::equal, false, i);
+        case Op::ifEqual: return comparisonJump(C::equal, true, i);
+        case Op::ifEqualConstant: return comparisonJumpWithConstant(C::equal, true, i);
+        case Op::unlessNotEqual: return comparisonJump(C::notEqual, false, i);
+        case Op::unlessNotEqualConstant: return comparisonJumpWithConstant(C::notEqual, false, i);
+        case Op::ifNotEqual: return comparisonJump(C::notEqual, true, i);
+        case Op::ifNotEqualConstant: return comparisonJumpWithConstant(C::notEqual, true, i);
+        case Op::car: return car(i);
+        case Op::cdr: return cdr(i);
+        case Op::nth: return nth(i);
+        case Op::cons:
+        case Op::appendItem:
+        case Op::appendText:
+        case Op::length:
+        case Op::cadr: return inPlace(i);
+        case Op::unlessNull: return jumpOnEmpty(i, false);
+        case Op::ifNull: return jumpOnEmpty(i, true);
+        case Op::jumpIfFalse: return jumpOnTruth(i, false);
+        case Op::jumpIfTrue: return jumpOnTruth(i, true);
+        case Op::keepIfTrue: return keepIfTrue(i);
+        case Op::unlessGlobal: return jumpOnGlobal(i, false);
+        case Op::ifGlobal: return jumpOnGlobal(i, true);
+        case Op::jump: 
+            if (goesBack(i)) exitIfEnding();
+            jmp(targetOf(i), T_NEAR);
+            return;
+        case Op::ifObstacles:
+            cmp(qword[r13], 0);
+            jne(targetOf(i), T_NEAR);
+            return;
+        case Op::guard:
+        case Op::checkHead: return exitIfObstacles();
+        case Op::startRepeat:
+            cmp(headOfRegister(i.a), imm(plainInteger));
+            jne(exitHere(), T_NEAR);
+            cmp(integerOfRegister(i.a), 0);
+            jle(exitHere(), T_NEAR);
+            return;
+        case Op::nextRepeat:
+            exitIfEnding();
+            mov(eax, integerOfRegister(i.a));
+            dec(eax);
+            mov(bodyOfRegister(i.a), rax);
+            test(eax, eax);
+            jg(targetOf(i), T_NEAR);
+            return;
+        case Op::callGlobal: return callGlobal(i);
+        case Op::call: return callHead(i);
+        case Op::leave: return leave(i);
+        case Op::drop: return releaseRegister(i.a);
+        case Op::move:
+            loadRegister(i.b);
+            mov(headOfRegister(i.b), 0);
+            storeWords(i.a);
+            return;
+        default: return leaveToLoop();
+        }
+    }
+
+    const Code& code_;
+    const std::vector<Instruction>& instructions_;
+    std::vector<Label> labels_;
+    std::vector<std::unique_ptr<Label>> exits_;
+    std::deque<std::function<void()>> cold_;
+    std::size_t at_ = 0;
+    std::size_t entryOffset_ = 0;
+};
+
+namespace {
+
+// Saves what the caller wants kept and makes the registers what the templates expect.
+class GateBuilder : public Xbyak::CodeGenerator {
+  public:
+    GateBuilder(std::vector<std::uint8_t>& buffer, std::size_t top, std::size_t registers)
+        : CodeGenerator(buffer.size(), buffer.data()) {
+        const Reg64 saved[] = {rbx, rbp, r12, r13, r14, r15};
+#if defined(_WIN32)
+        const Reg64& machine = rcx;
+        const Reg64& place = rdx;
+#else
+        const Reg64& machine = rdi;
+        const Reg64& place = rsi;
+#endif
+        for (const Reg64& each : saved) push(each);
+        sub(rsp, 8);  // a multiple of 16 again
+        mov(r12, machine);
+        mov(r13, reinterpret_cast<std::uintptr_t>(&intrinsics::obstacles));
+        mov(r14, reinterpret_cast<std::uintptr_t>(&interruption::detail::reason));
+        mov(rbp, qword[r12 + top]);
+        mov(rbx, qword[rbp + registers]);
+        jmp(place);
+        backToTheLoop = getSize();
+        xor_(eax, eax);
+        exit = getSize();
+        add(rsp, 8);
+        for (std::size_t i = std::size(saved); i > 0; --i) pop(saved[i - 1]);
+        ret();
+    }
+
+    std::size_t exit = 0;
+    std::size_t backToTheLoop = 0;
+};
+
+}  // namespace
+
+const NativeCompiler::Gate& NativeCompiler::gate() noexcept {
+    static const Gate made = [] {
+        Gate gate;
+        std::vector<std::uint8_t> buffer(1024);
+        const GateBuilder builder(buffer, offsetof(Machine, top_), offsetof(Frame, registers));
+        const std::byte* memory = platform::allocateCode(buffer.data(), builder.getSize());
+        if (memory == nullptr) return gate;
+        gate.run = reinterpret_cast<decltype(gate.run)>(reinterpret_cast<std::uintptr_t>(memory));
+        gate.exit = memory + builder.exit;
+        gate.backToTheLoop = memory + builder.backToTheLoop;
+        return gate;
+    }();
+    return made;
+}
+
+#pragma GCC diagnostic pop
+
+std::unique_ptr<NativeCode> NativeCode::compile(const Code& code) noexcept {
+    // Longer code is run seldom, in proportion to what it would take.
+    constexpr std::size_t mostInstructions = 20'000;
+    constexpr std::size_t mostBytesEach = 600;
+    const std::size_t count = code.blocks[0]->instructions.size();
+    if (count == 0 || count > mostInstructions || NativeCompiler::gate().run == nullptr)
+        return nullptr;
+    try {
+        auto made = std::make_unique<NativeCode>();
+        made->places_.reserve(count);
+        const std::size_t ofLocals = (code.slots + std::size_t{1}) * 200;
+        std::vector<std::uint8_t> buffer(4096 + count * mostBytesEach + ofLocals);
+        NativeCompiler compiler(code, buffer);
+        compiler.compile(*made);
+        made->bytes_ = compiler.getSize();
+        made->memory_ = platform::allocateCode(buffer.data(), made->bytes_);
+        if (made->memory_ == nullptr) return nullptr;
+        made->first_ = code.blocks[0]->instructions.data();
+        if (code.isFunction && code.namesInRegisters && code.parameterSlots.empty())
+            made->entry_ = made->memory_ + compiler.entryOffset();
+        return made;
+    } catch (const std::exception&) {
+        return nullptr;  // too long, or no memory: the loop can do it
+    }
+}
+
+NativeCode::~NativeCode() {
+    if (memory_ != nullptr) platform::freeCode(memory_, bytes_);
+}
+
+const Instruction* NativeCode::run(Machine& machine, const std::byte* place) noexcept {
+    return NativeCompiler::gate().run(&machine, place);
+}
+
+const std::byte* NativeCode::backToTheLoop() noexcept { return NativeCompiler::gate().backToTheLoop; }
+
+void native::setThreshold(std::uint32_t times) noexcept { timesUntilCompiled = times; }
+std::uint32_t native::threshold() noexcept { return timesUntilCompiled; }
+
+}  // namespace vlisp
