@@ -52,6 +52,14 @@ Environment::Environment(Environment* outer, ScopeShape* shape) noexcept
     scope_collector::enlist(*this);
 }
 
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+std::size_t Environment::offsetOfOuter() noexcept {
+    static_assert(sizeof(Ref<Environment>) == sizeof(Environment*));
+    return offsetof(Environment, outer_);
+}
+#pragma GCC diagnostic pop
+
 Environment::~Environment() {
     scope_collector::strike(*this);
     for (std::uint32_t i = 0; i < slotCount(); ++i) std::destroy_at(slots() + i);

@@ -99,6 +99,9 @@ class Environment final : public HeapObject {
     /// Lets go of all bindings; what they held is released after they have become unreachable.
     void clear() noexcept;
 
+    /// Where in a scope the address of the next one outward stands.
+    static std::size_t offsetOfOuter() noexcept;
+
     // The scope collector's list of all scopes that live.
     Environment* previousLiving = nullptr;
     Environment* nextLiving = nullptr;

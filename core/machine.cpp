@@ -223,6 +223,22 @@ ErrorInForce::ErrorInForce(const ErrorBuffer& error) noexcept
 
 ErrorInForce::~ErrorInForce() { obstacles = (obstacles & ~intrinsics::errorObstacle) | before_; }
 
+// A call that may run from its beginning to its end in native code; false when the loop must go on.
+bool Machine::runNatively(Cell& value) noexcept {
+    const Code& code = *top_->code;
+    if (code.native == nullptr || obstacles != 0 || traceSink != nullptr) return false;
+    const Instruction* left = NativeCode::run(*this, code.native->placeOf(code.entry));
+    if (left == nullptr || interruption::pending()) return false;
+    top_->next = left;
+    if (left->op != Op::leave || top_ != frames_ + 1) return false;
+    Cell* const registers = top_->registers;
+    value.swap(registers[left->a]);
+    release(registers[left->a]);
+    for (std::uint32_t i = 0; i < code.firstTemporary; ++i) release(registers[i]);
+    --top_;
+    return true;
+}
+
 Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuffer& error) {
     if (segment_ == nullptr) {
         segment_ = makeSegment(firstCells);
@@ -237,7 +253,9 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
         Cell* registers = segment_->cells();
         if (code.callsPlainly && count == code.parameters && code.registers <= firstCells) {
             for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
-            *++top_ = {code.entry, registers, &code, &value, nullptr, nullptr, &scope, false, false, true};
+            *++top_ = {code.entry, registers, &code,  &value, nullptr,
+                       nullptr,    &scope,    false, false,  true};
+            if (runNatively(value)) return value;
         } else {
             const bool needsRoom = count > segment_->capacity;
             if (needsRoom) registers = moveToNewSegment(registers, 0, count);
@@ -278,7 +296,6 @@ void Machine::loop(ErrorBuffer& error) {
 #undef VLISP_LABEL
     };
     const void* const* const own = traceSink != nullptr ? traced : operations;
-    const std::byte* const backHere = NativeCode::backToTheLoop();
 
     // What the instructions work on; loaded anew whenever another frame is on top.
     Frame* frame = nullptr;
@@ -302,7 +319,7 @@ void Machine::loop(ErrorBuffer& error) {
     } while (false)
 #define RETURN_HERE                                                                                \
     frame->next = pc + 1;                                                                          \
-    frame->nativeNext = backHere
+    frame->nativeNext = NativeCode::backToTheLoop()
 #define OWN (RegisterNames{*frame->code, R})
 #define LET_GO_OF(operand)                                                                         \
     if ((operand) >= temporaries) release(R[operand])
@@ -381,6 +398,8 @@ native : {
     if (interruption::pending()) [[unlikely]]
         goto interrupted;
     const Instruction* left = NativeCode::run(*this, place);
+    if (interruption::pending()) [[unlikely]]
+        goto interrupted;
     LOAD;
     if (left == nullptr) DISPATCH;
     pc = left;

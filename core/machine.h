@@ -55,6 +55,7 @@ class Machine {
     struct Segment;
 
     void loop(ErrorBuffer& error);
+    bool runNatively(Cell& value) noexcept;
     void callFunction(LambdaData* function, Cell* arguments, std::uint32_t count, Cell* result,
                       bool inNewSegment = false);
     void callSpread(Cell& head);
@@ -72,6 +73,7 @@ class Machine {
 
     friend class MachineLease;
     friend class NativeCompiler;
+    friend class NativeGate;
     void trim() noexcept;
 
     Frame* frames_ = nullptr;  // the first is never used

@@ -1,5 +1,6 @@
 // The machine's stack: frames, segments of registers, and machines that are idle. See machine.h.
 #include "core/machine_frames.h"
+#include "core/native_code.h"
 #include "core/scope_collector.h"
 #include "platform/system.h"
 
@@ -26,6 +27,7 @@ constexpr std::size_t firstFrames = 64;
 }  // namespace
 
 void Machine::growFrames() {
+    NativeCode::prepare();
     const std::size_t capacity = std::max(firstFrames, frameCapacity_ * 2);
     const std::size_t bytes = frameCapacity_ * sizeof(Frame);
     const std::size_t newBytes = capacity * sizeof(Frame);

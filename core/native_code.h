@@ -46,11 +46,17 @@ class NativeCode {
     /// with the machine's top frame its; null when the top frame says where to go on.
     static const Instruction* run(Machine& machine, const std::byte* place) noexcept;
 
+    /// Makes the way in and out; to be called before the first frame is. False when there will be
+    /// no native code.
+    static bool prepare() noexcept;
+
     /// Where a frame goes on whose caller is the loop.
-    [[nodiscard]] static const std::byte* backToTheLoop() noexcept;
+    [[nodiscard]] static const std::byte* backToTheLoop() noexcept { return backToTheLoop_; }
 
   private:
     friend class NativeCompiler;
+
+    static const std::byte* backToTheLoop_;
 
     std::byte* memory_ = nullptr;  // executable
     std::size_t bytes_ = 0;
@@ -64,7 +70,8 @@ namespace native {
 /// A code is compiled when it has been run, or has jumped back, so many times. 0: never.
 /// Starts at 200.
 void setThreshold(std::uint32_t times) noexcept;
-[[nodiscard]] std::uint32_t threshold() noexcept;
+inline std::uint32_t timesUntilCompiled = 200;
+[[nodiscard]] inline std::uint32_t threshold() noexcept { return timesUntilCompiled; }
 
 }  // namespace native
 }  // namespace vlisp

@@ -44,7 +44,14 @@ template <class T> constexpr std::uint32_t imm(T value) noexcept {
 
 void buryObject(HeapObject* object) noexcept { heap::bury(object); }
 
-bool consInPlace(Cell* R, const Instruction* at, std::uint32_t temporaries) noexcept {
+// Carries out instruction `at` of `code` whole, or changes nothing and returns false.
+using InPlace = bool (*)(Cell* R, const Instruction* at, const Code* code) noexcept;
+
+void letGo(Cell* R, const Code* code, std::uint32_t operand, std::uint32_t target) noexcept {
+    if (operand >= code->firstTemporary && operand != target) release(R[operand]);
+}
+
+bool consInPlace(Cell* R, const Instruction* at, const Code* code) noexcept {
     const Cell& value = R[at->b];
     const Cell& list = R[at->c];
     const ListRange range = list.is(CellType::List) ? rangeOf(list) : ListRange{};
@@ -53,12 +60,12 @@ bool consInPlace(Cell* R, const Instruction* at, std::uint32_t temporaries) noex
     const std::uint64_t body = rangeBody(range.begin - 1, range.length + 1);
     if (at->a != at->c) put(R[at->a], list);
     CellInspector::body(R[at->a]) = body;
-    if (at->b >= temporaries && at->b != at->a) release(R[at->b]);
-    if (at->c >= temporaries && at->c != at->a) release(R[at->c]);
+    letGo(R, code, at->b, at->a);
+    letGo(R, code, at->c, at->a);
     return true;
 }
 
-bool appendItemInPlace(Cell* R, const Instruction* at, std::uint32_t temporaries) noexcept {
+bool appendItemInPlace(Cell* R, const Instruction* at, const Code* code) noexcept {
     const Cell& list = R[at->b];
     const Cell& item = R[at->c];
     const ListRange range = list.is(CellType::List) ? rangeOf(list) : ListRange{};
@@ -66,56 +73,93 @@ bool appendItemInPlace(Cell* R, const Instruction* at, std::uint32_t temporaries
     range.buffer->fillBack(item);
     if (at->a != at->b) put(R[at->a], list);
     CellInspector::body(R[at->a]) = rangeBody(range.begin, range.length + 1);
-    if (at->b >= temporaries && at->b != at->a) release(R[at->b]);
-    if (at->c >= temporaries && at->c != at->a) release(R[at->c]);
+    letGo(R, code, at->b, at->a);
+    letGo(R, code, at->c, at->a);
     return true;
 }
 
-bool appendTextInPlace(Cell* R, const Instruction* at, const Cell& more,
-                       std::uint32_t temporaries) noexcept {
+template <bool withConstant>
+bool appendTextInPlace(Cell* R, const Instruction* at, const Code* code) noexcept {
     const Cell& text = R[at->b];
-    const std::uint64_t body = appendedInPlace(text, more);
+    const std::uint64_t body =
+        appendedInPlace(text, withConstant ? code->constants[at->x] : R[at->c]);
     if (body == 0) return false;
     if (at->a != at->b) put(R[at->a], text);
     CellInspector::body(R[at->a]) = body;
-    if (at->b >= temporaries && at->b != at->a) release(R[at->b]);
+    letGo(R, code, at->b, at->a);
+    if (!withConstant) letGo(R, code, at->c, at->a);
     return true;
 }
 
-bool appendTextOfRegister(Cell* R, const Instruction* at, std::uint32_t temporaries) noexcept {
-    if (!appendTextInPlace(R, at, R[at->c], temporaries)) return false;
-    if (at->c >= temporaries && at->c != at->a) release(R[at->c]);
+template <auto test> bool testInPlace(Cell* R, const Instruction* at, const Code* code) noexcept {
+    const bool isSo = test(R[at->b]);
+    letGo(R, code, at->b, at->a);
+    put(R[at->a], isSo ? TrueCell : FalseCell);
     return true;
 }
+bool hasNoItems(const Cell& cell) noexcept { return cell.items().empty(); }
+bool isAList(const Cell& cell) noexcept { return cell.is(CellType::List); }
 
-bool lengthOf(Cell* R, const Instruction* at, std::uint32_t temporaries) noexcept {
+bool lengthInPlace(Cell* R, const Instruction* at, const Code* code) noexcept {
     const std::size_t length = R[at->b].items().size();
-    if (at->b >= temporaries && at->b != at->a) release(R[at->b]);
+    letGo(R, code, at->b, at->a);
     putInteger(R[at->a], static_cast<std::int64_t>(length));
     return true;
 }
 
-bool cadrOf(Cell* R, const Instruction* at, std::uint32_t temporaries) noexcept {
+bool cadrInPlace(Cell* R, const Instruction* at, const Code* code) noexcept {
     const Items items = R[at->b].items();
     put(R[at->a], items.size() < 2 ? NilCell : items[1]);
-    if (at->b >= temporaries && at->b != at->a) release(R[at->b]);
+    letGo(R, code, at->b, at->a);
     return true;
 }
 
-using InPlace = bool (*)(Cell*, const Instruction*, std::uint32_t) noexcept;
+// Nothing but the value comes of these built-ins: one that failed may be called again.
+bool builtinInPlace(Cell* R, const Instruction* at, const Code*) noexcept {
+    Cell* arguments = &R[at->c];
+    try {
+        const auto proc = intrinsics::procOf(static_cast<Intrinsic>(at->x));
+        Cell value = proc(Arguments(arguments, at->b));
+        for (unsigned i = 0; i < at->b; ++i) release(arguments[i]);
+        put(R[at->a], std::move(value));
+    } catch (...) {
+        return false;
+    }
+    return true;
+}
 
 InPlace inPlaceOf(Op op) noexcept {
     switch (op) {
     case Op::cons: return consInPlace;
     case Op::appendItem: return appendItemInPlace;
-    case Op::appendText: return appendTextOfRegister;
-    case Op::length: return lengthOf;
-    case Op::cadr: return cadrOf;
+    case Op::appendText: return appendTextInPlace<false>;
+    case Op::appendTextConstant: return appendTextInPlace<true>;
+    case Op::length: return lengthInPlace;
+    case Op::cadr: return cadrInPlace;
+    case Op::nullp: return testInPlace<hasNoItems>;
+    case Op::listp: return testInPlace<isAList>;
+    case Op::callBuiltin: return builtinInPlace;
     default: return nullptr;
     }
 }
 
-std::uint32_t timesUntilCompiled = 200;
+// What the built-in says of two values, of which it lets go: 0 or 1; 2 when the loop must ask.
+using Compared = std::uint32_t (*)(Cell* R, const Instruction* at, const Code* code) noexcept;
+
+template <Intrinsic intrinsic, bool withConstant>
+std::uint32_t comparedByBuiltin(Cell* R, const Instruction* at, const Code* code) noexcept {
+    bool outcome = false;
+    try {
+        const Cell pair[] = {R[at->b], withConstant ? code->constants[at->x] : R[at->c]};
+        outcome = !IsFalse(intrinsics::procOf(intrinsic)(Arguments(pair, 2)));
+    } catch (...) {
+        return 2;
+    }
+    if (interruption::pending()) return 2;
+    if (at->b >= code->firstTemporary) release(R[at->b]);
+    if (!withConstant && at->c >= code->firstTemporary) release(R[at->c]);
+    return outcome ? 1 : 0;
+}
 
 }  // namespace
 
@@ -150,10 +194,9 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     // The way in and out, once for all.
     struct Gate {
         const Instruction* (*run)(Machine*, const std::byte* place) = nullptr;
-        const std::byte* exit = nullptr;           // rax: the instruction that is left to the loop
-        const std::byte* backToTheLoop = nullptr;  // where frames return that the loop has called
+        const std::byte* exit = nullptr;  // rax: the instruction that is left to the loop
     };
-    static const Gate& gate() noexcept;
+    static Gate gate;
 
   private:
     // Argument registers of the system's calling convention.
@@ -161,12 +204,12 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     static constexpr std::uint32_t shadowBytes = 32;
     const Reg64& firstArgument = rcx;
     const Reg64& secondArgument = rdx;
-    const Xbyak::Reg32& thirdArgument = r8d;
+    const Reg64& thirdArgument = r8;
 #else
     static constexpr std::uint32_t shadowBytes = 0;
     const Reg64& firstArgument = rdi;
     const Reg64& secondArgument = rsi;
-    const Xbyak::Reg32& thirdArgument = edx;
+    const Reg64& thirdArgument = rdx;
 #endif
 
     using Frame = Machine::Frame;
@@ -203,7 +246,7 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         L(tail);
         mov(rcx, reinterpret_cast<std::uintptr_t>(instructions_.data()));
         add(rax, rcx);
-        mov(rcx, reinterpret_cast<std::uintptr_t>(gate().exit));
+        mov(rcx, reinterpret_cast<std::uintptr_t>(gate.exit));
         jmp(rcx);
     }
 
@@ -232,6 +275,14 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         mov(rax, helper);
         call(rax);
         if (shadowBytes != 0) add(rsp, shadowBytes);
+    }
+
+    // Calls it with the registers, this instruction and the code.
+    void callWithInstruction(std::uintptr_t helper) {
+        mov(firstArgument, rbx);
+        mov(secondArgument, reinterpret_cast<std::uintptr_t>(&instructions_[at_]));
+        mov(thirdArgument, reinterpret_cast<std::uintptr_t>(&code_));
+        callHelper(helper);
     }
 
     // --- Counts ---
@@ -350,8 +401,8 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         else mov(into, integerOfRegister(n.where));
     }
 
-    // Any plain number as a double; leaves unless it is one.
-    void loadDouble(const Xbyak::Xmm& into, const Number& n) {
+    // Any plain number as a double; goes to `other` unless it is one.
+    void loadDouble(const Xbyak::Xmm& into, const Number& n, Label& other) {
         if (n.constant != nullptr) {
             const auto bits = std::bit_cast<std::uint64_t>(numberOf(*n.constant));
             if (bits == 0) {
@@ -367,7 +418,7 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         cmp(headOfRegister(n.where), imm(plainReal));
         je(isReal);
         cmp(headOfRegister(n.where), imm(plainInteger));
-        jne(exitHere(), T_NEAR);
+        jne(other, T_NEAR);
         xorps(into, into);
         cvtsi2sd(into, integerOfRegister(n.where));
         jmp(loaded);
@@ -434,9 +485,9 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         }
         later([this, what, target, reals, done, all] {
             L(*reals);
-            loadDouble(xmm0, all[0]);
+            loadDouble(xmm0, all[0], exitHere());
             for (std::size_t i = 1; i < all.size(); ++i) {
-                loadDouble(xmm1, all[i]);
+                loadDouble(xmm1, all[i], exitHere());
                 compute(what, xmm0, xmm1);
             }
             mov(headOfRegister(target), imm(plainReal));
@@ -504,73 +555,122 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         }
     }
 
-    void comparisonJump(Comparison what, bool wanted, const Instruction& i, const Number& second,
-                        bool onRegisters) {
-        exitIfObstacles();
-        if (goesBack(i)) exitIfEnding();
-        Label& to = targetOf(i);
+    static bool isSymbolTest(Comparison what) noexcept {
+        return what == Comparison::equal || what == Comparison::notEqual;
+    }
+
+    // Jumps to `to` when the outcome is the wanted one; lets go of the operands.
+    void compare(Comparison what, bool wanted, const Instruction& i, const Number& second,
+                 Label& to) {
         const Number first{i.b};
-        auto reals = std::make_shared<Label>();
+        auto others = std::make_shared<Label>();
         auto done = std::make_shared<Label>();
-        if (second.constant != nullptr && !isPlainNumber(*second.constant)) {
-            compareSymbols(what, wanted, i, second, onRegisters, to);
-            return;
-        }
-        jumpUnlessHead(first, plainInteger, *reals);
-        jumpUnlessHead(second, plainInteger, *reals);
+        jumpUnlessHead(first, plainInteger, *others);
+        jumpUnlessHead(second, plainInteger, *others);
         loadInteger(eax, first);
         if (second.constant != nullptr) cmp(eax, imm(integerOf(*second.constant)));
         else cmp(eax, integerOfRegister(second.where));
         jumpIfCompared(what, wanted, to);
         L(*done);
-        later([this, what, wanted, first, second, i, onRegisters, &to, reals, done] {
-            L(*reals);
-            if (isSymbolTest(what) && onRegisters) {
-                Label numbers;
+        later([this, what, wanted, first, second, &i, &to, others, done] {
+            Label numbers;
+            Label slow;
+            L(*others);
+            if (mayCompareSymbols(what, i, second)) {
                 mov(rax, headOfRegister(i.b));
-                or_(rax, headOfRegister(i.c));
-                test(eax, typeMask);
-                jne(numbers, T_NEAR);
-                compareSymbols(what, wanted, i, second, onRegisters, to);
+                if (second.constant != nullptr) {
+                    mov(rcx, CellInspector::head(*second.constant));
+                } else {
+                    mov(rcx, headOfRegister(second.where));
+                }
+                mov(edx, eax);
+                or_(edx, ecx);
+                test(edx, typeMask);
+                jne(numbers);
+                cmp(rax, rcx);
+                jumpIfCompared(what, wanted, to);
                 jmp(*done, T_NEAR);
                 L(numbers);
             }
-            loadDouble(xmm0, first);
-            loadDouble(xmm1, second);
-            jumpIfRealsCompared(what, wanted, to);
+            if (second.constant == nullptr || isPlainNumber(*second.constant)) {
+                loadDouble(xmm0, first, slow);
+                loadDouble(xmm1, second, slow);
+                jumpIfRealsCompared(what, wanted, to);
+                jmp(*done, T_NEAR);
+            }
+            L(slow);
+            callWithInstruction(
+                reinterpret_cast<std::uintptr_t>(builtinOf(what, second.constant != nullptr)));
+            cmp(eax, 1);
+            ja(exitHere(), T_NEAR);
+            wanted ? je(to, T_NEAR) : jne(to, T_NEAR);
             jmp(*done, T_NEAR);
         });
     }
 
-    static bool isSymbolTest(Comparison what) noexcept {
-        return what == Comparison::equal || what == Comparison::notEqual;
+    // Symbols are equal when they are the same. Of temporaries somebody must let go.
+    [[nodiscard]] bool mayCompareSymbols(Comparison what, const Instruction& i,
+                                         const Number& second) const noexcept {
+        if ((what != Comparison::equal && what != Comparison::notEqual) || isTemporary(i.b))
+            return false;
+        return second.constant != nullptr ? second.constant->is(CellType::Symbol)
+                                          : !isTemporary(second.where);
     }
 
-    // Symbols are equal when they are the same.
-    void compareSymbols(Comparison what, bool wanted, const Instruction& i, const Number& second,
-                        bool onRegisters, Label& to) {
-        const bool constantIsSymbol =
-            second.constant != nullptr && second.constant->is(CellType::Symbol);
-        if (!isSymbolTest(what) || (!onRegisters && !constantIsSymbol) || isTemporary(i.b) ||
-            (onRegisters && isTemporary(i.c)))
-            return leaveToLoop();
-        mov(rax, headOfRegister(i.b));
-        test(eax, typeMask);
-        jne(exitHere(), T_NEAR);
-        if (onRegisters) {
-            cmp(rax, headOfRegister(i.c));
-        } else {
-            mov(rcx, CellInspector::head(*second.constant));
-            cmp(rax, rcx);
+    static Compared builtinOf(Comparison what, bool withConstant) noexcept {
+        switch (what) {
+        case Comparison::less:
+            return withConstant ? comparedByBuiltin<Intrinsic::less, true>
+                                : comparedByBuiltin<Intrinsic::less, false>;
+        case Comparison::greater:
+            return withConstant ? comparedByBuiltin<Intrinsic::greater, true>
+                                : comparedByBuiltin<Intrinsic::greater, false>;
+        case Comparison::lessOrEqual:
+            return withConstant ? comparedByBuiltin<Intrinsic::lessOrEqual, true>
+                                : comparedByBuiltin<Intrinsic::lessOrEqual, false>;
+        case Comparison::equal:
+            return withConstant ? comparedByBuiltin<Intrinsic::equal, true>
+                                : comparedByBuiltin<Intrinsic::equal, false>;
+        case Comparison::notEqual: break;
         }
-        jumpIfCompared(what, wanted, to);
+        return withConstant ? comparedByBuiltin<Intrinsic::notEqual, true>
+                            : comparedByBuiltin<Intrinsic::notEqual, false>;
     }
 
-    void comparisonJump(Comparison what, bool wanted, const Instruction& i) {
-        comparisonJump(what, wanted, i, {i.c}, true);
+    Number secondOperand(const Instruction& i, bool withConstant) const noexcept {
+        if (withConstant) return {0, &code_.constants[i.x]};
+        return {i.c};
     }
-    void comparisonJumpWithConstant(Comparison what, bool wanted, const Instruction& i) {
-        comparisonJump(what, wanted, i, {0, &code_.constants[i.x]}, false);
+
+    void comparisonJump(Comparison what, bool wanted, const Instruction& i,
+                        bool withConstant = false) {
+        exitIfObstacles();
+        if (goesBack(i)) exitIfEnding();
+        compare(what, wanted, i, secondOperand(i, withConstant), targetOf(i));
+    }
+
+    void comparison(Comparison what, const Instruction& i, bool withConstant = false) {
+        exitIfObstacles();
+        exitIfCounted(i.a);
+        Label& isSo = newLabel();
+        auto done = std::make_shared<Label>();
+        compare(what, true, i, secondOperand(i, withConstant), isSo);
+        loadConstant(FalseCell);
+        mov(headOfRegister(i.a), rax);
+        mov(bodyOfRegister(i.a), rdx);
+        L(*done);
+        later([this, &isSo, &i, done] {
+            L(isSo);
+            loadConstant(TrueCell);
+            mov(headOfRegister(i.a), rax);
+            mov(bodyOfRegister(i.a), rdx);
+            jmp(*done, T_NEAR);
+        });
+    }
+
+    Label& newLabel() {
+        moreLabels_.emplace_back();
+        return moreLabels_.back();
     }
 
     // --- Truth ---
@@ -750,12 +850,14 @@ class NativeCompiler : public Xbyak::CodeGenerator {
 
     void inPlace(const Instruction& i) {
         exitIfObstacles();
-        mov(firstArgument, rbx);
-        mov(secondArgument, reinterpret_cast<std::uintptr_t>(&i));
-        mov(thirdArgument, code_.firstTemporary);
-        callHelper(reinterpret_cast<std::uintptr_t>(inPlaceOf(i.op)));
+        callWithInstruction(reinterpret_cast<std::uintptr_t>(inPlaceOf(i.op)));
         test(al, al);
         je(exitHere(), T_NEAR);
+        if (i.op != Op::callBuiltin) return;
+        // It may have asked for the end of it all.
+        const std::size_t at = at_++;
+        exitIfEnding();
+        at_ = at;
     }
 
     // --- Names ---
@@ -795,6 +897,36 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         exitIfObstacles();
         takeAssigned(i);
         storeWords(i.b);
+    }
+
+    // The place of slot c, b scopes outward, into rcx; leaves when nothing is bound there.
+    void placeInScope(const Instruction& i) {
+        mov(rcx, qword[rbp + offsetof(Frame, scope)]);
+        for (unsigned depth = 0; depth < i.b; ++depth)
+            mov(rcx, qword[rcx + Environment::offsetOfOuter()]);
+        add(rcx, imm(sizeof(Environment) + i.c * cellBytes));
+        cmp(qword[rcx], unboundHead);
+        je(exitHere(), T_NEAR);
+    }
+
+    void loadScope(const Instruction& i) {
+        exitIfObstacles();
+        placeInScope(i);
+        mov(rax, qword[rcx]);
+        mov(rdx, qword[rcx + 8]);
+        countHolder(rax);
+        storeWords(i.a);
+    }
+
+    void setScope(const Instruction& i) {
+        exitIfObstacles();
+        placeInScope(i);
+        mov(r8, rcx);
+        takeAssigned(i);
+        mov(rcx, qword[r8]);
+        mov(qword[r8], rax);
+        mov(qword[r8 + 8], rdx);
+        dropHolder();
     }
 
     void setGlobal(const Instruction& i) {
@@ -924,7 +1056,10 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         case Op::takeMaybe: return loadLocal(i, true);
         case Op::loadGlobal:
         case Op::takeGlobal: return loadGlobal(i);
+        case Op::loadScope:
+        case Op::takeScope: return loadScope(i);
         case Op::setLocal: return setLocal(i);
+        case Op::setScope: return setScope(i);
         case Op::setGlobal: return setGlobal(i);
         case Op::defineLocal:
             takeAssigned(i);
@@ -944,35 +1079,49 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         case Op::subtractThree: return arithmeticOnThree(A::subtract, i);
         case Op::multiplyThree: return arithmeticOnThree(A::multiply, i);
         case Op::divideThree: return arithmeticOnThree(A::divide, i);
+        case Op::less: return comparison(C::less, i);
+        case Op::lessConstant: return comparison(C::less, i, true);
+        case Op::greater: return comparison(C::greater, i);
+        case Op::greaterConstant: return comparison(C::greater, i, true);
+        case Op::lessOrEqual: return comparison(C::lessOrEqual, i);
+        case Op::lessOrEqualConstant: return comparison(C::lessOrEqual, i, true);
+        case Op::equal: return comparison(C::equal, i);
+        case Op::equalConstant: return comparison(C::equal, i, true);
+        case Op::notEqual: return comparison(C::notEqual, i);
+        case Op::notEqualConstant: return comparison(C::notEqual, i, true);
         case Op::unlessLess: return comparisonJump(C::less, false, i);
-        case Op::unlessLessConstant: return comparisonJumpWithConstant(C::less, false, i);
+        case Op::unlessLessConstant: return comparisonJump(C::less, false, i, true);
         case Op::ifLess: return comparisonJump(C::less, true, i);
-        case Op::ifLessConstant: return comparisonJumpWithConstant(C::less, true, i);
+        case Op::ifLessConstant: return comparisonJump(C::less, true, i, true);
         case Op::unlessGreater: return comparisonJump(C::greater, false, i);
-        case Op::unlessGreaterConstant: return comparisonJumpWithConstant(C::greater, false, i);
+        case Op::unlessGreaterConstant: return comparisonJump(C::greater, false, i, true);
         case Op::ifGreater: return comparisonJump(C::greater, true, i);
-        case Op::ifGreaterConstant: return comparisonJumpWithConstant(C::greater, true, i);
+        case Op::ifGreaterConstant: return comparisonJump(C::greater, true, i, true);
         case Op::unlessLessOrEqual: return comparisonJump(C::lessOrEqual, false, i);
         case Op::unlessLessOrEqualConstant:
-            return comparisonJumpWithConstant(C::lessOrEqual, false, i);
+            return comparisonJump(C::lessOrEqual, false, i, true);
         case Op::ifLessOrEqual: return comparisonJump(C::lessOrEqual, true, i);
-        case Op::ifLessOrEqualConstant: return comparisonJumpWithConstant(C::lessOrEqual, true, i);
+        case Op::ifLessOrEqualConstant: return comparisonJump(C::lessOrEqual, true, i, true);
         case Op::unlessEqual: return comparisonJump(C::equal, false, i);
-        case Op::unlessEqualConstant: return comparisonJumpWithConstant(C::equal, false, i);
+        case Op::unlessEqualConstant: return comparisonJump(C::equal, false, i, true);
         case Op::ifEqual: return comparisonJump(C::equal, true, i);
-        case Op::ifEqualConstant: return comparisonJumpWithConstant(C::equal, true, i);
+        case Op::ifEqualConstant: return comparisonJump(C::equal, true, i, true);
         case Op::unlessNotEqual: return comparisonJump(C::notEqual, false, i);
-        case Op::unlessNotEqualConstant: return comparisonJumpWithConstant(C::notEqual, false, i);
+        case Op::unlessNotEqualConstant: return comparisonJump(C::notEqual, false, i, true);
         case Op::ifNotEqual: return comparisonJump(C::notEqual, true, i);
-        case Op::ifNotEqualConstant: return comparisonJumpWithConstant(C::notEqual, true, i);
+        case Op::ifNotEqualConstant: return comparisonJump(C::notEqual, true, i, true);
         case Op::car: return car(i);
         case Op::cdr: return cdr(i);
         case Op::nth: return nth(i);
         case Op::cons:
         case Op::appendItem:
         case Op::appendText:
+        case Op::appendTextConstant:
         case Op::length:
-        case Op::cadr: return inPlace(i);
+        case Op::cadr:
+        case Op::nullp:
+        case Op::listp:
+        case Op::callBuiltin: return inPlace(i);
         case Op::unlessNull: return jumpOnEmpty(i, false);
         case Op::ifNull: return jumpOnEmpty(i, true);
         case Op::jumpIfFalse: return jumpOnTruth(i, false);
@@ -1022,16 +1171,16 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     std::vector<Label> labels_;
     std::vector<std::unique_ptr<Label>> exits_;
     std::deque<std::function<void()>> cold_;
+    std::deque<Label> moreLabels_;
     std::size_t at_ = 0;
     std::size_t entryOffset_ = 0;
 };
 
-namespace {
-
-// Saves what the caller wants kept and makes the registers what the templates expect.
-class GateBuilder : public Xbyak::CodeGenerator {
+// The way in and out: saves what the caller wants kept and makes the registers what the templates
+// expect.
+class NativeGate : public Xbyak::CodeGenerator {
   public:
-    GateBuilder(std::vector<std::uint8_t>& buffer, std::size_t top, std::size_t registers)
+    explicit NativeGate(std::vector<std::uint8_t>& buffer)
         : CodeGenerator(buffer.size(), buffer.data()) {
         const Reg64 saved[] = {rbx, rbp, r12, r13, r14, r15};
 #if defined(_WIN32)
@@ -1046,8 +1195,8 @@ class GateBuilder : public Xbyak::CodeGenerator {
         mov(r12, machine);
         mov(r13, reinterpret_cast<std::uintptr_t>(&intrinsics::obstacles));
         mov(r14, reinterpret_cast<std::uintptr_t>(&interruption::detail::reason));
-        mov(rbp, qword[r12 + top]);
-        mov(rbx, qword[rbp + registers]);
+        mov(rbp, qword[r12 + offsetof(Machine, top_)]);
+        mov(rbx, qword[rbp + offsetof(Machine::Frame, registers)]);
         jmp(place);
         backToTheLoop = getSize();
         xor_(eax, eax);
@@ -1061,32 +1210,32 @@ class GateBuilder : public Xbyak::CodeGenerator {
     std::size_t backToTheLoop = 0;
 };
 
-}  // namespace
-
-const NativeCompiler::Gate& NativeCompiler::gate() noexcept {
-    static const Gate made = [] {
-        Gate gate;
-        std::vector<std::uint8_t> buffer(1024);
-        const GateBuilder builder(buffer, offsetof(Machine, top_), offsetof(Frame, registers));
-        const std::byte* memory = platform::allocateCode(buffer.data(), builder.getSize());
-        if (memory == nullptr) return gate;
-        gate.run = reinterpret_cast<decltype(gate.run)>(reinterpret_cast<std::uintptr_t>(memory));
-        gate.exit = memory + builder.exit;
-        gate.backToTheLoop = memory + builder.backToTheLoop;
-        return gate;
-    }();
-    return made;
-}
+NativeCompiler::Gate NativeCompiler::gate;
 
 #pragma GCC diagnostic pop
+
+bool NativeCode::prepare() noexcept {
+    if (NativeCompiler::gate.run != nullptr) return true;
+    try {
+        std::vector<std::uint8_t> buffer(1024);
+        const NativeGate gate(buffer);
+        const std::byte* memory = platform::allocateCode(buffer.data(), gate.getSize());
+        if (memory == nullptr) return false;
+        backToTheLoop_ = memory + gate.backToTheLoop;
+        NativeCompiler::gate.exit = memory + gate.exit;
+        NativeCompiler::gate.run = reinterpret_cast<decltype(NativeCompiler::gate.run)>(reinterpret_cast<std::uintptr_t>(memory));
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
 
 std::unique_ptr<NativeCode> NativeCode::compile(const Code& code) noexcept {
     // Longer code is run seldom, in proportion to what it would take.
     constexpr std::size_t mostInstructions = 20'000;
     constexpr std::size_t mostBytesEach = 600;
     const std::size_t count = code.blocks[0]->instructions.size();
-    if (count == 0 || count > mostInstructions || NativeCompiler::gate().run == nullptr)
-        return nullptr;
+    if (count == 0 || count > mostInstructions || !prepare()) return nullptr;
     try {
         auto made = std::make_unique<NativeCode>();
         made->places_.reserve(count);
@@ -1111,12 +1260,11 @@ NativeCode::~NativeCode() {
 }
 
 const Instruction* NativeCode::run(Machine& machine, const std::byte* place) noexcept {
-    return NativeCompiler::gate().run(&machine, place);
+    return NativeCompiler::gate.run(&machine, place);
 }
 
-const std::byte* NativeCode::backToTheLoop() noexcept { return NativeCompiler::gate().backToTheLoop; }
+const std::byte* NativeCode::backToTheLoop_ = nullptr;
 
 void native::setThreshold(std::uint32_t times) noexcept { timesUntilCompiled = times; }
-std::uint32_t native::threshold() noexcept { return timesUntilCompiled; }
 
 }  // namespace vlisp
