@@ -161,6 +161,10 @@ Cell FunctionBody::operator()(Arguments arguments) {
         prepared_->dropped.clear();
         intrinsics::obstacles &= ~intrinsics::errorObstacle;
     }
+    Cell value;
+    if (prepared_->machine->runNatively(*prepared_->code, global, arguments, value,
+                                        prepared_->dropped))
+        return value;
     return prepared_->machine->run(*prepared_->code, global, arguments, prepared_->dropped);
 }
 

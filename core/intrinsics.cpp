@@ -12,27 +12,19 @@ constexpr std::size_t count = static_cast<std::size_t>(Intrinsic::count);
 static_assert(count <= appendAndList, "an obstacle is a bit of a word");
 
 // The names are held, so that their marks stay.
-struct Declared {
-    SymbolRef name;
-    BuiltinProc proc = nullptr;
-};
-std::array<Declared, count>& declared() {
-    static std::array<Declared, count> all;
+std::array<SymbolRef, count>& declared() {
+    static std::array<SymbolRef, count> all;
     return all;
 }
 
 }  // namespace
 
 void declare(Intrinsic intrinsic, std::u16string_view name, BuiltinProc proc) {
-    Declared& entry = declared()[static_cast<std::size_t>(intrinsic)];
-    entry.name = intern(name);
-    entry.proc = proc;
-    entry.name->intrinsic = static_cast<std::uint8_t>(intrinsic);
-    refresh(*entry.name);
-}
-
-BuiltinProc procOf(Intrinsic intrinsic) noexcept {
-    return declared()[static_cast<std::size_t>(intrinsic)].proc;
+    SymbolRef& held = declared()[static_cast<std::size_t>(intrinsic)];
+    held = intern(name);
+    detail::procs[static_cast<std::size_t>(intrinsic)] = proc;
+    held->intrinsic = static_cast<std::uint8_t>(intrinsic);
+    refresh(*held);
 }
 
 const char* nameOf(Intrinsic intrinsic) noexcept {

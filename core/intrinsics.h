@@ -7,6 +7,7 @@
 
 #include "core/cell.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace vlisp {
@@ -84,8 +85,14 @@ constexpr std::uint64_t minded(Intrinsic intrinsic) noexcept {
 /// before it binds the name.
 void declare(Intrinsic intrinsic, std::u16string_view name, BuiltinProc proc);
 
+namespace detail {
+inline constinit BuiltinProc procs[static_cast<std::size_t>(Intrinsic::count)] = {};
+}
+
 /// The built-in of an intrinsic; null when none was declared.
-[[nodiscard]] BuiltinProc procOf(Intrinsic intrinsic) noexcept;
+[[nodiscard]] inline BuiltinProc procOf(Intrinsic intrinsic) noexcept {
+    return detail::procs[static_cast<std::size_t>(intrinsic)];
+}
 
 /// The name of an intrinsic in small letters.
 [[nodiscard]] const char* nameOf(Intrinsic intrinsic) noexcept;

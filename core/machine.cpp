@@ -223,19 +223,33 @@ ErrorInForce::ErrorInForce(const ErrorBuffer& error) noexcept
 
 ErrorInForce::~ErrorInForce() { obstacles = (obstacles & ~intrinsics::errorObstacle) | before_; }
 
-// A call that may run from its beginning to its end in native code; false when the loop must go on.
-bool Machine::runNatively(Cell& value) noexcept {
-    const Code& code = *top_->code;
-    if (code.native == nullptr || obstacles != 0 || traceSink != nullptr) return false;
-    const Instruction* left = NativeCode::run(*this, code.native->placeOf(code.entry));
-    if (left == nullptr || interruption::pending()) return false;
-    top_->next = left;
-    if (left->op != Op::leave || top_ != frames_ + 1) return false;
-    Cell* const registers = top_->registers;
-    value.swap(registers[left->a]);
-    release(registers[left->a]);
-    for (std::uint32_t i = 0; i < code.firstTemporary; ++i) release(registers[i]);
-    --top_;
+bool Machine::runNatively(Code& code, Environment& scope, Arguments arguments, Cell& value,
+                          ErrorBuffer& error) {
+    if (code.native == nullptr || !code.callsPlainly || code.parameters != arguments.size() ||
+        code.registers > firstCells ||
+        obstacles != 0 || traceSink != nullptr || frames_ == nullptr || segment_ == nullptr)
+        return false;
+    assert(top_ == frames_ && "a machine runs one thing at a time");
+    Cell* const registers = segment_->cells();
+    for (std::size_t i = 0; i < arguments.size(); ++i) registers[i] = arguments[i];
+    Frame& frame = *++top_;
+    frame.next = code.entry;
+    frame.registers = registers;
+    frame.code = &code;
+    frame.result = &value;
+    frame.function = nullptr;
+    frame.scope = &scope;
+    frame.ownsScope = frame.beganSegment = false;
+    frame.returnsSlowly = true;
+    const Instruction* left = NativeCode::run(*this, code.native->entry());
+    if (left != nullptr && left->op == Op::leave && top_ == &frame && !interruption::pending()) {
+        value = std::exchange(registers[left->a], Cell());
+        for (std::uint32_t i = 0; i < code.firstTemporary; ++i) release(registers[i]);
+        --top_;
+        return true;
+    }
+    if (left != nullptr) top_->next = left;
+    value = finish(value, error);
     return true;
 }
 
@@ -255,13 +269,26 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
             for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
             *++top_ = {code.entry, registers, &code,  &value, nullptr,
                        nullptr,    &scope,    false, false,  true};
-            if (runNatively(value)) return value;
         } else {
             const bool needsRoom = count > segment_->capacity;
             if (needsRoom) registers = moveToNewSegment(registers, 0, count);
             for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
             enter(code, nullptr, &scope, registers, count, &value, needsRoom);
         }
+    } catch (const TooDeep&) {
+        unwind();
+        interruption::request(interruption::Reason::tooDeep);
+        return NilCell;
+    } catch (...) {
+        unwind();
+        throw;
+    }
+    return finish(value, error);
+}
+
+/// Goes on with the top frame until none is left. `value` is what the first one gives.
+Cell Machine::finish(Cell& value, ErrorBuffer& error) {
+    try {
         loop(error);
     } catch (const TooDeep&) {
         unwind();

@@ -42,6 +42,11 @@ class Machine {
     /// evaluates runs on a machine of its own. An ErrorInForce of `error` must live.
     Cell run(Code& code, Environment& scope, Arguments arguments, ErrorBuffer& error);
 
+    /// The same of a function that is native code already, which is quicker to begin. False, and
+    /// nothing done, when it is not or needs more than its arguments in registers.
+    bool runNatively(Code& code, Environment& scope, Arguments arguments, Cell& value,
+                     ErrorBuffer& error);
+
     /// Empty code to translate a form into that is run once.
     Code& scratch();
 
@@ -54,8 +59,8 @@ class Machine {
     struct Frame;
     struct Segment;
 
+    Cell finish(Cell& value, ErrorBuffer& error);
     void loop(ErrorBuffer& error);
-    bool runNatively(Cell& value) noexcept;
     void callFunction(LambdaData* function, Cell* arguments, std::uint32_t count, Cell* result,
                       bool inNewSegment = false);
     void callSpread(Cell& head);

@@ -148,14 +148,21 @@ using Compared = std::uint32_t (*)(Cell* R, const Instruction* at, const Code* c
 
 template <Intrinsic intrinsic, bool withConstant>
 std::uint32_t comparedByBuiltin(Cell* R, const Instruction* at, const Code* code) noexcept {
+    constexpr bool ofTexts = intrinsic == Intrinsic::equal || intrinsic == Intrinsic::notEqual;
+    const Cell& first = R[at->b];
+    const Cell& second = withConstant ? code->constants[at->x] : R[at->c];
     bool outcome = false;
-    try {
-        const Cell pair[] = {R[at->b], withConstant ? code->constants[at->x] : R[at->c]};
-        outcome = !IsFalse(intrinsics::procOf(intrinsic)(Arguments(pair, 2)));
-    } catch (...) {
-        return 2;
+    if (ofTexts && first.is(CellType::String) && second.is(CellType::String)) {
+        outcome = (first.text() == second.text()) == (intrinsic == Intrinsic::equal);
+    } else {
+        try {
+            const Cell pair[] = {first, second};
+            outcome = !IsFalse(intrinsics::procOf(intrinsic)(Arguments(pair, 2)));
+        } catch (...) {
+            return 2;
+        }
+        if (interruption::pending()) return 2;
     }
-    if (interruption::pending()) return 2;
     if (at->b >= code->firstTemporary) release(R[at->b]);
     if (!withConstant && at->c >= code->firstTemporary) release(R[at->c]);
     return outcome ? 1 : 0;
