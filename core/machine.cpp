@@ -175,9 +175,9 @@ void startCount(Cell& count) noexcept { putWords(count, plainInteger, bodyOf(cou
 
 void traceInstruction(const Code& code, const Instruction* pc, const Cell* registers);
 
-void compileNatively(Code& code) noexcept {
+void compileNatively(Code& code, const Cell* registers) noexcept {
     if (code.native != nullptr) return;
-    code.native = NativeCode::compile(code);
+    code.native = NativeCode::compile(code, registers);
     if (code.native != nullptr) code.nativeEntry = code.native->entry();
 }
 
@@ -433,7 +433,7 @@ native : {
     goto* operations[static_cast<std::size_t>(pc->op)];
 }
 oftenRun:
-    if (own == operations) compileNatively(*frame->code);
+    if (own == operations) compileNatively(*frame->code, R);
     frame->next = pc;
     LOAD;
     DISPATCH;

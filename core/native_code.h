@@ -5,7 +5,8 @@
 // Tests: tests/core/native_code_test.cpp, tests/reference/ (every program that is compared there
 // runs with it as well).
 //
-// What it may rely on, because the loop keeps it so: while it runs, the top frame's code is the one
+// What it may rely on, because the loop keeps it so: while it runs, there are no obstacles
+// (intrinsics.h), for the loop begins it without any and nothing in it makes one; the top frame's code is the one
 // it was made from, a register that is not in use holds nothing counted, and instructions,
 // constants and names of a code that is running stay. No exception may pass through it, so
 // everything that may throw is the loop's.
@@ -25,8 +26,9 @@ class Machine;
 /// The machine code of one Code's block 0. Held by the Code.
 class NativeCode {
   public:
-    /// Null when the system grants no memory for it, or has another kind of processor.
-    static std::unique_ptr<NativeCode> compile(const Code& code) noexcept;
+    /// Null when the system grants no memory for it, or has another kind of processor. What stands
+    /// in the registers now tells which kind of number is likely there.
+    static std::unique_ptr<NativeCode> compile(const Code& code, const Cell* registers) noexcept;
     NativeCode() = default;
     NativeCode(const NativeCode&) = delete;
     NativeCode& operator=(const NativeCode&) = delete;

@@ -9,6 +9,7 @@
 
 #include <xbyak/xbyak.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <deque>
@@ -176,10 +177,13 @@ std::uint32_t comparedByBuiltin(Cell* R, const Instruction* at, const Code* code
 // rax, rcx, rdx and the arguments' registers are free within a template.
 class NativeCompiler : public Xbyak::CodeGenerator {
   public:
-    NativeCompiler(const Code& code, std::vector<std::uint8_t>& buffer)
+    NativeCompiler(const Code& code, const Cell* registers, std::vector<std::uint8_t>& buffer)
         : CodeGenerator(buffer.size(), buffer.data()), code_(code),
           instructions_(code.blocks[0]->instructions), labels_(instructions_.size()),
-          exits_(instructions_.size()) {}
+          exits_(instructions_.size()), seemsReal_(code.registers + std::size_t{1}) {
+        for (std::uint32_t i = 0; i < code.firstTemporary; ++i)
+            seemsReal_[i] = registers[i].is(CellType::Real);
+    }
 
     void compile(NativeCode& made) {
         for (at_ = 0; at_ < instructions_.size(); ++at_) {
@@ -314,24 +318,35 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         L(*done);
         later([this, counted, done] {
             L(*counted);
-            and_(rcx, addressMask);
-            dec(dword[rcx + offsetof(HeapObject, references)]);
-            jne(*done, T_NEAR);
-            push(rax);
-            push(rdx);
-            if (firstArgument.getIdx() != rcx.getIdx()) mov(firstArgument, rcx);
-            callHelper(reinterpret_cast<std::uintptr_t>(&buryObject));
-            pop(rdx);
-            pop(rax);
-            jmp(*done, T_NEAR);
+            dropCounted(*done);
         });
+    }
+    void dropCounted(Label& done) {
+        and_(rcx, addressMask);
+        dec(dword[rcx + offsetof(HeapObject, references)]);
+        jne(done, T_NEAR);
+        push(rax);
+        push(rdx);
+        if (firstArgument.getIdx() != rcx.getIdx()) mov(firstArgument, rcx);
+        callHelper(reinterpret_cast<std::uintptr_t>(&buryObject));
+        pop(rdx);
+        pop(rax);
+        jmp(done, T_NEAR);
     }
 
     // Register i, which may hold something counted, is free then. Keeps rax and rdx.
     void releaseRegister(std::uint32_t i) {
-        mov(rcx, headOfRegister(i));
-        mov(headOfRegister(i), 0);
-        dropHolder();
+        auto counted = std::make_shared<Label>();
+        auto done = std::make_shared<Label>();
+        cmp(headOfRegister(i), lastPlainHead);
+        ja(*counted, T_NEAR);
+        L(*done);
+        later([this, i, counted, done] {
+            L(*counted);
+            mov(rcx, headOfRegister(i));
+            mov(headOfRegister(i), 0);
+            dropCounted(*done);
+        });
     }
 
     // rax and rdx into register i. Uses rcx.
@@ -471,36 +486,75 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         jo(exitHere(), T_NEAR);
     }
 
-    void arithmetic(Arithmetic what, std::uint32_t target, std::initializer_list<Number> operands) {
-        exitIfObstacles();
-        exitIfCounted(target);
-        // Integers of which two are divided and then by a third are computed in doubles.
-        const bool onIntegers = what != Arithmetic::divide || operands.size() == 2;
-        auto reals = std::make_shared<Label>();
-        auto done = std::make_shared<Label>();
-        const std::vector<Number> all(operands);
-        for (const Number& each : all) jumpUnlessHead(each, plainInteger, *reals);
-        if (onIntegers) {
-            loadInteger(eax, all[0]);
-            for (std::size_t i = 1; i < all.size(); ++i) computeIntegers(what, all[i]);
-            mov(headOfRegister(target), imm(plainInteger));
-            mov(bodyOfRegister(target), rax);
-            L(*done);
-        } else {
-            leaveToLoop();
-            L(*done);
+    // What a number was when the code was compiled, or is likely to be: a Real, or else an Integer.
+    [[nodiscard]] bool seemsReal(const Number& n) const {
+        return n.constant != nullptr ? headOf(*n.constant) == plainReal : seemsReal_[n.where];
+    }
+    [[nodiscard]] bool seemReal(const std::vector<Number>& all) const {
+        return std::ranges::any_of(all, [this](const Number& each) { return seemsReal(each); });
+    }
+
+    // A double of what the number seems to be; goes to `other` when it is something else.
+    void loadAsItSeems(const Xbyak::Xmm& into, const Number& n, Label& other) {
+        if (n.constant != nullptr) return loadDouble(into, n, other);
+        jumpUnlessHead(n, seemsReal(n) ? plainReal : plainInteger, other);
+        if (seemsReal(n)) {
+            movsd(into, bodyOfRegister(n.where));
+            return;
         }
-        later([this, what, target, reals, done, all] {
-            L(*reals);
-            loadDouble(xmm0, all[0], exitHere());
-            for (std::size_t i = 1; i < all.size(); ++i) {
-                loadDouble(xmm1, all[i], exitHere());
-                compute(what, xmm0, xmm1);
+        xorps(into, into);
+        cvtsi2sd(into, integerOfRegister(n.where));
+    }
+
+    void computeIntegers(Arithmetic what, std::uint32_t target, const std::vector<Number>& all,
+                         Label& others) {
+        for (const Number& each : all) jumpUnlessHead(each, plainInteger, others);
+        // Integers of which two are divided and then by a third are computed in doubles.
+        if (what == Arithmetic::divide && all.size() > 2) return leaveToLoop();
+        loadInteger(eax, all[0]);
+        for (std::size_t i = 1; i < all.size(); ++i) computeIntegers(what, all[i]);
+        mov(headOfRegister(target), imm(plainInteger));
+        mov(bodyOfRegister(target), rax);
+    }
+
+    template <class Load>
+    void computeReals(Arithmetic what, std::uint32_t target, const std::vector<Number>& all,
+                      Load load) {
+        load(xmm0, all[0]);
+        for (std::size_t i = 1; i < all.size(); ++i) {
+            load(xmm1, all[i]);
+            compute(what, xmm0, xmm1);
+        }
+        mov(headOfRegister(target), imm(plainReal));
+        movsd(bodyOfRegister(target), xmm0);
+    }
+
+    // What is likely stands in line, all else behind.
+    void arithmetic(Arithmetic what, std::uint32_t target, const std::vector<Number>& all) {
+        exitIfCounted(target);
+        Label& others = newLabel();
+        Label& done = newLabel();
+        const bool onReals = seemReal(all);
+        if (onReals)
+            computeReals(what, target, all, [&](const Xbyak::Xmm& into, const Number& n) {
+                loadAsItSeems(into, n, others);
+            });
+        else computeIntegers(what, target, all, others);
+        L(done);
+        later([this, what, target, all, onReals, &others, &done] {
+            L(others);
+            Label mixed;
+            if (onReals) {
+                computeIntegers(what, target, all, mixed);
+                jmp(done, T_NEAR);
+                L(mixed);
             }
-            mov(headOfRegister(target), imm(plainReal));
-            movsd(bodyOfRegister(target), xmm0);
-            jmp(*done, T_NEAR);
+            computeReals(what, target, all, [this](const Xbyak::Xmm& into, const Number& n) {
+                loadDouble(into, n, exitHere());
+            });
+            jmp(done, T_NEAR);
         });
+        seemsReal_[target] = onReals;
     }
 
     void arithmetic(Arithmetic what, const Instruction& i) {
@@ -570,19 +624,25 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     void compare(Comparison what, bool wanted, const Instruction& i, const Number& second,
                  Label& to) {
         const Number first{i.b};
-        auto others = std::make_shared<Label>();
-        auto done = std::make_shared<Label>();
-        jumpUnlessHead(first, plainInteger, *others);
-        jumpUnlessHead(second, plainInteger, *others);
-        loadInteger(eax, first);
-        if (second.constant != nullptr) cmp(eax, imm(integerOf(*second.constant)));
-        else cmp(eax, integerOfRegister(second.where));
-        jumpIfCompared(what, wanted, to);
-        L(*done);
-        later([this, what, wanted, first, second, &i, &to, others, done] {
+        Label& others = newLabel();
+        Label& done = newLabel();
+        if (seemReal({first, second})) {
+            loadAsItSeems(xmm0, first, others);
+            loadAsItSeems(xmm1, second, others);
+            jumpIfRealsCompared(what, wanted, to);
+        } else {
+            jumpUnlessHead(first, plainInteger, others);
+            jumpUnlessHead(second, plainInteger, others);
+            loadInteger(eax, first);
+            if (second.constant != nullptr) cmp(eax, imm(integerOf(*second.constant)));
+            else cmp(eax, integerOfRegister(second.where));
+            jumpIfCompared(what, wanted, to);
+        }
+        L(done);
+        later([this, what, wanted, first, second, &i, &to, &others, &done] {
             Label numbers;
             Label slow;
-            L(*others);
+            L(others);
             if (mayCompareSymbols(what, i, second)) {
                 mov(rax, headOfRegister(i.b));
                 if (second.constant != nullptr) {
@@ -596,14 +656,14 @@ class NativeCompiler : public Xbyak::CodeGenerator {
                 jne(numbers);
                 cmp(rax, rcx);
                 jumpIfCompared(what, wanted, to);
-                jmp(*done, T_NEAR);
+                jmp(done, T_NEAR);
                 L(numbers);
             }
             if (second.constant == nullptr || isPlainNumber(*second.constant)) {
                 loadDouble(xmm0, first, slow);
                 loadDouble(xmm1, second, slow);
                 jumpIfRealsCompared(what, wanted, to);
-                jmp(*done, T_NEAR);
+                jmp(done, T_NEAR);
             }
             L(slow);
             callWithInstruction(
@@ -611,7 +671,7 @@ class NativeCompiler : public Xbyak::CodeGenerator {
             cmp(eax, 1);
             ja(exitHere(), T_NEAR);
             wanted ? je(to, T_NEAR) : jne(to, T_NEAR);
-            jmp(*done, T_NEAR);
+            jmp(done, T_NEAR);
         });
     }
 
@@ -651,13 +711,11 @@ class NativeCompiler : public Xbyak::CodeGenerator {
 
     void comparisonJump(Comparison what, bool wanted, const Instruction& i,
                         bool withConstant = false) {
-        exitIfObstacles();
         if (goesBack(i)) exitIfEnding();
         compare(what, wanted, i, secondOperand(i, withConstant), targetOf(i));
     }
 
     void comparison(Comparison what, const Instruction& i, bool withConstant = false) {
-        exitIfObstacles();
         exitIfCounted(i.a);
         Label& isSo = newLabel();
         auto done = std::make_shared<Label>();
@@ -727,7 +785,6 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     }
 
     void jumpOnGlobal(const Instruction& i, bool wanted) {
-        exitIfObstacles();
         if (goesBack(i)) exitIfEnding();
         Label isFalse;
         Label end;
@@ -752,7 +809,6 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     }
 
     void jumpOnEmpty(const Instruction& i, bool wanted) {
-        exitIfObstacles();
         if (goesBack(i)) exitIfEnding();
         requireList(i.b);
         if (isTemporary(i.b)) {
@@ -795,7 +851,6 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     }
 
     void car(const Instruction& i) {
-        exitIfObstacles();
         requireList(i.b);
         xor_(eax, eax);
         findItem(i.b);
@@ -803,7 +858,6 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     }
 
     void nth(const Instruction& i) {
-        exitIfObstacles();
         cmp(headOfRegister(i.b), imm(plainInteger));
         jne(exitHere(), T_NEAR);
         requireList(i.c);
@@ -813,7 +867,6 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     }
 
     void cdr(const Instruction& i) {
-        exitIfObstacles();
         requireList(i.b);
         const std::size_t body = i.b * cellBytes + 8;
         Label noPair;
@@ -856,7 +909,6 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     }
 
     void inPlace(const Instruction& i) {
-        exitIfObstacles();
         callWithInstruction(reinterpret_cast<std::uintptr_t>(inPlaceOf(i.op)));
         test(al, al);
         je(exitHere(), T_NEAR);
@@ -864,6 +916,7 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         // It may have asked for the end of it all.
         const std::size_t at = at_++;
         exitIfEnding();
+        exitIfObstacles();
         at_ = at;
     }
 
@@ -875,15 +928,14 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     }
 
     void loadLocal(const Instruction& i, bool maybeUnbound) {
-        exitIfObstacles();
         if (maybeUnbound) exitIfUnbound(i.b);
         loadRegister(i.b);
         countHolder(rax);
         storeWords(i.a);
+        seemsReal_[i.a] = seemsReal_[i.b];
     }
 
     void loadGlobal(const Instruction& i) {
-        exitIfObstacles();
         placeOfGlobal(i.x, rcx);
         mov(rax, qword[rcx]);
         mov(rdx, qword[rcx + 8]);
@@ -901,9 +953,9 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     }
 
     void setLocal(const Instruction& i) {
-        exitIfObstacles();
         takeAssigned(i);
         storeWords(i.b);
+        seemsReal_[i.b] = seemsReal_[i.a];
     }
 
     // The place of slot c, b scopes outward, into rcx; leaves when nothing is bound there.
@@ -917,7 +969,6 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     }
 
     void loadScope(const Instruction& i) {
-        exitIfObstacles();
         placeInScope(i);
         mov(rax, qword[rcx]);
         mov(rdx, qword[rcx + 8]);
@@ -926,7 +977,6 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     }
 
     void setScope(const Instruction& i) {
-        exitIfObstacles();
         placeInScope(i);
         mov(r8, rcx);
         takeAssigned(i);
@@ -937,7 +987,6 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     }
 
     void setGlobal(const Instruction& i) {
-        exitIfObstacles();
         SymbolData& name = symbolOrEmpty(code_.names[i.x].get());
         Cell& place = globalPlace(name);
         mov(rcx, reinterpret_cast<std::uintptr_t>(&place));
@@ -1008,7 +1057,6 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     }
 
     void callGlobal(const Instruction& i) {
-        exitIfObstacles();
         placeOfGlobal(i.x, rax);
         mov(rax, qword[rax]);
         requireFunction();
@@ -1051,10 +1099,10 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         case Op::loadConstant:
             loadConstant(code_.constants[i.x]);
             storeWords(i.a);
+            seemsReal_[i.a] = code_.constants[i.x].is(CellType::Real);
             return;
         case Op::setConstant:
-            exitIfObstacles();
-            loadConstant(code_.constants[i.x]);
+                loadConstant(code_.constants[i.x]);
             storeWords(i.b);
             return;
         case Op::loadLocal:
@@ -1140,12 +1188,9 @@ class NativeCompiler : public Xbyak::CodeGenerator {
             if (goesBack(i)) exitIfEnding();
             jmp(targetOf(i), T_NEAR);
             return;
-        case Op::ifObstacles:
-            cmp(qword[r13], 0);
-            jne(targetOf(i), T_NEAR);
-            return;
+        case Op::ifObstacles: return;
         case Op::guard:
-        case Op::checkHead: return exitIfObstacles();
+        case Op::checkHead: return;  // no obstacles here
         case Op::startRepeat:
             cmp(headOfRegister(i.a), imm(plainInteger));
             jne(exitHere(), T_NEAR);
@@ -1179,6 +1224,7 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     std::vector<std::unique_ptr<Label>> exits_;
     std::deque<std::function<void()>> cold_;
     std::deque<Label> moreLabels_;
+    std::vector<bool> seemsReal_;  // by register, as the instructions are gone through
     std::size_t at_ = 0;
     std::size_t entryOffset_ = 0;
 };
@@ -1237,7 +1283,8 @@ bool NativeCode::prepare() noexcept {
     }
 }
 
-std::unique_ptr<NativeCode> NativeCode::compile(const Code& code) noexcept {
+std::unique_ptr<NativeCode> NativeCode::compile(const Code& code,
+                                                const Cell* registers) noexcept {
     // Longer code is run seldom, in proportion to what it would take.
     constexpr std::size_t mostInstructions = 20'000;
     constexpr std::size_t mostBytesEach = 600;
@@ -1248,7 +1295,7 @@ std::unique_ptr<NativeCode> NativeCode::compile(const Code& code) noexcept {
         made->places_.reserve(count);
         const std::size_t ofLocals = (code.slots + std::size_t{1}) * 200;
         std::vector<std::uint8_t> buffer(4096 + count * mostBytesEach + ofLocals);
-        NativeCompiler compiler(code, buffer);
+        NativeCompiler compiler(code, registers, buffer);
         compiler.compile(*made);
         made->bytes_ = compiler.getSize();
         made->memory_ = platform::allocateCode(buffer.data(), made->bytes_);
