@@ -231,7 +231,7 @@ bool Machine::runNatively(Code& code, Environment& scope, Arguments arguments, C
         return false;
     assert(top_ == frames_ && "a machine runs one thing at a time");
     Cell* const registers = segment_->cells();
-    for (std::size_t i = 0; i < arguments.size(); ++i) registers[i] = arguments[i];
+    for (std::size_t i = 0; i < arguments.size(); ++i) copyInto(registers[i], arguments[i]);
     Frame& frame = *++top_;
     frame.next = code.entry;
     frame.registers = registers;
@@ -243,7 +243,8 @@ bool Machine::runNatively(Code& code, Environment& scope, Arguments arguments, C
     frame.returnsSlowly = true;
     const Instruction* left = NativeCode::run(*this, code.native->entry());
     if (left != nullptr && left->op == Op::leave && top_ == &frame && !interruption::pending()) {
-        value = std::exchange(registers[left->a], Cell());
+        putWords(value, headOf(registers[left->a]), bodyOf(registers[left->a]));
+        CellInspector::head(registers[left->a]) = 0;
         for (std::uint32_t i = 0; i < code.firstTemporary; ++i) release(registers[i]);
         --top_;
         return true;

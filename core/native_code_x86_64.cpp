@@ -55,9 +55,10 @@ void letGo(Cell* R, const Code* code, std::uint32_t operand, std::uint32_t targe
 bool consInPlace(Cell* R, const Instruction* at, const Code* code) noexcept {
     const Cell& value = R[at->b];
     const Cell& list = R[at->c];
-    const ListRange range = list.is(CellType::List) ? rangeOf(list) : ListRange{};
+    if (!list.is(CellType::List)) return false;
+    const ListRange range = rangeOf(list);
     if (!canGrowInFront(range, value)) return false;
-    range.buffer->fillFront(value);
+    copyInto(range.buffer->slots()[--range.buffer->first], value);  // it holds no cells
     const std::uint64_t body = rangeBody(range.begin - 1, range.length + 1);
     if (at->a != at->c) put(R[at->a], list);
     CellInspector::body(R[at->a]) = body;
@@ -69,9 +70,10 @@ bool consInPlace(Cell* R, const Instruction* at, const Code* code) noexcept {
 bool appendItemInPlace(Cell* R, const Instruction* at, const Code* code) noexcept {
     const Cell& list = R[at->b];
     const Cell& item = R[at->c];
-    const ListRange range = list.is(CellType::List) ? rangeOf(list) : ListRange{};
+    if (!list.is(CellType::List)) return false;
+    const ListRange range = rangeOf(list);
     if (!canGrowBehind(range, item)) return false;
-    range.buffer->fillBack(item);
+    copyInto(range.buffer->slots()[range.buffer->last++], item);  // it holds no cells
     if (at->a != at->b) put(R[at->a], list);
     CellInspector::body(R[at->a]) = rangeBody(range.begin, range.length + 1);
     letGo(R, code, at->b, at->a);
@@ -122,7 +124,8 @@ bool builtinInPlace(Cell* R, const Instruction* at, const Code*) noexcept {
         const auto proc = intrinsics::procOf(static_cast<Intrinsic>(at->x));
         Cell value = proc(Arguments(arguments, at->b));
         for (unsigned i = 0; i < at->b; ++i) release(arguments[i]);
-        put(R[at->a], std::move(value));
+        putWords(R[at->a], headOf(value), bodyOf(value));
+        CellInspector::head(value) = 0;
     } catch (...) {
         return false;
     }
@@ -144,6 +147,18 @@ InPlace inPlaceOf(Op op) noexcept {
     }
 }
 
+// Of two Strings.
+bool haveOneText(const Cell& a, const Cell& b) noexcept {
+    const std::uint64_t length = bodyOf(a) >> 32;
+    if (length != bodyOf(b) >> 32) return false;
+    if (length == 0) return true;
+    const auto textAt = [](const Cell& text) {
+        const auto* buffer = static_cast<const Buffer<char16_t>*>(CellInspector::object(text));
+        return buffer->slots() + static_cast<std::uint32_t>(bodyOf(text));
+    };
+    return std::equal(textAt(a), textAt(a) + length, textAt(b));
+}
+
 // What the built-in says of two values, of which it lets go: 0 or 1; 2 when the loop must ask.
 using Compared = std::uint32_t (*)(Cell* R, const Instruction* at, const Code* code) noexcept;
 
@@ -154,7 +169,7 @@ std::uint32_t comparedByBuiltin(Cell* R, const Instruction* at, const Code* code
     const Cell& second = withConstant ? code->constants[at->x] : R[at->c];
     bool outcome = false;
     if (ofTexts && first.is(CellType::String) && second.is(CellType::String)) {
-        outcome = (first.text() == second.text()) == (intrinsic == Intrinsic::equal);
+        outcome = haveOneText(first, second) == (intrinsic == Intrinsic::equal);
     } else {
         try {
             const Cell pair[] = {first, second};

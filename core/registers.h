@@ -68,6 +68,13 @@ inline bool isPlainNumber(const Cell& cell) noexcept {
     putWords(target, plainReal, std::bit_cast<std::uint64_t>(value));
 }
 
+// A copy into a register that is free.
+[[gnu::always_inline]] inline void copyInto(Cell& free, const Cell& cell) noexcept {
+    if (isCounted(cell)) ++CellInspector::object(cell)->references;
+    CellInspector::head(free) = headOf(cell);
+    CellInspector::body(free) = bodyOf(cell);
+}
+
 // What was in the target is released last: taking it apart must not meet a half-made register.
 [[gnu::always_inline]] inline void put(Cell& target, Cell value) noexcept { target.swap(value); }
 

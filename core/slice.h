@@ -192,7 +192,8 @@ template <class T> class SliceBuilder {
     }
 
     void push(const T& value) {
-        if (!buffer_ || buffer_->last == buffer_->capacity) grow();
+        if (!buffer_ || buffer_->last == buffer_->capacity) [[unlikely]]
+            grow();
         buffer_->fillBack(value);
     }
     [[nodiscard]] std::size_t size() const noexcept { return buffer_ ? buffer_->last : 0; }
