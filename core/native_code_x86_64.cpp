@@ -923,6 +923,65 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         storeWords(i.a);
     }
 
+    // One item more in the free place beside a list, where there is one.
+    void grow(const Instruction& i, std::uint32_t list, std::uint32_t item, bool inFront) {
+        if (item == i.a || item == list) return inPlace(i);
+        const std::size_t body = list * cellBytes + 8;
+        requireList(list);
+        cmp(rax, lastPlainHead);  // the empty list has no buffer
+        jbe(exitHere(), T_NEAR);
+        mov(rcx, rax);
+        and_(rcx, addressMask);
+        mov(edx, dword[rbx + body]);
+        if (inFront) {
+            cmp(edx, dword[rcx + offsetof(Buffer<Cell>, first)]);
+            jne(exitHere(), T_NEAR);
+            sub(edx, 1);
+            jb(exitHere(), T_NEAR);
+        } else {
+            add(edx, dword[rbx + body + 4]);
+            cmp(edx, dword[rcx + offsetof(Buffer<Cell>, last)]);
+            jne(exitHere(), T_NEAR);
+            cmp(edx, dword[rcx + offsetof(Buffer<Cell>, capacity)]);
+            jae(exitHere(), T_NEAR);
+        }
+        // Items that hold cells need more care. Of the types List and Lambda have bit 2 alone, but
+        // for bit 1.
+        static_assert(listType == 4 && lambdaType == 6);
+        Label holdsNoCells;
+        mov(rax, headOfRegister(item));
+        mov(r8d, eax);
+        and_(r8d, 13);
+        cmp(r8d, 4);
+        jne(holdsNoCells);
+        cmp(rax, lastPlainHead);
+        ja(exitHere(), T_NEAR);
+        L(holdsNoCells);
+
+        if (inFront) mov(dword[rcx + offsetof(Buffer<Cell>, first)], edx);
+        else inc(dword[rcx + offsetof(Buffer<Cell>, last)]);
+        shl(rdx, 4);
+        lea(rdx, ptr[rcx + rdx + sizeof(Buffer<Cell>)]);
+        if (isTemporary(item)) mov(headOfRegister(item), 0);
+        else countHolder(rax);
+        mov(qword[rdx], rax);
+        mov(rax, bodyOfRegister(item));
+        mov(qword[rdx + 8], rax);
+
+        if (i.a == list) {
+            if (inFront) dec(dword[rbx + body]);
+            inc(dword[rbx + body + 4]);
+            return;
+        }
+        loadRegister(list);
+        if (isTemporary(list)) mov(headOfRegister(list), 0);
+        else countHolder(rax);
+        // One longer, and begun one further in front.
+        mov(rcx, inFront ? 0xffffffff : 0x100000000);
+        add(rdx, rcx);
+        storeWords(i.a);
+    }
+
     void inPlace(const Instruction& i) {
         callWithInstruction(reinterpret_cast<std::uintptr_t>(inPlaceOf(i.op)));
         test(al, al);
@@ -1183,8 +1242,8 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         case Op::car: return car(i);
         case Op::cdr: return cdr(i);
         case Op::nth: return nth(i);
-        case Op::cons:
-        case Op::appendItem:
+        case Op::cons: return grow(i, i.c, i.b, true);
+        case Op::appendItem: return grow(i, i.b, i.c, false);
         case Op::appendText:
         case Op::appendTextConstant:
         case Op::length:
