@@ -441,6 +441,7 @@ class NativeCompiler : public Xbyak::CodeGenerator {
     // Any plain number as a double; goes to `other` unless it is one.
     void loadDouble(const Xbyak::Xmm& into, const Number& n, Label& other) {
         if (n.constant != nullptr) {
+            if (!isPlainNumber(*n.constant)) return jmp(other, T_NEAR);
             const auto bits = std::bit_cast<std::uint64_t>(numberOf(*n.constant));
             if (bits == 0) {
                 xorps(into, into);
