@@ -59,6 +59,7 @@ class NativeCode {
     friend class NativeCompiler;
 
     static const std::byte* backToTheLoop_;
+    static std::size_t living_;  // how many hold memory
 
     std::byte* memory_ = nullptr;  // executable
     std::size_t bytes_ = 0;

@@ -1360,11 +1360,13 @@ bool NativeCode::prepare() noexcept {
 
 std::unique_ptr<NativeCode> NativeCode::compile(const Code& code,
                                                 const Cell* registers) noexcept {
-    // Longer code is run seldom, in proportion to what it would take.
+    // Longer code is run seldom, in proportion to what it would take. Each is a mapping of its own,
+    // of which the system grants some 65,000 to everybody in the process together.
     constexpr std::size_t mostInstructions = 20'000;
+    constexpr std::size_t mostAtOnce = 8'000;
     constexpr std::size_t mostBytesEach = 600;
     const std::size_t count = code.blocks[0]->instructions.size();
-    if (count == 0 || count > mostInstructions || !prepare()) return nullptr;
+    if (count == 0 || count > mostInstructions || living_ >= mostAtOnce || !prepare()) return nullptr;
     try {
         auto made = std::make_unique<NativeCode>();
         made->places_.reserve(count);
@@ -1375,6 +1377,7 @@ std::unique_ptr<NativeCode> NativeCode::compile(const Code& code,
         made->bytes_ = compiler.getSize();
         made->memory_ = platform::allocateCode(buffer.data(), made->bytes_);
         if (made->memory_ == nullptr) return nullptr;
+        ++living_;
         made->first_ = code.blocks[0]->instructions.data();
         if (code.isFunction && code.namesInRegisters && code.parameterSlots.empty())
             made->entry_ = made->memory_ + compiler.entryOffset();
@@ -1385,7 +1388,9 @@ std::unique_ptr<NativeCode> NativeCode::compile(const Code& code,
 }
 
 NativeCode::~NativeCode() {
-    if (memory_ != nullptr) platform::freeCode(memory_, bytes_);
+    if (memory_ == nullptr) return;
+    platform::freeCode(memory_, bytes_);
+    --living_;
 }
 
 const Instruction* NativeCode::run(Machine& machine, const std::byte* place) noexcept {
@@ -1393,6 +1398,7 @@ const Instruction* NativeCode::run(Machine& machine, const std::byte* place) noe
 }
 
 const std::byte* NativeCode::backToTheLoop_ = nullptr;
+std::size_t NativeCode::living_ = 0;
 
 void native::setThreshold(std::uint32_t times) noexcept { timesUntilCompiled = times; }
 
