@@ -41,12 +41,15 @@ class ElementEquality {
 // The elements of `items` for which `keep` is true. `items` belongs to the arguments of the call
 // and so outlives whatever `keep` evaluates.
 template <class Keep> Cell kept(Items items, Keep keep) {
-    SliceBuilder<Cell> result;
+    // Room for all of them at once; a list that turns out small gives it back.
+    SliceBuilder<Cell> result(items.size());
     for (const Cell& element : items) {
         if (interruption::pending()) break;
         if (keep(element)) result.push(element);
     }
-    return Cell::list(result.take());
+    const bool isSmall = result.size() < items.size() / 2;
+    const CellSlice whole = result.take();
+    return Cell::list(isSmall ? CellSlice::copyOf(whole.view()) : whole);
 }
 
 }  // namespace

@@ -161,11 +161,14 @@ Cell FunctionBody::operator()(Arguments arguments) {
         prepared_->dropped.clear();
         intrinsics::obstacles &= ~intrinsics::errorObstacle;
     }
+    Machine& machine = *prepared_->machine;
     Cell value;
-    if (prepared_->machine->runNatively(*prepared_->code, global, arguments, value,
-                                        prepared_->dropped))
-        return value;
-    return prepared_->machine->run(*prepared_->code, global, arguments, prepared_->dropped);
+    switch (machine.runNatively(*prepared_->code, global, arguments, value)) {
+    case Machine::Native::done: return value;
+    case Machine::Native::begun: return machine.finish(value, prepared_->dropped);
+    case Machine::Native::refused: break;
+    }
+    return machine.run(*prepared_->code, global, arguments, prepared_->dropped);
 }
 
 void setEvaluator(EvalProc other) noexcept { otherEvaluator = other; }

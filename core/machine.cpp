@@ -223,35 +223,35 @@ ErrorInForce::ErrorInForce(const ErrorBuffer& error) noexcept
 
 ErrorInForce::~ErrorInForce() { obstacles = (obstacles & ~intrinsics::errorObstacle) | before_; }
 
-bool Machine::runNatively(Code& code, Environment& scope, Arguments arguments, Cell& value,
-                          ErrorBuffer& error) {
+Machine::Native Machine::runNatively(Code& code, Environment& scope, Arguments arguments,
+                                     Cell& value) {
     if (code.native == nullptr || !code.callsPlainly || code.parameters != arguments.size() ||
-        code.registers > firstCells ||
-        obstacles != 0 || traceSink != nullptr || frames_ == nullptr || segment_ == nullptr)
-        return false;
+        code.registers > firstCells || obstacles != 0 || traceSink != nullptr ||
+        frames_ == nullptr || segment_ == nullptr)
+        return Native::refused;
     assert(top_ == frames_ && "a machine runs one thing at a time");
     Cell* const registers = segment_->cells();
     for (std::size_t i = 0; i < arguments.size(); ++i) copyInto(registers[i], arguments[i]);
-    Frame& frame = *++top_;
-    frame.next = code.entry;
-    frame.registers = registers;
-    frame.code = &code;
-    frame.result = &value;
-    frame.function = nullptr;
-    frame.scope = &scope;
-    frame.ownsScope = frame.beganSegment = false;
-    frame.returnsSlowly = true;
+    Frame* const frame = ++top_;
+    frame->next = code.entry;
+    frame->registers = registers;
+    frame->code = &code;
+    frame->result = &value;
+    frame->function = nullptr;
+    frame->scope = &scope;
+    frame->ownsScope = frame->beganSegment = false;
+    frame->returnsSlowly = true;
     const Instruction* left = NativeCode::run(*this, code.native->entry());
-    if (left != nullptr && left->op == Op::leave && top_ == &frame && !interruption::pending()) {
-        putWords(value, headOf(registers[left->a]), bodyOf(registers[left->a]));
-        CellInspector::head(registers[left->a]) = 0;
-        for (std::uint32_t i = 0; i < code.firstTemporary; ++i) release(registers[i]);
-        --top_;
-        return true;
-    }
-    if (left != nullptr) top_->next = left;
-    value = finish(value, error);
-    return true;
+    if (left == nullptr) return Native::begun;
+    top_->next = left;
+    if (left->op != Op::leave || top_ != frame || interruption::pending()) return Native::begun;
+    // What remains is to leave.
+    Cell& result = registers[left->a];
+    putWords(value, headOf(result), bodyOf(result));
+    CellInspector::head(result) = 0;
+    for (std::uint32_t i = 0; i < code.firstTemporary; ++i) release(registers[i]);
+    --top_;
+    return Native::done;
 }
 
 Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuffer& error) {

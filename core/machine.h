@@ -42,10 +42,12 @@ class Machine {
     /// evaluates runs on a machine of its own. An ErrorInForce of `error` must live.
     Cell run(Code& code, Environment& scope, Arguments arguments, ErrorBuffer& error);
 
-    /// The same of a function that is native code already, which is quicker to begin. False, and
-    /// nothing done, when it is not or needs more than its arguments in registers.
-    bool runNatively(Code& code, Environment& scope, Arguments arguments, Cell& value,
-                     ErrorBuffer& error);
+    /// Begins the same for a function that is native code already, which is quicker. `refused`, and
+    /// nothing done, when it is not or needs more than its arguments in registers; `begun` when
+    /// `finish` must be called with the same value.
+    enum class Native { refused, begun, done };
+    Native runNatively(Code& code, Environment& scope, Arguments arguments, Cell& value);
+    Cell finish(Cell& value, ErrorBuffer& error);
 
     /// Empty code to translate a form into that is run once.
     Code& scratch();
@@ -59,7 +61,6 @@ class Machine {
     struct Frame;
     struct Segment;
 
-    Cell finish(Cell& value, ErrorBuffer& error);
     void loop(ErrorBuffer& error);
     void callFunction(LambdaData* function, Cell* arguments, std::uint32_t count, Cell* result,
                       bool inNewSegment = false);
