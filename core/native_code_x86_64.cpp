@@ -1343,19 +1343,24 @@ NativeCompiler::Gate NativeCompiler::gate;
 #pragma GCC diagnostic pop
 
 bool NativeCode::prepare() noexcept {
-    if (NativeCompiler::gate.run != nullptr) return true;
-    try {
-        std::vector<std::uint8_t> buffer(1024);
-        const NativeGate gate(buffer);
-        const std::byte* memory = platform::allocateCode(buffer.data(), gate.getSize());
-        if (memory == nullptr) return false;
-        backToTheLoop_ = memory + gate.backToTheLoop;
-        NativeCompiler::gate.exit = memory + gate.exit;
-        NativeCompiler::gate.run = reinterpret_cast<decltype(NativeCompiler::gate.run)>(reinterpret_cast<std::uintptr_t>(memory));
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
+    // Tried once: frames that were pushed without a way back must never meet native code.
+    static const bool isMade = []() noexcept {
+        try {
+            std::vector<std::uint8_t> buffer(1024);
+            const NativeGate gate(buffer);
+            const std::byte* memory = platform::allocateCode(buffer.data(), gate.getSize());
+            if (memory == nullptr) return false;
+            const auto address = reinterpret_cast<std::uintptr_t>(memory);
+            backToTheLoop_ = memory + gate.backToTheLoop;
+            NativeCompiler::gate.exit = memory + gate.exit;
+            NativeCompiler::gate.run =
+                reinterpret_cast<decltype(NativeCompiler::gate.run)>(address);
+            return true;
+        } catch (const std::exception&) {
+            return false;
+        }
+    }();
+    return isMade;
 }
 
 std::unique_ptr<NativeCode> NativeCode::compile(const Code& code,
