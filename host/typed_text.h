@@ -6,8 +6,11 @@
 
 #include "core/error_buffer.h"
 
+#include <cstdlib>
+#include <memory>
+#include <new>
+#include <span>
 #include <string>
-#include <vector>
 
 namespace vlisp {
 
@@ -24,7 +27,15 @@ inline constexpr std::size_t hostTextRoom = 32768;
 /// What `write`, given a buffer of hostTextRoom units, has written there, cut to `capacity`.
 template <class Write>
 [[nodiscard]] std::u16string textFromHost(std::size_t capacity, Write write) {
-    std::vector<char16_t> buffer(hostTextRoom, u'\0');
+    // From calloc, because fresh memory of the system is zero already: the host's text is short, and
+    // what lies behind it need not be touched.
+    struct Release {
+        void operator()(char16_t* units) const noexcept { std::free(units); }
+    };
+    const std::unique_ptr<char16_t, Release> room(
+        static_cast<char16_t*>(std::calloc(hostTextRoom, sizeof(char16_t))));
+    if (room == nullptr) throw std::bad_alloc();
+    const std::span<char16_t> buffer(room.get(), hostTextRoom);
     write(buffer.data());
     buffer.back() = 0;
     return fitted(buffer.data(), capacity);
