@@ -8,7 +8,9 @@
 #include "builtins/strings.h"
 #include "core/intrinsics.h"
 
+#include <array>
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -216,12 +218,26 @@ constexpr BuiltinRow rows[] = {
 
 std::u16string wide(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
 
-BuiltinProc procOf(const BuiltinRow& row, std::span<const ProvidedBuiltin> provided) {
-    if (row.proc != nullptr) return row.proc;
-    for (const ProvidedBuiltin& candidate : provided)
-        if (std::strcmp(candidate.name, row.name) == 0) return candidate.proc;
-    return nullptr;
-}
+// Finds what is provided for a row. Rows and what is provided stand in much the same order, so the
+// search goes on behind what was found last.
+class Provided {
+  public:
+    explicit Provided(std::span<const ProvidedBuiltin> builtins) : builtins_(builtins) {}
+
+    BuiltinProc procOf(const BuiltinRow& row) {
+        if (row.proc != nullptr) return row.proc;
+        for (std::size_t passed = 0; passed < builtins_.size(); ++passed) {
+            if (next_ >= builtins_.size()) next_ = 0;
+            const ProvidedBuiltin& candidate = builtins_[next_++];
+            if (std::strcmp(candidate.name, row.name) == 0) return candidate.proc;
+        }
+        return nullptr;
+    }
+
+  private:
+    std::span<const ProvidedBuiltin> builtins_;
+    std::size_t next_ = 0;
+};
 
 // What the machine does itself as long as the name is bound to the built-in.
 constexpr std::pair<Intrinsic, const char*> intrinsicNames[] = {
@@ -249,6 +265,23 @@ constexpr std::pair<Intrinsic, const char*> intrinsicNames[] = {
     {Intrinsic::polar, "POLAR"},     {Intrinsic::inters, "INTERS"},
 };
 
+constexpr std::size_t rowCount = std::size(rows);
+
+// The row of a name; rowCount when there is none.
+constexpr std::size_t rowOf(std::string_view name) noexcept {
+    std::size_t row = 0;
+    while (row < rowCount && name != rows[row].name) ++row;
+    return row;
+}
+
+// For each row what the machine does itself of it. Made by the compiler: to search at every start
+// takes as long as to register.
+constexpr std::array<Intrinsic, rowCount> intrinsicOfRow = [] {
+    std::array<Intrinsic, rowCount> all{};
+    for (const auto& [intrinsic, name] : intrinsicNames) all[rowOf(name)] = intrinsic;
+    return all;
+}();
+
 }  // namespace
 
 void RegisterBuiltins(Environment& global, std::span<const ProvidedBuiltin> provided) {
@@ -258,20 +291,24 @@ void RegisterBuiltins(Environment& global, std::span<const ProvidedBuiltin> prov
     global.Bind(intern(u"nil"), FalseCell);
     global.Bind(intern(u"T"), TrueCell);
     global.Bind(intern(u"."), DotCell);
-    for (const auto& [intrinsic, name] : intrinsicNames)
-        intrinsics::declare(intrinsic, wide(name), findBuiltin(name)->proc);
-    for (const BuiltinRow& row : rows)
-        if (const BuiltinProc proc = procOf(row, provided))
-            global.Bind(intern(wide(row.name)), Cell::builtin(proc));
+    Provided fromAbove(provided);
+    for (std::size_t i = 0; i < rowCount; ++i) {
+        const BuiltinRow& row = rows[i];
+        const BuiltinProc proc = fromAbove.procOf(row);
+        if (proc == nullptr) continue;
+        const std::u16string name = wide(row.name);
+        if (intrinsicOfRow[i] != Intrinsic::none)
+            intrinsics::declare(intrinsicOfRow[i], name, row.proc);
+        global.Bind(intern(name), Cell::builtin(proc));
+    }
     global.Bind(intern(u"PI"), Cell::real(3.141592653589793));
 }
 
 std::span<const BuiltinRow> builtinRows() noexcept { return rows; }
 
 const BuiltinRow* findBuiltin(std::string_view name) noexcept {
-    for (const BuiltinRow& row : rows)
-        if (name == row.name) return &row;
-    return nullptr;
+    const std::size_t row = rowOf(name);
+    return row < rowCount ? &rows[row] : nullptr;
 }
 
 }  // namespace vlisp
