@@ -35,7 +35,8 @@ void writeLine(const std::string& text) { writeText(text + "\n"); }
 
 void writeLine(std::u16string_view text) { writeLine(platform::toUtf8(text)); }
 
-void writeError(const std::string& line) { std::cerr << line << '\n'; }
+// As one text: the stream holds nothing back, and would write the end of the line on its own.
+void writeError(const std::string& line) { std::cerr << line + '\n'; }
 
 int exitCodeOfOutput(int code) {
     if (outputFailure == 0) return code;
