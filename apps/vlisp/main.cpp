@@ -29,6 +29,9 @@ struct Arguments {
     std::string after;
     std::string topic;
     std::string dumped;
+    /// Whether a word may be an option. Where none is, to describe them all would take longer than to
+    /// run a small program.
+    bool options = true;
     bool trace = false;
     bool checkJson = false;
     bool diffJson = false;
@@ -140,6 +143,7 @@ void describeRun(CLI::App* run, Arguments& arguments) {
     run->add_option("FILE", arguments.run.path, "The file; - reads standard input")
         ->required()
         ->type_name("");
+    if (!arguments.options) return;
     run->add_option("--input", arguments.run.input, inputHelp)->type_name("FILE");
     describeDrawing(*run, arguments.run.drawing);
     run->add_flag("--json", arguments.run.json,
@@ -150,6 +154,7 @@ void describeEval(CLI::App* eval, Arguments& arguments) {
     eval->add_option("TEXT", arguments.eval.texts,
                      "What to evaluate; without any, the lines of standard input")
         ->type_name("");
+    if (!arguments.options) return;
     eval->add_option("--input", arguments.eval.input, inputHelp)->type_name("FILE");
     describeDrawing(*eval, arguments.eval.drawing);
     eval->add_flag("--json", arguments.eval.json, "Print one JSON object a text");
@@ -228,10 +233,12 @@ bool isCommand(const std::string& word) {
 
 void describe(CLI::App& app, Arguments& arguments,
               const std::function<bool(const Command&)>& isWanted) {
-    app.set_version_flag("--version", "vlisp " VLISP_VERSION, "Print the version and exit");
-    app.set_help_flag("-h,--help", "Print this help and exit");
-    app.add_flag("--trace", arguments.trace,
-                 "Tell each instruction on standard error before it is carried out");
+    if (arguments.options)
+        app.set_version_flag("--version", "vlisp " VLISP_VERSION, "Print the version and exit");
+    app.set_help_flag("-h,--help", "Print this help and exit");  // messages refer to it
+    if (arguments.options)
+        app.add_flag("--trace", arguments.trace,
+                     "Tell each instruction on standard error before it is carried out");
     app.require_subcommand(0, 1);
     for (const Command& row : commands)
         if (isWanted(row)) row.describe(app.add_subcommand(row.name, row.description), arguments);
@@ -253,6 +260,8 @@ void describeAll(CLI::App& app, Arguments& arguments) {
 // parser cannot come to any that no word names; where there is none, help may list them all.
 void describeFor(const Words& words, CLI::App& app, Arguments& arguments) {
     if (!words.empty() && !isCommand(words.front())) return describeAll(app, arguments);
+    arguments.options =
+        std::ranges::any_of(words, [](const std::string& word) { return word.starts_with('-'); });
     describe(app, arguments, [&words](const Command& row) {
         return std::ranges::find(words, row.name) != words.end();
     });
