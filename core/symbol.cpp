@@ -8,23 +8,47 @@ namespace vlisp {
 namespace {
 
 // Four units at a time: names are short, and most of what is read is names.
+constexpr std::size_t unitsInWord = sizeof(std::uint64_t) / sizeof(char16_t);
+
+std::uint64_t wordAt(const char16_t* units) noexcept {
+    std::uint64_t word;
+    std::memcpy(&word, units, sizeof word);
+    return word;
+}
+
+// Where the last word of a text of at least one begins: before the one in front of it ends, where
+// words do not come out even.
+const char16_t* lastWord(std::u16string_view text) noexcept {
+    return text.data() + text.size() - unitsInWord;
+}
+
 std::size_t hashOf(std::u16string_view text) noexcept {
     constexpr std::uint64_t factor = 0x9e37'79b9'7f4a'7c15;
-    constexpr std::size_t unitsInWord = sizeof(std::uint64_t) / sizeof(char16_t);
     std::uint64_t hash = text.size();
     const auto mix = [&hash](std::uint64_t word) {
         hash = (hash ^ word) * factor;
         hash ^= hash >> 32;
     };
-    for (; text.size() >= unitsInWord; text.remove_prefix(unitsInWord)) {
-        std::uint64_t word;
-        std::memcpy(&word, text.data(), sizeof word);
-        mix(word);
+    if (text.size() < unitsInWord) {
+        std::uint64_t all = 0;
+        for (const char16_t unit : text) all = all << 16 | unit;
+        mix(all);
+        return hash;
     }
-    std::uint64_t rest = 0;
-    for (const char16_t unit : text) rest = rest << 16 | unit;
-    mix(rest);
+    const char16_t* last = lastWord(text);
+    for (const char16_t* at = text.data(); at < last; at += unitsInWord) mix(wordAt(at));
+    mix(wordAt(last));
     return hash;
+}
+
+bool isSame(std::u16string_view a, std::u16string_view b) noexcept {
+    if (a.size() != b.size()) return false;
+    if (a.size() < unitsInWord) return a == b;
+    const char16_t* last = lastWord(a);
+    const char16_t* other = b.data();
+    for (const char16_t* at = a.data(); at < last; at += unitsInWord, other += unitsInWord)
+        if (wordAt(at) != wordAt(other)) return false;
+    return wordAt(last) == wordAt(lastWord(b));
 }
 
 // Open addressing: a name stands at the first free slot from the one that its hash tells, and
@@ -35,7 +59,7 @@ class SymbolTable {
 
     [[nodiscard]] SymbolData* find(std::u16string_view text, std::size_t hash) const noexcept {
         for (std::size_t at = hash & mask(); slots_[at].symbol != nullptr; at = after(at))
-            if (slots_[at].hash == hash && slots_[at].symbol->text() == text)
+            if (slots_[at].hash == hash && isSame(slots_[at].symbol->text(), text))
                 return slots_[at].symbol;
         return nullptr;
     }
