@@ -22,6 +22,26 @@ std::size_t asciiAtFront(std::string_view bytes) noexcept {
     return at;
 }
 
+// Four ASCII characters as units.
+std::uint64_t unitsOfFour(std::uint32_t bytes) noexcept {
+    std::uint64_t units = bytes;
+    units = (units | units << 16) & 0x0000'ffff'0000'ffff;
+    return (units | units << 8) & 0x00ff'00ff'00ff'00ff;
+}
+
+// Writes ASCII as units, four at a time; answers the end of what was written.
+char16_t* convertAscii(std::string_view ascii, char16_t* out) noexcept {
+    constexpr std::size_t four = sizeof(std::uint32_t);
+    for (; ascii.size() >= four; ascii.remove_prefix(four)) {
+        std::uint32_t bytes;
+        std::memcpy(&bytes, ascii.data(), sizeof bytes);
+        const std::uint64_t units = unitsOfFour(bytes);
+        std::memcpy(out, &units, sizeof units);
+        out += four;
+    }
+    return std::ranges::copy(ascii, out).out;
+}
+
 // How many of the bytes at the front are not. No character has bytes of both kinds.
 std::size_t othersAtFront(std::string_view bytes) noexcept {
     const auto ascii = std::ranges::find_if(
@@ -48,7 +68,7 @@ std::u16string fromUtf8(std::string_view bytes) {
     char16_t* out = text.data();
     while (!bytes.empty()) {
         const std::size_t ascii = asciiAtFront(bytes);
-        out = std::copy_n(bytes.data(), ascii, out);
+        out = convertAscii(bytes.substr(0, ascii), out);
         bytes.remove_prefix(ascii);
         const std::size_t others = othersAtFront(bytes);
         out = convertOthers(bytes.substr(0, others), out);
