@@ -7,9 +7,11 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstring>
 #include <functional>
 #include <limits>
 #include <memory_resource>
+#include <span>
 
 namespace vlisp {
 namespace {
@@ -29,13 +31,34 @@ constexpr SignSet signs(std::u16string_view units) noexcept {
     return set;
 }
 constexpr SignSet piecesEnd = signs(u"();\n");
-constexpr SignSet atomsEnd = signs(u" ()");
+constexpr SignSet atomsEnd = signs(std::u16string_view(u" ()\0", 4));
 
 // The place of the first unit from `at` on that is in the set, or the end.
 inline std::size_t placeOf(const SignSet& set, std::u16string_view text, std::size_t at) noexcept {
     while (at < text.size() && !(text[at] < set.size() && set[text[at]])) ++at;
     return at;
 }
+
+// Where the atom ends that goes on at `at`: at a blank, a parenthesis or a zero. Few other signs are as
+// small, so that one comparison passes nearly all.
+inline const char16_t* endOfAtom(const char16_t* at, const char16_t* end) noexcept {
+    while (at != end && (*at > u')' || !atomsEnd[*at])) ++at;
+    return at;
+}
+
+// The upper case of four units at once.
+constexpr std::size_t unitsInWord = sizeof(std::uint64_t) / sizeof(char16_t);
+constexpr std::uint64_t upperCaseOfFour(std::uint64_t units) noexcept {
+    constexpr std::uint64_t each = 0x0001'0001'0001'0001;
+    constexpr std::uint64_t high = each * 0x8000;
+    // The high bit of each unit tells: 0x7fff at most has nothing to carry to its neighbour.
+    const std::uint64_t rest = units & ~high;
+    const std::uint64_t fromA = rest + each * (0x8000 - u'a');
+    const std::uint64_t beyondZ = rest + each * (0x8000 - u'z' - 1);
+    const std::uint64_t letters = fromA & ~beyondZ & ~units & high;
+    return units - (letters >> 10);  // 0x8000 becomes 'a' - 'A'
+}
+static_assert(u'a' - u'A' == 0x8000 >> 10);
 
 // Rule 1 of atoms: a digit, or "-" and a digit, then digits and dots only.
 bool isNumber(std::u16string_view token) noexcept {
@@ -50,8 +73,15 @@ bool isNumber(std::u16string_view token) noexcept {
 Cell nameOf(std::u16string_view token) {
     std::array<char16_t, 64> upper;
     if (token.size() > upper.size()) return Cell::symbol(upperCased(token));
-    const auto end = std::ranges::transform(token, upper.begin(), upperCase).out;
-    return Cell::symbol(std::u16string_view(upper.begin(), end));
+    std::size_t at = 0;
+    for (; at + unitsInWord <= token.size(); at += unitsInWord) {
+        std::uint64_t four;
+        std::memcpy(&four, token.data() + at, sizeof four);
+        four = upperCaseOfFour(four);
+        std::memcpy(upper.data() + at, &four, sizeof four);
+    }
+    for (; at < token.size(); ++at) upper[at] = upperCase(token[at]);
+    return Cell::symbol(std::u16string_view(upper.data(), token.size()));
 }
 
 // The double at the front of a token of digits, dots and a leading "-": correctly rounded, and
@@ -95,39 +125,40 @@ double beyondRange(const std::string& number) noexcept {
 // threads that use it.
 const SymbolRef quoteName = intern(u"QUOTE");
 
-// Cuts a text into tokens, one at a time.
+// Cuts a text, up to its first zero unit, into tokens, one at a time.
 class Tokenizer {
   public:
-    explicit Tokenizer(std::u16string_view text) : text_(text.substr(0, text.find(u'\0'))) {}
+    explicit Tokenizer(std::u16string_view text)
+        : at_(text.data()), end_(text.data() + text.size()) {}
 
     /// The next token; false when there is none.
     bool next(std::u16string_view& token) {
         // Something follows a quote even at the end of the text: the token of nothing.
-        if (at_ >= text_.size() && !afterQuote_) return false;
-        passBlanks();
-        const bool quote = !afterQuote_ && at_ < text_.size() && text_[at_] == u'\'';
-        const std::size_t end = quote ? at_ + 1 : endOfToken();
-        token = text_.substr(at_, end - at_);
-        at_ = end;
+        if (isAtEnd() && !afterQuote_) return false;
+        while (at_ != end_ && *at_ == u' ') ++at_;
+        const char16_t* begin = at_;
+        const bool quote = !afterQuote_ && at_ != end_ && *at_ == u'\'';
+        at_ = quote ? at_ + 1 : endOfToken();
         afterQuote_ = quote;
+        token = std::u16string_view(begin, static_cast<std::size_t>(at_ - begin));
         return true;
     }
 
   private:
-    void passBlanks() noexcept {
-        while (at_ < text_.size() && text_[at_] == u' ') ++at_;
+    [[nodiscard]] bool isAtEnd() const noexcept { return at_ == end_ || *at_ == u'\0'; }
+
+    [[nodiscard]] const char16_t* endOfToken() const noexcept {
+        if (at_ == end_) return at_;
+        if (isParenthesis(*at_)) return at_ + 1;
+        if (*at_ != u'"') return endOfAtom(at_, end_);
+        const char16_t* close = std::find_if(
+            at_ + 1, end_, [](char16_t unit) { return unit == u'"' || unit == u'\0'; });
+        const bool isClosed = close != end_ && *close == u'"';
+        return isClosed ? endOfAtom(close + 1, end_) : close;
     }
 
-    [[nodiscard]] std::size_t endOfToken() const noexcept {
-        if (at_ == text_.size()) return at_;
-        if (isParenthesis(text_[at_])) return at_ + 1;
-        if (text_[at_] != u'"') return placeOf(atomsEnd, text_, at_);
-        const std::size_t close = text_.find(u'"', at_ + 1);
-        return close == npos ? text_.size() : placeOf(atomsEnd, text_, close + 1);
-    }
-
-    std::u16string_view text_;
-    std::size_t at_ = 0;
+    const char16_t* at_;
+    const char16_t* end_;
     bool afterQuote_ = false;
 };
 
@@ -162,10 +193,14 @@ Cell takeList(PendingCells& cells, std::size_t first) {
     const std::size_t count = cells.size() - first;
     if (count == 0) return Cell::list(CellSlice());
     Ref<Buffer<Cell>> buffer(Buffer<Cell>::make(count, 0));
-    for (std::size_t i = first; i < cells.size(); ++i) {
-        buffer->note(cells[i]);
-        std::construct_at(buffer->slots() + buffer->last++, std::move(cells[i]));
+    Cell* slot = buffer->slots();
+    bool holdsLists = false;
+    for (Cell& cell : std::span(cells).subspan(first)) {
+        holdsLists |= cell.holdsCells();
+        std::construct_at(slot++, std::move(cell));
     }
+    buffer->last = static_cast<std::uint32_t>(count);
+    buffer->holdsLists = holdsLists;
     cells.resize(first);
     return Cell::list(CellSlice(std::move(buffer), 0, static_cast<std::uint32_t>(count)));
 }

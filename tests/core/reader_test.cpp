@@ -273,6 +273,23 @@ TEST(Atom, EverythingElseIsASymbolInUpperCase) {
     }
 }
 
+// Names are changed several units at a time: none may touch its neighbour, wherever it stands.
+TEST(Atom, ANameIsChangedUnitByUnit) {
+    const auto isAtABorder = [](std::uint32_t unit) {
+        const std::uint32_t low = unit & 0x7fff;
+        return low < 0x180 || low > 0x7f80 || (low & 0xff) == 'a' || (low & 0xff) == 'z';
+    };
+    for (std::uint32_t unit = 1; unit < 0x10000; ++unit) {
+        if (!isAtABorder(unit)) continue;
+        for (const char16_t neighbour : {u'a', u'z', u'\uffff'})
+            for (std::size_t at = 0; at < 6; ++at) {
+                std::u16string name = u"x" + std::u16string(6, neighbour);
+                name[at + 1] = static_cast<char16_t>(unit);
+                ASSERT_EQ(MakeAtom(name).text(), upperCased(name)) << unit << " at " << at;
+            }
+    }
+}
+
 TEST(Atom, StringsLoseTheirFirstAndLastUnitWhateverTheyAre) {
     const struct {
         std::u16string_view token, text;
