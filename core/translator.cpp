@@ -1163,23 +1163,39 @@ const Cell lambdaSymbol = Cell::symbol(u"LAMBDA");
 // On purpose: locals start as the integer 0, whose text is "0".
 const Cell zero = Cell::integer(0, intern(u"0"));
 
+bool endsName(char16_t unit) noexcept {
+    return unit == u' ' || unit == u'\t' || unit == u'(' || unit == u')' || unit == u'/';
+}
+
+// The elements of a list of parameters that name parameters, and behind a "/" those that name locals.
+struct PlainNames {
+    std::size_t parameters = 0;
+    std::size_t localsBegin = 0;
+};
+
 // Shortcut: a list of names that print as one word each, with at most one "/" among them and
 // something behind it, is what printing and reading it again gives.
-bool takePlainNames(const Cell& list, std::vector<Cell>& parameters, std::vector<Cell>& locals) {
+bool arePlainNames(const Cell& list, PlainNames& names) {
     if (!list.is(CellType::List)) return false;
-    bool slash = false;
-    for (const Cell& each : list.items()) {
-        const std::u16string_view name = each.text();
-        if (!each.is(CellType::Symbol) || name.empty()) return false;
+    const Items items = list.items();
+    names = {items.size(), items.size()};
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        const std::u16string_view name = items[i].text();
+        if (!items[i].is(CellType::Symbol) || name.empty()) return false;
         if (name == u"/") {
-            if (slash) return false;
-            slash = true;
+            if (names.parameters != items.size()) return false;
+            names = {i, i + 1};
             continue;
         }
-        if (name.find_first_of(u" \t()/") != std::u16string_view::npos) return false;
-        (slash ? locals : parameters).push_back(each);
+        if (std::ranges::any_of(name, endsName)) return false;
     }
-    return !slash || !locals.empty();
+    return names.parameters == items.size() || names.localsBegin < items.size();
+}
+
+Cell listOfNames(const std::vector<std::u16string>& names) {
+    SliceBuilder<Cell> symbols(names.size());
+    for (const std::u16string& name : names) symbols.push(Cell::symbol(name));
+    return Cell::list(symbols.take());
 }
 
 }  // namespace
@@ -1199,22 +1215,22 @@ ParameterNames readParameterNames(const Cell& parameterList) {
 }
 
 Cell lambdaFormOfDefun(Items defun) {
-    std::vector<Cell> parameters;
-    std::vector<Cell> locals;
-    if (!takePlainNames(defun[2], parameters, locals)) {
-        const ParameterNames names = readParameterNames(defun[2]);
-        parameters.clear();
-        locals.clear();
-        for (const std::u16string& name : names.parameters)
-            parameters.push_back(Cell::symbol(name));
-        for (const std::u16string& name : names.locals) locals.push_back(Cell::symbol(name));
+    Cell parameters;
+    Cell locals;
+    if (PlainNames names; arePlainNames(defun[2], names)) {
+        const CellSlice all = defun[2].itemSlice();
+        parameters = Cell::list(all.part(0, names.parameters));
+        locals = Cell::list(all.part(names.localsBegin, all.size() - names.localsBegin));
+    } else {
+        const ParameterNames read = readParameterNames(defun[2]);
+        parameters = listOfNames(read.parameters);
+        locals = listOfNames(read.locals);
     }
-    SliceBuilder<Cell> body(1 + locals.size() + defun.size() - 3);
+    SliceBuilder<Cell> body(1 + locals.items().size() + defun.size() - 3);
     body.push(beginSymbol);
-    for (const Cell& local : locals) body.push(Cell::list({defineSymbol, local, zero}));
+    for (const Cell& local : locals.items()) body.push(Cell::list({defineSymbol, local, zero}));
     for (std::size_t i = 3; i < defun.size(); ++i) body.push(defun[i]);
-    return Cell::list(
-        {lambdaSymbol, Cell::list(CellSlice::copyOf(parameters)), Cell::list(body.take())});
+    return Cell::list({lambdaSymbol, std::move(parameters), Cell::list(body.take())});
 }
 
 }  // namespace vlisp

@@ -893,6 +893,34 @@ TEST_F(Translator, ADefunMakesALambdaForm) {
     EXPECT_EQ(PrintCell(lambdaFormOfDefun(empty.items())), u"(LAMBDA () (BEGIN))");
 }
 
+// The names that the form of a DEFUN has are those of the printed list, by whichever way they are found.
+TEST_F(Translator, ADefunHasTheNamesOfThePrintedList) {
+    for (const std::u16string_view list :
+         {u"()",          u"(a)",    u"(a b c)",  u"(/ a)",     u"(a / b)",     u"(a b / c d)",
+          u"(/)",         u"(/ /)",  u"(a /)",    u"(a / b /)", u"(a / b / c)", u"(a/b c)",
+          u"(a b/)",      u"(a /b)", u"(a\tb c)", u"(a 5)",     u"(a \"b c\")", u"(a (b c) d)",
+          u"(a 'b)",      u"('/ a)", u"a",        u"a/b",       u"nil",         u"5",
+          u"\"a b / c\"", u"\"\""}) {
+        SCOPED_TRACE(platform::toUtf8(list));
+        const Cell defun = Parse(u"(defun f " + std::u16string(list) + u" (g) 1)");
+        const Cell form = lambdaFormOfDefun(defun.items());
+        const ParameterNames expected = readParameterNames(defun.items()[2]);
+        std::vector<std::u16string> parameters;
+        for (const Cell& each : form.items()[1].items()) parameters.emplace_back(each.text());
+        EXPECT_EQ(parameters, expected.parameters);
+        const Items body = form.items()[2].items();
+        ASSERT_EQ(body.size(), 1 + expected.locals.size() + 2);
+        for (std::size_t i = 0; i < expected.locals.size(); ++i) {
+            const Items define = body[i + 1].items();
+            ASSERT_EQ(define.size(), 3U);
+            EXPECT_EQ(define[0].text(), u"DEFINE");
+            EXPECT_EQ(define[1].text(), expected.locals[i]);
+        }
+        EXPECT_EQ(PrintCell(body[body.size() - 2]), u"(G)");
+        EXPECT_EQ(PrintCell(body.back()), u"1");
+    }
+}
+
 // --- Code ---
 
 TEST_F(Translator, ACodeIsEmptiedForTheNextForm) {
