@@ -38,7 +38,7 @@ void Machine::growFrames() {
                                       : platform::resizeBlock(frames_, bytes, newBytes);
     if (larger == nullptr) {
         heap::discharge(more);
-        throw heap::OutOfMemory();
+        throw TooDeep();
     }
     stackBytes_ += more;
     const std::ptrdiff_t depth = frames_ == nullptr ? 0 : top_ - frames_;
@@ -59,7 +59,7 @@ Machine::Segment* Machine::makeSegment(std::size_t capacity) {
     if (made == nullptr) {
         heap::discharge(counted);
         stackBytes_ -= counted;
-        throw heap::OutOfMemory();
+        throw TooDeep();
     }
     made->capacity = capacity;
     return made;

@@ -37,9 +37,14 @@ constexpr std::size_t smallStack = std::size_t{1} << 20;
 constexpr std::int32_t aMillion =
     static_cast<std::int32_t>(std::min<std::size_t>(1'000'000, platform::evaluationStack / 512));
 
+// The budget starts at half of the memory that the machine has at the moment, which may be little.
 class MachineOfProgram : public ::testing::Test {
   protected:
-    MachineOfProgram() { session.StartInterpreter(1); }
+    MachineOfProgram() {
+        heap::setLimit(std::size_t{8} << 30);
+        session.StartInterpreter(1);
+    }
+    ~MachineOfProgram() override { heap::setLimit(limitBefore); }
 
     std::u16string eval(std::u16string text) {
         session.EvalString(text);
@@ -52,6 +57,7 @@ class MachineOfProgram : public ::testing::Test {
         return answer;
     }
 
+    std::size_t limitBefore = heap::limit();
     Silent port;
     InterpreterSession session{{port,
                                 [](Environment& global) {
