@@ -268,7 +268,7 @@ Cell Machine::run(Code& code, Environment& scope, Arguments arguments, ErrorBuff
         Cell* registers = segment_->cells();
         if (code.callsPlainly && count == code.parameters && code.registers <= firstCells) {
             for (std::uint32_t i = 0; i < count; ++i) registers[i] = arguments[i];
-            *++top_ = {code.entry, registers, &code,  &value, nullptr,
+            *++top_ = {code.entry, registers, &code, &value, nullptr,
                        nullptr,    &scope,    false, false,  true};
         } else {
             const bool needsRoom = count > segment_->capacity;
@@ -332,7 +332,8 @@ void Machine::loop(ErrorBuffer& error) {
     const Cell* K = nullptr;
     const SymbolRef* N = nullptr;
     std::uint32_t temporaries = 0;
-    const void* const* labels = own;  // what each operation does: here, or in native code if there is any
+    const void* const* labels =
+        own;  // what each operation does: here, or in native code if there is any
 
 #define LOAD                                                                                       \
     do {                                                                                           \

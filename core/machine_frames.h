@@ -10,14 +10,14 @@ struct Machine::Frame {
     const Instruction* next;  // where it goes on when what it called has returned
     Cell* registers;
     Code* code;
-    Cell* result;          // where its value goes
-    LambdaData* function;  // held; null when no function was called
+    Cell* result;                 // where its value goes
+    LambdaData* function;         // held; null when no function was called
     const std::byte* nativeNext;  // the same in native code, for what native code has called
-    Environment* scope;    // that of the code, or the one around it when names are in registers
-    bool ownsScope;        // it was made for this call and is held
-    bool beganSegment;     // its registers are the first of a segment made for it
-    bool returnsSlowly;    // there is more to do than to let go of the function; else the two flags
-                           // before it are not set
+    Environment* scope;  // that of the code, or the one around it when names are in registers
+    bool ownsScope;      // it was made for this call and is held
+    bool beganSegment;   // its registers are the first of a segment made for it
+    bool returnsSlowly;  // there is more to do than to let go of the function; else the two flags
+                         // before it are not set
 };
 
 struct Machine::Segment {

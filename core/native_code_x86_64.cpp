@@ -240,12 +240,8 @@ class NativeCompiler : public Xbyak::CodeGenerator {
 
     using Frame = Machine::Frame;
 
-    Xbyak::Address headOfRegister(std::uint32_t i) const {
-        return qword[rbx + i * cellBytes];
-    }
-    Xbyak::Address bodyOfRegister(std::uint32_t i) const {
-        return qword[rbx + i * cellBytes + 8];
-    }
+    Xbyak::Address headOfRegister(std::uint32_t i) const { return qword[rbx + i * cellBytes]; }
+    Xbyak::Address bodyOfRegister(std::uint32_t i) const { return qword[rbx + i * cellBytes + 8]; }
     Xbyak::Address integerOfRegister(std::uint32_t i) const {
         return dword[rbx + i * cellBytes + 8];
     }
@@ -533,9 +529,8 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         mov(bodyOfRegister(target), rax);
     }
 
-    template <class Load>
-    void computeReals(Arithmetic what, std::uint32_t target, const std::vector<Number>& all,
-                      Load load) {
+    template <class Load> void computeReals(Arithmetic what, std::uint32_t target,
+                                            const std::vector<Number>& all, Load load) {
         load(xmm0, all[0]);
         for (std::size_t i = 1; i < all.size(); ++i) {
             load(xmm1, all[i]);
@@ -897,8 +892,7 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         jne(noPair);
         mov(eax, dword[rbx + body]);
         shl(rax, 4);
-        cmp(qword[rcx + rax + sizeof(Buffer<Cell>) + cellBytes],
-            imm(plainReal));
+        cmp(qword[rcx + rax + sizeof(Buffer<Cell>) + cellBytes], imm(plainReal));
         ja(exitHere(), T_NEAR);
         L(noPair);
         mov(eax, dword[rcx + offsetof(Buffer<Cell>, last)]);
@@ -1177,7 +1171,7 @@ class NativeCompiler : public Xbyak::CodeGenerator {
             seemsReal_[i.a] = code_.constants[i.x].is(CellType::Real);
             return;
         case Op::setConstant:
-                loadConstant(code_.constants[i.x]);
+            loadConstant(code_.constants[i.x]);
             storeWords(i.b);
             return;
         case Op::loadLocal:
@@ -1228,8 +1222,7 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         case Op::ifGreater: return comparisonJump(C::greater, true, i);
         case Op::ifGreaterConstant: return comparisonJump(C::greater, true, i, true);
         case Op::unlessLessOrEqual: return comparisonJump(C::lessOrEqual, false, i);
-        case Op::unlessLessOrEqualConstant:
-            return comparisonJump(C::lessOrEqual, false, i, true);
+        case Op::unlessLessOrEqualConstant: return comparisonJump(C::lessOrEqual, false, i, true);
         case Op::ifLessOrEqual: return comparisonJump(C::lessOrEqual, true, i);
         case Op::ifLessOrEqualConstant: return comparisonJump(C::lessOrEqual, true, i, true);
         case Op::unlessEqual: return comparisonJump(C::equal, false, i);
@@ -1259,7 +1252,7 @@ class NativeCompiler : public Xbyak::CodeGenerator {
         case Op::keepIfTrue: return keepIfTrue(i);
         case Op::unlessGlobal: return jumpOnGlobal(i, false);
         case Op::ifGlobal: return jumpOnGlobal(i, true);
-        case Op::jump: 
+        case Op::jump:
             if (goesBack(i)) exitIfEnding();
             jmp(targetOf(i), T_NEAR);
             return;
@@ -1363,15 +1356,15 @@ bool NativeCode::prepare() noexcept {
     return isMade;
 }
 
-std::unique_ptr<NativeCode> NativeCode::compile(const Code& code,
-                                                const Cell* registers) noexcept {
+std::unique_ptr<NativeCode> NativeCode::compile(const Code& code, const Cell* registers) noexcept {
     // Longer code is run seldom, in proportion to what it would take. Each is a mapping of its own,
     // of which the system grants some 65,000 to everybody in the process together.
     constexpr std::size_t mostInstructions = 20'000;
     constexpr std::size_t mostAtOnce = 8'000;
     constexpr std::size_t mostBytesEach = 600;
     const std::size_t count = code.blocks[0]->instructions.size();
-    if (count == 0 || count > mostInstructions || living_ >= mostAtOnce || !prepare()) return nullptr;
+    if (count == 0 || count > mostInstructions || living_ >= mostAtOnce || !prepare())
+        return nullptr;
     try {
         auto made = std::make_unique<NativeCode>();
         made->places_.reserve(count);

@@ -28,6 +28,11 @@ void* allocateBlock(std::size_t bytes) noexcept;
 void* resizeBlock(void* block, std::size_t bytes, std::size_t newBytes) noexcept;
 void freeBlock(void* block, std::size_t bytes) noexcept;
 
+/// All threads of this process allocate from one heap, which grows by large steps; to be called
+/// before there is a second thread. A heap of each thread's own would grow page by page, with a
+/// system call each. For programs whose threads take turns.
+void shareOneHeap() noexcept;
+
 /// Memory that holds a copy of these instructions of the processor, can be executed and not
 /// written. Null when there is none or the system forbids it.
 std::byte* allocateCode(const void* instructions, std::size_t bytes) noexcept;

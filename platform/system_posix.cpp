@@ -17,6 +17,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <iostream>
+#include <malloc.h>
 #include <memory>
 #include <optional>
 #include <poll.h>
@@ -122,6 +123,8 @@ void* resizeBlock(void* block, std::size_t bytes, std::size_t newBytes) noexcept
 }
 
 void freeBlock(void* block, std::size_t bytes) noexcept { ::munmap(block, bytes); }
+
+void shareOneHeap() noexcept { ::mallopt(M_ARENA_MAX, 1); }
 
 std::byte* allocateCode(const void* instructions, std::size_t bytes) noexcept {
     void* memory =

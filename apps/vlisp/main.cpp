@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <fcntl.h>
 #include <functional>
-#include <malloc.h>
 #include <unistd.h>
 
 namespace {
@@ -344,10 +343,6 @@ void openStandardDescriptors() {
     ::close(descriptor);
 }
 
-// All threads allocate from the heap that grows by large steps. One of its own for the evaluation
-// thread would grow page by page, with a system call each; and of the two threads one mostly waits.
-void shareOneHeap() { ::mallopt(M_ARENA_MAX, 1); }
-
 int dispatch(const CLI::App& app, const Arguments& arguments) {
     // Not the parser's own list of them, which lacks the one behind a "--".
     const auto wasCalled = [](const CLI::App* command) { return command->parsed(); };
@@ -360,7 +355,7 @@ int dispatch(const CLI::App& app, const Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    shareOneHeap();
+    platform::shareOneHeap();
     openStandardDescriptors();
     CLI::App app(programDescription, "vlisp");
     Arguments arguments;
