@@ -577,7 +577,7 @@ TEST(NativeCode, LeavesWhatFailsToTheLoop) {
 TEST(NativeCode, RunawayRecursionEndsAndAllIsAsBefore) {
     const Threshold inForce(1);
     Lisp lisp;
-    lisp.eval(u"(defun f (x l) (+ 1 (f x (list l x))))");
+    lisp.eval(u"(defun f (x l) (+ 1 (f x l)))");
     EXPECT_EQ(lisp.eval(u"(f \"text\" 1)"), messages::tooDeep);
     EXPECT_TRUE(lisp.isNative(u"F"));
     const std::size_t before = heap::used();

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +14,7 @@
 #include <pthread.h>
 #include <random>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -147,6 +149,59 @@ TEST(WithStack, HandsAnExceptionToTheCaller) {
     for (const std::size_t bytes : {std::size_t{1024}, std::size_t{256} << 20})
         EXPECT_THROW(withStack(bytes, [] { throw std::runtime_error("seen"); }),
                      std::runtime_error);
+}
+
+// --- Code ---
+
+// What may be done with the memory at this address, "r-xp" for one; empty when there is none.
+std::string permissionsAt(const void* address) {
+    const auto wanted = reinterpret_cast<std::uintptr_t>(address);
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        std::uintptr_t begin = 0;
+        std::uintptr_t end = 0;
+        char permissions[5] = {};
+        if (std::sscanf(line.c_str(), "%lx-%lx %4s", &begin, &end, permissions) == 3 &&
+            begin <= wanted && wanted < end)
+            return permissions;
+    }
+    return {};
+}
+
+TEST(Code, IsACopyThatCanBeExecutedAndNotWritten) {
+    for (const std::size_t bytes : {std::size_t{1}, std::size_t{4096}, std::size_t{10'000}}) {
+        std::vector<unsigned char> instructions(bytes);
+        for (std::size_t i = 0; i < bytes; ++i)
+            instructions[i] = static_cast<unsigned char>(i % 251);
+        std::byte* code = allocateCode(instructions.data(), bytes);
+        ASSERT_NE(code, nullptr) << bytes;
+        EXPECT_EQ(std::memcmp(code, instructions.data(), bytes), 0) << bytes;
+        EXPECT_EQ(permissionsAt(code), "r-xp") << bytes;
+        EXPECT_EQ(permissionsAt(code + bytes - 1), "r-xp") << bytes;
+        freeCode(code, bytes);
+    }
+}
+
+TEST(Code, SeveralLiveBesideOneAnother) {
+    const unsigned char ones[] = {1, 1, 1};
+    const unsigned char twos[] = {2, 2, 2};
+    std::byte* first = allocateCode(ones, sizeof ones);
+    std::byte* second = allocateCode(twos, sizeof twos);
+    ASSERT_TRUE(first != nullptr && second != nullptr);
+    EXPECT_EQ(std::memcmp(first, ones, sizeof ones), 0);
+    freeCode(first, sizeof ones);
+    EXPECT_EQ(std::memcmp(second, twos, sizeof twos), 0);
+    EXPECT_EQ(permissionsAt(second), "r-xp");
+    freeCode(second, sizeof twos);
+}
+
+TEST(Code, IsGivenBack) {
+    const unsigned char none[] = {0};
+    std::byte* code = allocateCode(none, sizeof none);
+    ASSERT_NE(code, nullptr);
+    ASSERT_FALSE(permissionsAt(code).empty());
+    freeCode(code, sizeof none);
+    EXPECT_NE(permissionsAt(code), "r-xp");
 }
 
 // --- Blocks ---
