@@ -1335,14 +1335,30 @@ NativeCompiler::Gate NativeCompiler::gate;
 
 #pragma GCC diagnostic pop
 
+namespace {
+
+// The way in and out; stays until the program, or the module, goes.
+struct GateMemory {
+    ~GateMemory() {
+        if (code != nullptr) platform::freeCode(code, bytes);
+    }
+    std::byte* code = nullptr;
+    std::size_t bytes = 0;
+};
+GateMemory gateMemory;
+
+}  // namespace
+
 bool NativeCode::prepare() noexcept {
     // Tried once: frames that were pushed without a way back must never meet native code.
     static const bool isMade = []() noexcept {
         try {
             std::vector<std::uint8_t> buffer(1024);
             const NativeGate gate(buffer);
-            const std::byte* memory = platform::allocateCode(buffer.data(), gate.getSize());
+            std::byte* memory = platform::allocateCode(buffer.data(), gate.getSize());
             if (memory == nullptr) return false;
+            gateMemory.code = memory;
+            gateMemory.bytes = gate.getSize();
             const auto address = reinterpret_cast<std::uintptr_t>(memory);
             backToTheLoop_ = memory + gate.backToTheLoop;
             NativeCompiler::gate.exit = memory + gate.exit;

@@ -4,6 +4,7 @@
 #include "apps/vlisp/commands.h"
 #include "apps/vlisp/console.h"
 #include "core/session.h"
+#include "platform/system.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
