@@ -356,7 +356,7 @@ int dispatch(const CLI::App& app, const Arguments& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    platform::shareOneHeap();
+    vlisp::platform::shareOneHeap();
     openStandardDescriptors();
     CLI::App app(programDescription, "vlisp");
     Arguments arguments;
