@@ -78,6 +78,7 @@ class Machine {
     void unwind() noexcept;
 
     friend class MachineLease;
+    friend class NativeEmitter;
     friend class NativeCompiler;
     friend class NativeGate;
     void trim() noexcept;
