@@ -348,7 +348,7 @@ void Machine::loop(ErrorBuffer& error) {
     } while (false)
 #define RETURN_HERE                                                                                \
     frame->next = pc + 1;                                                                          \
-    frame->nativeNext = NativeCode::backToTheLoop()
+    frame->nativeNext = nullptr
 #define OWN (RegisterNames{*frame->code, R})
 #define LET_GO_OF(operand)                                                                         \
     if ((operand) >= temporaries) release(R[operand])

@@ -12,7 +12,7 @@ struct Machine::Frame {
     Code* code;
     Cell* result;                 // where its value goes
     LambdaData* function;         // held; null when no function was called
-    const std::byte* nativeNext;  // the same in native code, for what native code has called
+    const std::byte* nativeNext;  // the same in native code; null when the loop has called
     Environment* scope;  // that of the code, or the one around it when names are in registers
     bool ownsScope;      // it was made for this call and is held
     bool beganSegment;   // its registers are the first of a segment made for it

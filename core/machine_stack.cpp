@@ -1,6 +1,5 @@
 // The machine's stack: frames, segments of registers, and machines that are idle. See machine.h.
 #include "core/machine_frames.h"
-#include "core/native_code.h"
 #include "core/scope_collector.h"
 #include "platform/system.h"
 
@@ -23,12 +22,14 @@ std::size_t mostStack() noexcept { return std::min(platform::evaluationStack, he
 
 // What every machine has is not counted in the budget.
 constexpr std::size_t firstFrames = 64;
+constexpr std::size_t mostMoreFrames = std::size_t{1} << 16;
 
 }  // namespace
 
 void Machine::growFrames() {
-    NativeCode::prepare();
-    const std::size_t capacity = std::max(firstFrames, frameCapacity_ * 2);
+    // Twice as many, and from a certain size on so many more: what is not needed is not much.
+    const std::size_t added = std::min(frameCapacity_, mostMoreFrames);
+    const std::size_t capacity = std::max(firstFrames, frameCapacity_ + added);
     const std::size_t bytes = frameCapacity_ * sizeof(Frame);
     const std::size_t newBytes = capacity * sizeof(Frame);
     const std::size_t more = frameCapacity_ == 0 ? 0 : newBytes - bytes;

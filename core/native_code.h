@@ -48,17 +48,12 @@ class NativeCode {
     /// with the machine's top frame its; null when the top frame says where to go on.
     static const Instruction* run(Machine& machine, const std::byte* place) noexcept;
 
-    /// Makes the way in and out; to be called before the first frame is. False when there will be
-    /// no native code.
+    /// Makes the way in and out, when that is not done yet. False when there will be no native code.
     static bool prepare() noexcept;
-
-    /// Where a frame goes on whose caller is the loop.
-    [[nodiscard]] static const std::byte* backToTheLoop() noexcept { return backToTheLoop_; }
 
   private:
     friend class NativeCompiler;
 
-    static const std::byte* backToTheLoop_;
     static std::size_t living_;  // how many hold memory
 
     std::byte* memory_ = nullptr;  // executable

@@ -9,7 +9,6 @@ std::unique_ptr<NativeCode> NativeCode::compile(const Code&, const Cell*) noexce
 NativeCode::~NativeCode() = default;
 bool NativeCode::prepare() noexcept { return false; }
 const Instruction* NativeCode::run(Machine&, const std::byte*) noexcept { return nullptr; }
-const std::byte* NativeCode::backToTheLoop_ = nullptr;
 std::size_t NativeCode::living_ = 0;
 void native::setThreshold(std::uint32_t times) noexcept { timesUntilCompiled = times; }
 

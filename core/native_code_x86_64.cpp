@@ -213,7 +213,17 @@ class NativeCompiler final : public NativeLists {
         sub(rbp, imm(sizeof(Frame)));
         mov(qword[r12 + offsetof(Machine, top_)], rbp);
         mov(rbx, qword[rbp + offsetof(Frame, registers)]);
-        jmp(qword[rbp + offsetof(Frame, nativeNext)]);
+        mov(rcx, qword[rbp + offsetof(Frame, nativeNext)]);
+        Label& calledByLoop = newLabel();
+        test(rcx, rcx);
+        je(calledByLoop, T_NEAR);
+        jmp(rcx);
+        later([this, &calledByLoop] {
+            L(calledByLoop);
+            xor_(eax, eax);
+            mov(rcx, reinterpret_cast<std::uintptr_t>(exit_));
+            jmp(rcx);
+        });
     }
 
     // --- One instruction ---
@@ -368,8 +378,6 @@ class NativeGate : public Xbyak::CodeGenerator {
         mov(rbp, qword[r12 + offsetof(Machine, top_)]);
         mov(rbx, qword[rbp + offsetof(Machine::Frame, registers)]);
         jmp(place);
-        backToTheLoop = getSize();
-        xor_(eax, eax);
         exit = getSize();
         add(rsp, 8);
         for (std::size_t i = std::size(saved); i > 0; --i) pop(saved[i - 1]);
@@ -377,7 +385,6 @@ class NativeGate : public Xbyak::CodeGenerator {
     }
 
     std::size_t exit = 0;
-    std::size_t backToTheLoop = 0;
 };
 
 NativeCompiler::Gate NativeCompiler::gate;
@@ -399,7 +406,7 @@ GateMemory gateMemory;
 }  // namespace
 
 bool NativeCode::prepare() noexcept {
-    // Tried once: frames that were pushed without a way back must never meet native code.
+    // Tried once: what the system has refused it refuses again.
     static const bool isMade = []() noexcept {
         try {
             std::vector<std::uint8_t> buffer(1024);
@@ -409,7 +416,6 @@ bool NativeCode::prepare() noexcept {
             gateMemory.code = memory;
             gateMemory.bytes = gate.getSize();
             const auto address = reinterpret_cast<std::uintptr_t>(memory);
-            backToTheLoop_ = memory + gate.backToTheLoop;
             NativeCompiler::gate.exit = memory + gate.exit;
             NativeCompiler::gate.run =
                 reinterpret_cast<decltype(NativeCompiler::gate.run)>(address);
@@ -460,7 +466,6 @@ const Instruction* NativeCode::run(Machine& machine, const std::byte* place) noe
     return NativeCompiler::gate.run(&machine, place);
 }
 
-const std::byte* NativeCode::backToTheLoop_ = nullptr;
 std::size_t NativeCode::living_ = 0;
 
 void native::setThreshold(std::uint32_t times) noexcept { timesUntilCompiled = times; }

@@ -85,12 +85,9 @@ std::uint32_t tickCount() noexcept {
                                       static_cast<std::uint64_t>(now.tv_nsec) / 1'000'000);
 }
 
-namespace {
-constexpr std::size_t largePage = std::size_t{2} << 20;
-}
-
 // Large pages need addresses that are multiples of their size.
 void* allocateBlock(std::size_t bytes) noexcept {
+    constexpr std::size_t largePage = std::size_t{2} << 20;
     const bool isLarge = bytes >= largePage;
     const std::size_t room = isLarge ? bytes + largePage : bytes;
     if (room < bytes) return nullptr;
@@ -110,16 +107,16 @@ void* allocateBlock(std::size_t bytes) noexcept {
 }
 
 void* resizeBlock(void* block, std::size_t bytes, std::size_t newBytes) noexcept {
-    if (newBytes < largePage) {
-        void* moved = ::mremap(block, bytes, newBytes, MREMAP_MAYMOVE);
-        return moved == MAP_FAILED ? nullptr : moved;
-    }
-    // Large pages cost less than moving small ones saves.
-    void* larger = allocateBlock(newBytes);
-    if (larger == nullptr) return nullptr;
-    std::memcpy(larger, block, std::min(bytes, newBytes));
-    freeBlock(block, bytes);
-    return larger;
+    void* moved = ::mremap(block, bytes, newBytes, MREMAP_MAYMOVE);
+    if (moved == MAP_FAILED) return nullptr;
+#ifdef MADV_POPULATE_WRITE
+    // Pages that will soon be touched one after the other are cheaper all at once.
+    const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const std::size_t before = (bytes + page - 1) / page * page;
+    if (newBytes >= before + (std::size_t{1} << 20))
+        ::madvise(static_cast<std::byte*>(moved) + before, newBytes - before, MADV_POPULATE_WRITE);
+#endif
+    return moved;
 }
 
 void freeBlock(void* block, std::size_t bytes) noexcept { ::munmap(block, bytes); }
