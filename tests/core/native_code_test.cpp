@@ -216,7 +216,6 @@ void expectEverywhere(const Program& program, const std::string& expected) {
 
 TEST(NativeCode, IsMadeOfAFunctionThatRanOftenAndOfNoOther) {
     ASSERT_TRUE(NativeCode::prepare());
-    EXPECT_NE(NativeCode::backToTheLoop(), nullptr);
     const Threshold inForce(5);
     Lisp lisp;
     ASSERT_EQ(intrinsics::obstacles, 0U);
