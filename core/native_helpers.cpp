@@ -14,35 +14,6 @@ void letGo(Cell* R, const Code* code, std::uint32_t operand, std::uint32_t targe
     if (operand >= code->firstTemporary && operand != target) release(R[operand]);
 }
 
-bool consInPlace(Cell* R, const Instruction* at, const Code* code) noexcept {
-    const Cell& value = R[at->b];
-    const Cell& list = R[at->c];
-    if (!list.is(CellType::List)) return false;
-    const ListRange range = rangeOf(list);
-    if (!canGrowInFront(range, value)) return false;
-    copyInto(range.buffer->slots()[--range.buffer->first], value);  // it holds no cells
-    const std::uint64_t body = rangeBody(range.begin - 1, range.length + 1);
-    if (at->a != at->c) put(R[at->a], list);
-    CellInspector::body(R[at->a]) = body;
-    letGo(R, code, at->b, at->a);
-    letGo(R, code, at->c, at->a);
-    return true;
-}
-
-bool appendItemInPlace(Cell* R, const Instruction* at, const Code* code) noexcept {
-    const Cell& list = R[at->b];
-    const Cell& item = R[at->c];
-    if (!list.is(CellType::List)) return false;
-    const ListRange range = rangeOf(list);
-    if (!canGrowBehind(range, item)) return false;
-    copyInto(range.buffer->slots()[range.buffer->last++], item);  // it holds no cells
-    if (at->a != at->b) put(R[at->a], list);
-    CellInspector::body(R[at->a]) = rangeBody(range.begin, range.length + 1);
-    letGo(R, code, at->b, at->a);
-    letGo(R, code, at->c, at->a);
-    return true;
-}
-
 template <bool withConstant>
 bool appendTextInPlace(Cell* R, const Instruction* at, const Code* code) noexcept {
     const Cell& text = R[at->b];
@@ -138,8 +109,6 @@ void buryObject(HeapObject* object) noexcept { heap::bury(object); }
 
 InPlace inPlaceOf(Op op) noexcept {
     switch (op) {
-    case Op::cons: return consInPlace;
-    case Op::appendItem: return appendItemInPlace;
     case Op::appendText: return appendTextInPlace<false>;
     case Op::appendTextConstant: return appendTextInPlace<true>;
     case Op::length: return lengthInPlace;

@@ -186,7 +186,6 @@ class NativeLists : public NativeNumbers {
 
     // One item more in the free place beside a list, where there is one.
     void grow(const Instruction& i, std::uint32_t list, std::uint32_t item, bool inFront) {
-        if (item == i.a || item == list) return inPlace(i);
         const std::size_t body = list * cellBytes + 8;
         requireList(list);
         cmp(rax, lastPlainHead);  // the empty list has no buffer
