@@ -332,8 +332,8 @@ void Machine::loop(ErrorBuffer& error) {
     const Cell* K = nullptr;
     const SymbolRef* N = nullptr;
     std::uint32_t temporaries = 0;
-    const void* const* labels =
-        own;  // what each operation does: here, or in native code if there is any
+    // Where each operation is carried out: here, or in native code of the frame if there is any.
+    const void* const* labels = own;
 
 #define LOAD                                                                                       \
     do {                                                                                           \

@@ -6,10 +6,10 @@
 // runs with it as well).
 //
 // What it may rely on, because the loop keeps it so: while it runs, there are no obstacles
-// (intrinsics.h), for the loop begins it without any and nothing in it makes one; the top frame's code is the one
-// it was made from, a register that is not in use holds nothing counted, and instructions,
-// constants and names of a code that is running stay. No exception may pass through it, so
-// everything that may throw is the loop's.
+// (intrinsics.h), for the loop begins it without any and nothing in it makes one; the top frame's
+// code is the one that it was made from; a register that is not in use holds nothing counted; and
+// instructions, constants and names of a code that is running stay. No exception may pass through
+// it, so what may throw is the loop's, or a helper's that catches.
 #pragma once
 
 #include "core/code.h"
