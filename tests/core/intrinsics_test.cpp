@@ -6,6 +6,7 @@
 #include "core/printer.h"
 #include "core/reader.h"
 #include "core/session.h"
+#include "tests/core/silent_host.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -26,13 +27,6 @@ constexpr std::uint64_t bitOf(Intrinsic intrinsic) {
 
 bool stands(Intrinsic intrinsic) { return (intrinsics::obstacles & bitOf(intrinsic)) != 0; }
 
-class Silent final : public HostPort {
-  public:
-    void addCommand(std::u16string_view, std::u16string_view) override {}
-    void sendMessage(std::u16string_view) override {}
-    void sendEvalDone(std::u16string_view) override {}
-};
-
 void bindBoth(Environment& global) {
     intrinsics::declare(Intrinsic::sin, sineName, answerSine);
     intrinsics::declare(Intrinsic::cos, cosineName, answerCosine);
@@ -46,7 +40,7 @@ struct Lisp {
         session.EvalString(text);
         return text;
     }
-    Silent port;
+    SilentHost port;
     InterpreterSession session{{port, bindBoth, u"0"}};
 };
 

@@ -5,6 +5,7 @@
 #include "core/reader.h"
 #include "core/session.h"
 #include "platform/system.h"
+#include "tests/core/silent_host.h"
 
 #include <atomic>
 #include <chrono>
@@ -15,13 +16,6 @@ namespace vlisp {
 namespace {
 
 using interruption::Reason;
-
-class Silent final : public HostPort {
-  public:
-    void addCommand(std::u16string_view, std::u16string_view) override {}
-    void sendMessage(std::u16string_view) override {}
-    void sendEvalDone(std::u16string_view) override {}
-};
 
 std::atomic<int> turns = 0;
 
@@ -37,7 +31,7 @@ class Limits : public ::testing::Test {
         session.EvalString(text);
         return text;
     }
-    Silent port;
+    SilentHost port;
     InterpreterSession session{{port,
                                 [](Environment& global) {
                                     global.Bind(intern(u"T"), TrueCell);

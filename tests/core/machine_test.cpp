@@ -10,6 +10,7 @@
 #include "core/translator.h"
 #include "platform/system.h"
 #include "platform/text.h"
+#include "tests/core/silent_host.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -18,13 +19,6 @@
 
 namespace vlisp {
 namespace {
-
-class Silent final : public HostPort {
-  public:
-    void addCommand(std::u16string_view, std::u16string_view) override {}
-    void sendMessage(std::u16string_view) override {}
-    void sendEvalDone(std::u16string_view) override {}
-};
 
 std::int32_t remaining = 0;
 
@@ -63,7 +57,7 @@ class MachineOfProgram : public ::testing::Test {
     }
 
     std::size_t limitBefore = heap::limit();
-    Silent port;
+    SilentHost port;
     InterpreterSession session{{port,
                                 [](Environment& global) {
                                     global.Bind(intern(u"T"), TrueCell);

@@ -12,6 +12,7 @@
 #include "core/session.h"
 #include "platform/system.h"
 #include "platform/text.h"
+#include "tests/core/silent_host.h"
 
 #include <algorithm>
 #include <atomic>
@@ -25,13 +26,6 @@
 
 namespace vlisp {
 namespace {
-
-class Silent final : public HostPort {
-  public:
-    void addCommand(std::u16string_view, std::u16string_view) override {}
-    void sendMessage(std::u16string_view) override {}
-    void sendEvalDone(std::u16string_view) override {}
-};
 
 // --- Built-ins ---
 
@@ -181,7 +175,7 @@ struct Lisp {
         return code != nullptr && code->native != nullptr;
     }
 
-    Silent port;
+    SilentHost port;
     InterpreterSession session{{port, bindAll, u"0"}};
 };
 
