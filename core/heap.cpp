@@ -23,7 +23,7 @@ std::size_t& bytesLimit() noexcept {
 // What is so large is a block of its own. The address sanitizer wants to see it.
 bool isBlock(std::size_t bytes) noexcept {
     constexpr std::size_t smallestBlock = std::size_t{4} << 20;
-    return detail::keepsFreeBlocks && bytes >= smallestBlock;
+    return small_blocks::areUsed && bytes >= smallestBlock;
 }
 
 HeapObject* dead = nullptr;
@@ -72,12 +72,10 @@ void discharge(std::size_t bytes) noexcept { bytesUsed -= bytes; }
 
 void* detail::allocateSlowly(std::size_t bytes) {
     charge(bytes);
-    // A whole step, so that the block serves every size of its step.
-    const std::size_t whole = bytes <= detail::largestSmall
-                                  ? (bytes + detail::step - 1) / detail::step * detail::step
-                                  : bytes;
-    void* memory =
-        isBlock(bytes) ? platform::allocateBlock(bytes) : ::operator new(whole, std::nothrow);
+    void* memory = small_blocks::areUsed && bytes <= small_blocks::largest
+                       ? small_blocks::take(bytes)
+                   : isBlock(bytes) ? platform::allocateBlock(bytes)
+                                    : ::operator new(bytes, std::nothrow);
     static_assert(__STDCPP_DEFAULT_NEW_ALIGNMENT__ >= alignof(HeapObject));
     if (memory == nullptr) {
         discharge(bytes);

@@ -4,6 +4,8 @@
 // Tests: tests/core/heap_test.cpp, tests/core/slice_test.cpp.
 #pragma once
 
+#include "core/small_blocks.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -48,32 +50,6 @@ struct Statistics {
 
 namespace detail {
 
-// Small blocks that have been released and wait to be taken again, by size in steps of 16 bytes.
-struct FreeBlock {
-    FreeBlock* next;
-};
-struct FreeBlocks {
-    FreeBlock* first;
-    std::size_t count;
-};
-inline constexpr std::size_t step = 16;
-inline constexpr std::size_t largestSmall = 128;
-inline constexpr std::size_t mostFree = 4096;
-inline constinit FreeBlocks freeBlocks[largestSmall / step + 1] = {};
-
-// The address sanitizer must see every block come and go.
-#if defined(__SANITIZE_ADDRESS__)
-inline constexpr bool keepsFreeBlocks = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-inline constexpr bool keepsFreeBlocks = false;
-#else
-inline constexpr bool keepsFreeBlocks = true;
-#endif
-#else
-inline constexpr bool keepsFreeBlocks = true;
-#endif
-
 inline constinit std::size_t bytesUsed = 0;
 inline constinit std::size_t bytesLimit = 0;  // 0 until somebody asks
 inline constinit Statistics counted = {};
@@ -87,11 +63,9 @@ void releaseSlowly(void* memory, std::size_t bytes) noexcept;
 /// collected; when that does not help, throws OutOfMemory.
 inline void* allocate(std::size_t bytes) {
     using namespace detail;
-    if (keepsFreeBlocks && bytes <= largestSmall && bytesUsed + bytes <= bytesLimit) {
-        FreeBlocks& blocks = freeBlocks[(bytes + step - 1) / step];
-        if (FreeBlock* block = blocks.first) {
-            blocks.first = block->next;
-            --blocks.count;
+    if (small_blocks::areUsed && bytes <= small_blocks::largest &&
+        bytesUsed + bytes <= bytesLimit) {
+        if (void* block = small_blocks::take(bytes)) {
             bytesUsed += bytes;
             ++counted.allocations;
             return block;
@@ -101,17 +75,12 @@ inline void* allocate(std::size_t bytes) {
 }
 
 inline void release(void* memory, std::size_t bytes) noexcept {
-    using namespace detail;
-    if (keepsFreeBlocks && bytes <= largestSmall) {
-        FreeBlocks& blocks = freeBlocks[(bytes + step - 1) / step];
-        if (blocks.count < mostFree) {
-            blocks.first = new (memory) FreeBlock{blocks.first};
-            ++blocks.count;
-            bytesUsed -= bytes;
-            return;
-        }
+    if (small_blocks::areUsed && bytes <= small_blocks::largest) {
+        small_blocks::give(memory);
+        detail::bytesUsed -= bytes;
+        return;
     }
-    releaseSlowly(memory, bytes);
+    detail::releaseSlowly(memory, bytes);
 }
 
 /// Counts memory that an object has from elsewhere. Throws OutOfMemory beyond the limit.

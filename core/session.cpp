@@ -20,7 +20,7 @@ bool leavesAll = false;
 
 // The first random number of a generator seeded with `seed`, in 0 to 32767 on every system.
 std::uint32_t firstRandomNumber(std::uint32_t seed) {
-    return static_cast<std::uint32_t>(std::mt19937(seed)() % 32768);
+    return static_cast<std::uint32_t>(std::minstd_rand(seed)() % 32768);
 }
 
 // A part of a path as the announcement holds it: 260 units with the terminating zero.
@@ -57,7 +57,7 @@ void InterpreterSession::leaveAllAtTheEnd() noexcept { leavesAll = true; }
 
 InterpreterSession::~InterpreterSession() {
     // Where leaks are looked for, nothing is left.
-    if (leavesAll && heap::detail::keepsFreeBlocks) {
+    if (leavesAll && small_blocks::areUsed) {
         setCommandPort(nullptr);
         global_.detach();
         return;

@@ -93,7 +93,7 @@ class SymbolTable {
     };
 
     // The number of slots is a power of two, and at most half of them are taken.
-    static constexpr std::size_t fewestSlots = 1024;
+    static constexpr std::size_t fewestSlots = 512;
     [[nodiscard]] std::size_t mask() const noexcept { return slots_.size() - 1; }
     [[nodiscard]] std::size_t after(std::size_t at) const noexcept { return (at + 1) & mask(); }
 

@@ -5,11 +5,10 @@
 #pragma once
 
 #include "core/error_buffer.h"
+#include "platform/system.h"
 
-#include <cstdlib>
 #include <memory>
 #include <new>
-#include <span>
 #include <string>
 
 namespace vlisp {
@@ -27,18 +26,17 @@ inline constexpr std::size_t hostTextRoom = 32768;
 /// What `write`, given a buffer of hostTextRoom units, has written there, cut to `capacity`.
 template <class Write>
 [[nodiscard]] std::u16string textFromHost(std::size_t capacity, Write write) {
-    // From calloc, because fresh memory of the system is zero already: the host's text is short, and
-    // what lies behind it need not be touched.
+    // Fresh from the system it is zero already: the host's text is short, and what lies behind it is
+    // never touched.
+    constexpr std::size_t bytes = hostTextRoom * sizeof(char16_t);
     struct Release {
-        void operator()(char16_t* units) const noexcept { std::free(units); }
+        void operator()(char16_t* units) const noexcept { platform::freeBlock(units, bytes); }
     };
     const std::unique_ptr<char16_t, Release> room(
-        static_cast<char16_t*>(std::calloc(hostTextRoom, sizeof(char16_t))));
+        static_cast<char16_t*>(platform::allocateBlock(bytes)));
     if (room == nullptr) throw std::bad_alloc();
-    const std::span<char16_t> buffer(room.get(), hostTextRoom);
-    write(buffer.data());
-    buffer.back() = 0;
-    return fitted(buffer.data(), capacity);
+    write(room.get());
+    return fitted({room.get(), hostTextRoom - 1}, capacity);
 }
 
 }  // namespace vlisp

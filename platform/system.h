@@ -28,6 +28,17 @@ void* allocateBlock(std::size_t bytes) noexcept;
 void* resizeBlock(void* block, std::size_t bytes, std::size_t newBytes) noexcept;
 void freeBlock(void* block, std::size_t bytes) noexcept;
 
+/// When memory is taken from the machine: as it is written to, or all at once, which is cheaper for
+/// what will soon be written to from end to end.
+enum class Pages : std::uint8_t { whenTouched, now };
+
+/// Zeroed memory at an address that is a multiple of `alignment`, a power of two and at least a
+/// page; it stays until the program ends. Null when there is none.
+void* allocateAligned(std::size_t bytes, std::size_t alignment, Pages pages) noexcept;
+/// Gives the machine back what lies in whole pages of such memory; they may be written to again, and
+/// until then what they hold is anything.
+void forgetPages(void* memory, std::size_t bytes) noexcept;
+
 /// All threads of this process allocate from one heap, which grows by large steps; to be called
 /// before there is a second thread. A heap of each thread's own would grow page by page, with a
 /// system call each. For programs whose threads take turns.
@@ -65,8 +76,9 @@ class Worker {
     State* state_;
 };
 
-/// Calls `work` on this thread if at least `stackBytes` of its stack are left, otherwise on
-/// another thread with that much (or what the system grants), and waits. An exception of `work` reaches the caller.
+/// Calls `work` on the stack that this thread has if at least `stackBytes` of it are left, otherwise
+/// on a stack with that much, or what the system grants. An exception of `work` reaches the caller.
+/// Throws std::system_error when no stack at all is to be had.
 void withStack(std::size_t stackBytes, const std::function<void()>& work);
 
 /// Posts `message` with `record` to `window` and returns at once; null is ignored.

@@ -29,8 +29,15 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
+#include <ucontext.h>
 #include <unistd.h>
 #include <utility>
+
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/common_interface_defs.h>
+#elif defined(__SANITIZE_THREAD__)
+#include <sanitizer/tsan_interface.h>
+#endif
 
 namespace vlisp::platform {
 namespace {
@@ -69,8 +76,14 @@ StackBounds boundsOfThisThread() noexcept {
     return bounds;
 }
 
+// Of the stack that this thread works on now.
+StackBounds& currentBounds() noexcept {
+    thread_local StackBounds bounds = boundsOfThisThread();
+    return bounds;
+}
+
 std::size_t stackLeft() noexcept {
-    thread_local const StackBounds bounds = boundsOfThisThread();
+    const StackBounds bounds = currentBounds();
     const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
     const std::uintptr_t floor = bounds.lowest + bounds.reserve;
     return here > floor ? here - floor : 0;
@@ -120,6 +133,23 @@ void* resizeBlock(void* block, std::size_t bytes, std::size_t newBytes) noexcept
 }
 
 void freeBlock(void* block, std::size_t bytes) noexcept { ::munmap(block, bytes); }
+
+void* allocateAligned(std::size_t bytes, std::size_t alignment, Pages pages) noexcept {
+    void* reserved = ::mmap(nullptr, bytes + alignment, PROT_READ | PROT_WRITE,
+                            MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (reserved == MAP_FAILED) return nullptr;
+    const std::uintptr_t address = reinterpret_cast<std::uintptr_t>(reserved);
+    void* memory =
+        static_cast<std::byte*>(reserved) + (alignment - address % alignment) % alignment;
+#ifdef MADV_POPULATE_WRITE
+    if (pages == Pages::now) ::madvise(memory, bytes, MADV_POPULATE_WRITE);
+#endif
+    return memory;
+}
+
+void forgetPages(void* memory, std::size_t bytes) noexcept {
+    ::madvise(memory, bytes, MADV_DONTNEED);
+}
 
 void shareOneHeap() noexcept {
     ::mallopt(M_ARENA_MAX, 1);
@@ -188,21 +218,117 @@ Worker::~Worker() {
     delete state_;
 }
 
+namespace {
+
+// A stack that a thread changes to for one piece of work, without another thread's costs. The
+// sanitizers, which watch each stack, are told.
+class OtherStack {
+  public:
+    /// Reserves so much; `memory_` stays null when the system refuses.
+    explicit OtherStack(std::size_t bytes) : bytes_(bytes + guardBytes) {
+        void* reserved = ::mmap(nullptr, bytes_, PROT_READ | PROT_WRITE,
+                                MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
+        if (reserved == MAP_FAILED) return;
+        memory_ = static_cast<std::byte*>(reserved);
+        ::mprotect(memory_, guardBytes, PROT_NONE);
+    }
+    OtherStack(const OtherStack&) = delete;
+    OtherStack& operator=(const OtherStack&) = delete;
+    ~OtherStack() {
+        if (memory_ != nullptr) ::munmap(memory_, bytes_);
+    }
+
+    [[nodiscard]] bool exists() const noexcept { return memory_ != nullptr; }
+
+    /// Runs `work` there; what it throws is thrown here.
+    void run(const std::function<void()>& work) {
+        work_ = &work;
+        ::getcontext(&there_);
+        there_.uc_stack.ss_sp = memory_;
+        there_.uc_stack.ss_size = bytes_;
+        there_.uc_link = nullptr;
+        ::makecontext(&there_, &OtherStack::begin, 0);
+        const StackBounds before = std::exchange(
+            currentBounds(),
+            boundsOf(reinterpret_cast<std::uintptr_t>(memory_) + bytes_, bytes_ - guardBytes));
+        OtherStack* const outer = std::exchange(starting, this);
+        leave();
+        ::swapcontext(&here_, &there_);
+        arriveBack();
+        starting = outer;
+        currentBounds() = before;
+        if (thrown_) std::rethrow_exception(thrown_);
+    }
+
+  private:
+    static void begin() {
+        OtherStack& self = *starting;
+        self.arrive();
+        try {
+            (*self.work_)();
+        } catch (...) {
+            self.thrown_ = std::current_exception();
+        }
+        self.leaveBack();
+        ::swapcontext(&self.there_, &self.here_);
+    }
+
+#if defined(__SANITIZE_ADDRESS__)
+    void leave() { __sanitizer_start_switch_fiber(&kept_, memory_, bytes_); }
+    void arrive() { __sanitizer_finish_switch_fiber(nullptr, &lowest_, &size_); }
+    void leaveBack() { __sanitizer_start_switch_fiber(nullptr, lowest_, size_); }
+    void arriveBack() { __sanitizer_finish_switch_fiber(kept_, nullptr, nullptr); }
+
+    void* kept_ = nullptr;
+    const void* lowest_ = nullptr;
+    std::size_t size_ = 0;
+#elif defined(__SANITIZE_THREAD__)
+    void leave() {
+        left_ = __tsan_get_current_fiber();
+        fiber_ = __tsan_create_fiber(0);
+        __tsan_switch_to_fiber(fiber_, 0);
+    }
+    void arrive() {}
+    void leaveBack() { __tsan_switch_to_fiber(left_, 0); }
+    void arriveBack() { __tsan_destroy_fiber(fiber_); }
+
+    void* left_ = nullptr;
+    void* fiber_ = nullptr;
+#else
+    void leave() {}
+    void arrive() {}
+    void leaveBack() {}
+    void arriveBack() {}
+#endif
+
+    static constexpr std::size_t guardBytes = 64 * 1024;
+    static thread_local OtherStack* starting;
+
+    std::byte* memory_ = nullptr;
+    std::size_t bytes_;
+    const std::function<void()>* work_ = nullptr;
+    std::exception_ptr thrown_;
+    ucontext_t here_{};
+    ucontext_t there_{};
+};
+
+thread_local OtherStack* OtherStack::starting = nullptr;
+
+}  // namespace
+
 void withStack(std::size_t stackBytes, const std::function<void()>& work) {
     if (stackLeft() >= stackBytes) {
         work();
         return;
     }
-    std::exception_ptr thrown;
-    Worker worker(stackBytes + 512 * 1024, [&] {
-        try {
-            work();
-        } catch (...) {
-            thrown = std::current_exception();
-        }
-    });
-    worker.join();
-    if (thrown) std::rethrow_exception(thrown);
+    constexpr std::size_t fewest = 256 * 1024;
+    for (std::size_t bytes = stackBytes + 512 * 1024; bytes >= fewest; bytes /= 2) {
+        OtherStack stack(bytes);
+        if (!stack.exists()) continue;
+        stack.run(work);
+        return;
+    }
+    throw std::system_error(ENOMEM, std::generic_category(), "cannot have a stack");
 }
 
 void postToMainWindow(WindowHandle window, unsigned message, const void* record) {

@@ -17,9 +17,6 @@ namespace {
 
 ReferenceHost* theHost = nullptr;
 
-// Our own message: the evaluation thread has done its work.
-constexpr unsigned workDoneMessage = hostRequestMessage + 1;
-
 enum InputMode : std::int32_t { typedText = 0, pickedPoint = 1, selection = 3, pickedObject = 4 };
 constexpr std::int32_t selectionReference = 5;
 constexpr std::int32_t nothingObtained = -1;
@@ -76,19 +73,9 @@ ReferenceHost::ReferenceHost(Sink shown, Answers& answers)
                                                             : u"Evaluates " + command.lispText);
         return all;
     });
-    worker_ = std::make_unique<platform::Worker>(platform::evaluationStack,
-                                                 [this] { evaluationThread(); });
 }
 
-ReferenceHost::~ReferenceHost() {
-    {
-        const std::lock_guard lock(workGuard_);
-        stopping_ = true;
-    }
-    workGiven_.notify_one();
-    worker_.reset();
-    theHost = nullptr;
-}
+ReferenceHost::~ReferenceHost() { theHost = nullptr; }
 
 ReferenceHost& ReferenceHost::current() noexcept {
     assert(theHost != nullptr && "no host lives");
@@ -133,32 +120,12 @@ void ReferenceHost::provideVariables() {
 
 // --- Threads and messages ---
 
-void ReferenceHost::evaluationThread() {
-    for (;;) {
-        std::function<void()> work;
-        {
-            std::unique_lock lock(workGuard_);
-            workGiven_.wait(lock, [this] { return stopping_ || work_; });
-            if (!work_) return;
-            work.swap(work_);
-        }
-        work();
-        post(workDoneMessage, nullptr);
-    }
-}
-
-void ReferenceHost::evaluate(std::function<void()> work) {
-    assert(workDone_ && "one evaluation at a time");
+void ReferenceHost::evaluate(const std::function<void()>& work) {
+    assert(ownEvaluations_ == 0 && "one evaluation at a time");
     drawing.beginGroup();
     ++ownEvaluations_;
     unansweredNow_ = 0;
-    workDone_ = false;
-    {
-        const std::lock_guard lock(workGuard_);
-        work_ = std::move(work);
-    }
-    workGiven_.notify_one();
-    serveUntil([this] { return workDone_; });
+    platform::withStack(platform::evaluationStack, work);
     --ownEvaluations_;
     interruption::take();  // a Ctrl-C that came too late is not for the next text
     drawing.endGroup();
@@ -167,13 +134,18 @@ void ReferenceHost::evaluate(std::function<void()> work) {
 void ReferenceHost::serveUntil(const std::function<bool()>& done) {
     while (!done()) {
         const Posted posted = nextMessage();
-        if (posted.message == workDoneMessage) workDone_ = true;
         if (posted.message == hostRequestMessage)
             serve(*static_cast<const HostRequest*>(posted.record));
     }
 }
 
+// While evaluate() works, nobody takes messages off the queue: they are served as they come. Those of
+// the module's own threads wait there for the user-interface thread.
 void ReferenceHost::post(unsigned message, const void* record) {
+    if (std::this_thread::get_id() == userInterface_ && ownEvaluations_ > 0) {
+        if (message == hostRequestMessage) serve(*static_cast<const HostRequest*>(record));
+        return;
+    }
     {
         const std::lock_guard lock(queueGuard_);
         queue_.push_back({message, record});

@@ -18,6 +18,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <thread>
 
 namespace vlisp::refhost {
 
@@ -55,9 +56,8 @@ class ReferenceHost final : public platform::MessageWindow {
     /// Starts the extension that is linked into this program; false when it refuses the host.
     bool startExtension();
 
-    /// Runs `work` on the evaluation thread and serves its messages until it is done. `work` must
-    /// not throw.
-    void evaluate(std::function<void()> work);
+    /// Runs `work` on a stack with room for deep evaluations. `work` must not throw.
+    void evaluate(const std::function<void()>& work);
 
     // --- The command line of a person ---
 
@@ -135,7 +135,6 @@ class ReferenceHost final : public platform::MessageWindow {
     Posted nextMessage();
     void serve(const HostRequest& request);
     void serveUntil(const std::function<bool()>& done);
-    void evaluationThread();
 
     HostRequest replyTo(const HostRequest& request);
     HostRequest selectionReply(const HostRequest& request);
@@ -192,12 +191,7 @@ class ReferenceHost final : public platform::MessageWindow {
     int ended_ = 0;
     int ownEvaluations_ = 0;  // of evaluate(), which end otherwise
 
-    std::mutex workGuard_;
-    std::condition_variable workGiven_;
-    std::function<void()> work_;
-    bool workDone_ = true;
-    bool stopping_ = false;
-    std::unique_ptr<platform::Worker> worker_;
+    const std::thread::id userInterface_ = std::this_thread::get_id();
 };
 
 }  // namespace vlisp::refhost

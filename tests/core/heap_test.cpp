@@ -5,9 +5,7 @@
 
 #include <cstring>
 #include <gtest/gtest.h>
-#include <set>
 #include <string>
-#include <vector>
 
 namespace vlisp {
 namespace {
@@ -70,104 +68,24 @@ TEST(Heap, BlocksAreAlignedForTheTypeBits) {
     }
 }
 
-// --- Free blocks ---
-
-using heap::detail::keepsFreeBlocks;
-
-// Takes all free blocks of this size away, so that a test begins without any; gives them back.
-class NoFreeBlocks {
-  public:
-    explicit NoFreeBlocks(std::size_t bytes) : bytes_(bytes) {
-        while (countOfFree(bytes) > 0) taken_.push_back(heap::allocate(bytes));
-    }
-    ~NoFreeBlocks() {
-        for (void* memory : taken_) heap::release(memory, bytes_);
-    }
-    NoFreeBlocks(const NoFreeBlocks&) = delete;
-    NoFreeBlocks& operator=(const NoFreeBlocks&) = delete;
-
-    static std::size_t countOfFree(std::size_t bytes) {
-        return heap::detail::freeBlocks[(bytes + 15) / 16].count;
-    }
-
-  private:
-    std::size_t bytes_;
-    std::vector<void*> taken_;
-};
-
-constexpr auto countOfFree = NoFreeBlocks::countOfFree;
-
-TEST(FreeBlocks, AReleasedSmallBlockIsTakenAgain) {
-    for (const std::size_t bytes : {1U, 16U, 17U, 100U, 128U}) {
-        const NoFreeBlocks none(bytes);
+TEST(Heap, ASmallBlockIsUsedAndThenNot) {
+    for (const std::size_t bytes : {1U, 16U, 17U, 100U, 128U, 129U}) {
         const std::size_t before = heap::used();
         void* memory = heap::allocate(bytes);
         std::memset(memory, 0xab, bytes);
+        EXPECT_EQ(heap::used(), before + bytes);
         heap::release(memory, bytes);
         EXPECT_EQ(heap::used(), before) << "what is free is not used";
-        EXPECT_EQ(countOfFree(bytes), keepsFreeBlocks ? 1U : 0U);
-        void* again = heap::allocate(bytes);
-        if (keepsFreeBlocks) {
-            EXPECT_EQ(again, memory);
-        }
-        EXPECT_EQ(heap::used(), before + bytes);
-        EXPECT_EQ(countOfFree(bytes), 0U);
-        heap::release(again, bytes);
     }
 }
 
-TEST(FreeBlocks, AreSharedByTheSizesOfOneStep) {
-    const NoFreeBlocks none(48);
-    const std::size_t before = heap::used();
-    heap::release(heap::allocate(33), 33);
-    void* memory = heap::allocate(48);
-    EXPECT_EQ(countOfFree(48), 0U);
-    std::memset(memory, 0xcd, 48);  // there must be room for all of it
-    EXPECT_EQ(heap::used(), before + 48);
-    heap::release(memory, 48);
-    const std::size_t others = countOfFree(64);
-    void* larger = heap::allocate(49);
-    EXPECT_EQ(countOfFree(48), keepsFreeBlocks ? 1U : 0U) << "a larger one does not fit there";
-    EXPECT_LE(countOfFree(64), others);
-    heap::release(larger, 49);
-    EXPECT_EQ(heap::used(), before);
-}
-
-TEST(FreeBlocks, LargerBlocksAreNotKept) {
-    const auto allFree = [] {
-        std::size_t all = 0;
-        for (const heap::detail::FreeBlocks& blocks : heap::detail::freeBlocks) all += blocks.count;
-        return all;
-    };
-    const std::size_t before = allFree();
-    heap::release(heap::allocate(129), 129);
-    heap::release(heap::allocate(5'000'000), 5'000'000);
-    EXPECT_EQ(allFree(), before);
-}
-
-TEST(FreeBlocks, NoMoreThanAFewAreKept) {
-    constexpr std::size_t bytes = 112;
-    constexpr std::size_t many = heap::detail::mostFree + 100;
-    const NoFreeBlocks none(bytes);
-    const std::size_t before = heap::used();
-    std::vector<void*> blocks;
-    for (std::size_t i = 0; i < many; ++i) blocks.push_back(heap::allocate(bytes));
-    EXPECT_EQ(heap::used(), before + many * bytes);
-    EXPECT_EQ(std::set<void*>(blocks.begin(), blocks.end()).size(), many);
-    for (void* memory : blocks) heap::release(memory, bytes);
-    EXPECT_EQ(heap::used(), before);
-    EXPECT_EQ(countOfFree(bytes), keepsFreeBlocks ? heap::detail::mostFree : 0);
-}
-
-TEST(FreeBlocks, TheBudgetHoldsForThemToo) {
+TEST(Heap, TheBudgetHoldsForFreeBlocksToo) {
     constexpr std::size_t bytes = 96;
-    const NoFreeBlocks none(bytes);
     heap::release(heap::allocate(bytes), bytes);
     const std::size_t before = heap::used();
     const LimitForTest limit(before + bytes - 1);
     EXPECT_THROW(heap::allocate(bytes), heap::OutOfMemory);
     EXPECT_EQ(heap::used(), before);
-    EXPECT_EQ(countOfFree(bytes), keepsFreeBlocks ? 1U : 0U) << "it is still there";
     heap::setLimit(before + bytes);
     void* memory = heap::allocate(bytes);
     EXPECT_EQ(heap::used(), before + bytes);
@@ -175,8 +93,7 @@ TEST(FreeBlocks, TheBudgetHoldsForThemToo) {
     heap::release(memory, bytes);
 }
 
-TEST(FreeBlocks, EveryAllocationIsCountedOnce) {
-    const NoFreeBlocks none(80);
+TEST(Heap, EveryAllocationIsCountedOnce) {
     const std::uint64_t before = heap::statistics().allocations;
     for (int i = 0; i < 10; ++i) heap::release(heap::allocate(80), 80);
     EXPECT_EQ(heap::statistics().allocations, before + 10);

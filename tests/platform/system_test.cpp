@@ -127,22 +127,92 @@ TEST(Worker, TakesLessStackWhereTheSystemRefuses) {
     EXPECT_TRUE(done);
 }
 
-TEST(WithStack, StaysOnAThreadThatHasEnough) {
+// Whether `address` is near this function's frame.
+bool isOnThisStack(const void* address) {
+    const char here = 0;
+    const auto at = reinterpret_cast<std::intptr_t>(address);
+    return std::abs(at - reinterpret_cast<std::intptr_t>(&here)) < 64 * 1024;
+}
+
+TEST(WithStack, StaysOnAStackThatHasEnough) {
+    bool near = false;
+    const char here = 0;
+    withStack(16 * 1024, [&] { near = isOnThisStack(&here); });
+    EXPECT_TRUE(near);
+}
+
+TEST(WithStack, GoesToAStackThatHasEnough) {
+    const char here = 0;
+    bool near = true;
+    bool nearWithin = false;
+    int levels = 0;
+    withStack(std::size_t{256} << 20, [&] {
+        near = isOnThisStack(&here);
+        levels = descend(0);
+        const char within = 0;
+        withStack(std::size_t{1} << 20, [&] { nearWithin = isOnThisStack(&within); });
+    });
+    EXPECT_FALSE(near);
+    EXPECT_TRUE(nearWithin);
+    EXPECT_GT(static_cast<std::size_t>(levels), evaluationStack / 10'000);
+}
+
+TEST(WithStack, IsTheSameThread) {
     std::thread::id where;
-    withStack(16 * 1024, [&] { where = std::this_thread::get_id(); });
+    withStack(std::size_t{256} << 20, [&] { where = std::this_thread::get_id(); });
     EXPECT_EQ(where, std::this_thread::get_id());
 }
 
-TEST(WithStack, GoesToAThreadThatHasEnough) {
-    std::thread::id where;
-    int levels = 0;
+TEST(WithStack, KnowsAgainAfterwardsHowMuchThisOneHas) {
+    const int before = descend(0);
+    withStack(std::size_t{256} << 20, [] {});
+    EXPECT_NEAR(descend(0), before, before / 10 + 10);
+}
+
+TEST(WithStack, MayBeNested) {
+    std::vector<int> order;
     withStack(std::size_t{256} << 20, [&] {
-        where = std::this_thread::get_id();
-        levels = descend(0);
-        withStack(std::size_t{1} << 20, [&] { EXPECT_EQ(where, std::this_thread::get_id()); });
+        order.push_back(1);
+        withStack(std::size_t{512} << 20, [&] {
+            order.push_back(2);
+            EXPECT_THROW(
+                withStack(std::size_t{1} << 30, [] { throw std::runtime_error("innermost"); }),
+                std::runtime_error);
+        });
+        order.push_back(3);
     });
-    EXPECT_NE(where, std::this_thread::get_id());
-    EXPECT_GT(static_cast<std::size_t>(levels), evaluationStack / 10'000);
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
+}
+
+TEST(WithStack, TakesLessWhereTheSystemRefuses) {
+    bool done = false;
+    withStack(std::size_t{1} << 60, [&] { done = true; });
+    EXPECT_TRUE(done);
+}
+
+// --- Memory that stays ---
+
+TEST(AllocateAligned, IsAlignedAndZeroAndCanBeForgotten) {
+    for (const Pages pages : {Pages::whenTouched, Pages::now}) {
+        for (const std::size_t alignment :
+             {std::size_t{4096}, std::size_t{16384}, std::size_t{1} << 21}) {
+            constexpr std::size_t bytes = std::size_t{1} << 20;
+            auto* memory = static_cast<unsigned char*>(allocateAligned(bytes, alignment, pages));
+            ASSERT_NE(memory, nullptr);
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(memory) % alignment, 0U);
+            EXPECT_TRUE(
+                std::all_of(memory, memory + bytes, [](unsigned char b) { return b == 0; }));
+            std::fill_n(memory, bytes, static_cast<unsigned char>(0xee));
+            forgetPages(memory + 4096, bytes - 4096);
+            EXPECT_EQ(memory[4095], 0xee);
+            std::fill_n(memory, bytes, static_cast<unsigned char>(0x11));
+            EXPECT_EQ(memory[bytes - 1], 0x11);
+        }
+    }
+}
+
+TEST(AllocateAligned, IsNullWhereThereIsNotSoMuch) {
+    EXPECT_EQ(allocateAligned(std::size_t{1} << 60, 4096, Pages::whenTouched), nullptr);
 }
 
 TEST(WithStack, HandsAnExceptionToTheCaller) {
