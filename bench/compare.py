@@ -18,7 +18,7 @@ import tempfile
 from pathlib import Path
 from typing import Any, Callable, Iterator, Optional
 
-from contenders import VLISP, Contender, command_for, find_peers, find_vlisp
+from contenders import VLISP, Contender, as_installed, command_for, find_peers, find_vlisp
 from measuring import (
     Measurement, Table, Trouble, adopt_orphans, all_numbers, positive, report_failures, run_once,
 )
@@ -341,10 +341,16 @@ def numbers_of(
 
 def compare(arguments: argparse.Namespace) -> int:
     """Measures, prints and writes; returns the exit code."""
-    own = find_vlisp(arguments.vlisp)
-    others = (
-        [find_vlisp(arguments.against, arguments.called)] if arguments.against else find_peers()
-    )
+    with tempfile.TemporaryDirectory(prefix="vlisp-bench-") as folder:
+        own = as_installed(find_vlisp(arguments.vlisp), folder)
+        if not arguments.against:
+            return compare_with(arguments, own, find_peers())
+        other = as_installed(find_vlisp(arguments.against, arguments.called), folder)
+        return compare_with(arguments, own, [other])
+
+
+def compare_with(arguments: argparse.Namespace, own: Contender, others: list[Contender]) -> int:
+    """The same, when it is known who takes part."""
     facts = circumstances([own, *others], arguments.runs)
     table = measure_all(arguments, [own, *others])
     text = text_of(arguments, table, others, facts)
