@@ -221,7 +221,7 @@ Worker::~Worker() {
 namespace {
 
 // A stack that a thread changes to for one piece of work, without another thread's costs. The
-// sanitizers, which watch each stack, are told.
+// sanitizers, which watch each stack, are told, in the function that changes and in no other.
 class OtherStack {
   public:
     /// Reserves so much; `memory_` stays null when the system refuses.
@@ -274,31 +274,37 @@ class OtherStack {
     }
 
 #if defined(__SANITIZE_ADDRESS__)
-    void leave() { __sanitizer_start_switch_fiber(&kept_, memory_, bytes_); }
-    void arrive() { __sanitizer_finish_switch_fiber(nullptr, &lowest_, &size_); }
-    void leaveBack() { __sanitizer_start_switch_fiber(nullptr, lowest_, size_); }
-    void arriveBack() { __sanitizer_finish_switch_fiber(kept_, nullptr, nullptr); }
+    [[gnu::always_inline]] void leave() { __sanitizer_start_switch_fiber(&kept_, memory_, bytes_); }
+    [[gnu::always_inline]] void arrive() {
+        __sanitizer_finish_switch_fiber(nullptr, &lowest_, &size_);
+    }
+    [[gnu::always_inline]] void leaveBack() {
+        __sanitizer_start_switch_fiber(nullptr, lowest_, size_);
+    }
+    [[gnu::always_inline]] void arriveBack() {
+        __sanitizer_finish_switch_fiber(kept_, nullptr, nullptr);
+    }
 
     void* kept_ = nullptr;
     const void* lowest_ = nullptr;
     std::size_t size_ = 0;
 #elif defined(__SANITIZE_THREAD__)
-    void leave() {
+    [[gnu::always_inline]] void leave() {
         left_ = __tsan_get_current_fiber();
         fiber_ = __tsan_create_fiber(0);
         __tsan_switch_to_fiber(fiber_, 0);
     }
-    void arrive() {}
-    void leaveBack() { __tsan_switch_to_fiber(left_, 0); }
-    void arriveBack() { __tsan_destroy_fiber(fiber_); }
+    [[gnu::always_inline]] void arrive() {}
+    [[gnu::always_inline]] void leaveBack() { __tsan_switch_to_fiber(left_, 0); }
+    [[gnu::always_inline]] void arriveBack() { __tsan_destroy_fiber(fiber_); }
 
     void* left_ = nullptr;
     void* fiber_ = nullptr;
 #else
-    void leave() {}
-    void arrive() {}
-    void leaveBack() {}
-    void arriveBack() {}
+    [[gnu::always_inline]] void leave() {}
+    [[gnu::always_inline]] void arrive() {}
+    [[gnu::always_inline]] void leaveBack() {}
+    [[gnu::always_inline]] void arriveBack() {}
 #endif
 
     static constexpr std::size_t guardBytes = 64 * 1024;
