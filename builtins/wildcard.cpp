@@ -343,6 +343,19 @@ bool hasHugeNumber(std::u16string_view expression) {
 // std::regex for 16-bit units exists for wchar_t alone; each unit becomes one wchar_t.
 std::wstring widened(std::u16string_view text) { return std::wstring(text.begin(), text.end()); }
 
+// Letters, digits and blanks are those of ASCII on every system: the C libraries do not agree on others.
+class AsciiClasses final : public std::ctype<wchar_t> {
+  protected:
+    bool do_is(mask classes, wchar_t unit) const override {
+        return static_cast<char32_t>(unit) < 0x80 && std::ctype<wchar_t>::do_is(classes, unit);
+    }
+};
+
+const std::locale& localeOfExpressions() {
+    static const std::locale locale(std::locale::classic(), new AsciiClasses);
+    return locale;
+}
+
 // A compiled expression; nothing when it is not valid.
 std::optional<std::wregex> compile(std::u16string_view expression, bool backReferences) {
     using namespace std::regex_constants;
@@ -353,7 +366,7 @@ std::optional<std::wregex> compile(std::u16string_view expression, bool backRefe
         backReferences ? ECMAScript : ECMAScript | nosubs | __polynomial;
     try {
         std::wregex compiled;
-        compiled.imbue(std::locale::classic());
+        compiled.imbue(localeOfExpressions());
         compiled.assign(widened(expression), mode);
         return compiled;
     } catch (const std::regex_error&) {

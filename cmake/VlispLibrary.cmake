@@ -24,8 +24,11 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     vlisp_options
     INTERFACE -Wduplicated-cond
               -Wduplicated-branches
-              -Wlogical-op
-              -Wuseless-cast)
+              -Wlogical-op)
+  if(NOT WIN32)
+    # There types are the same that elsewhere differ.
+    target_compile_options(vlisp_options INTERFACE -Wuseless-cast)
+  endif()
 endif()
 
 if(VLISP_SANITIZE)

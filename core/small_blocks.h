@@ -6,6 +6,8 @@
 // Thread: the one that evaluates, as everything on the interpreter's heap.
 #pragma once
 
+#include "platform/sanitizers.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <new>
@@ -13,14 +15,8 @@
 namespace vlisp::small_blocks {
 
 // The address sanitizer must see every block come and go.
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(VLISP_ADDRESS_SANITIZER)
 inline constexpr bool areUsed = false;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-inline constexpr bool areUsed = false;
-#else
-inline constexpr bool areUsed = true;
-#endif
 #else
 inline constexpr bool areUsed = true;
 #endif

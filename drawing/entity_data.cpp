@@ -15,9 +15,9 @@
 namespace vlisp {
 namespace {
 
-Cell textCell(const VmDbString& text) {
-    return Cell::string(std::u16string_view(text.units(), text.length()));
-}
+std::u16string_view viewOf(const HostText& text) noexcept { return {text.units, text.length}; }
+
+Cell textCell(const HostText& text) { return Cell::string(viewOf(text)); }
 
 // Entries that many lists have in common, as cells that those lists share. Made when the module is
 // loaded, so that they outlive the threads that use them.
@@ -35,8 +35,8 @@ class SharedEntries {
 
     // Shortcut: the entities of a drawing lie on a few layers. A name that is not among the last ones
     // takes the place of another.
-    Cell layer(const VmDbString& name) {
-        const std::u16string_view text(name.units(), name.length());
+    Cell layer(const HostText& name) {
+        const std::u16string_view text = viewOf(name);
         if (text.empty() || text.size() > longestLayer) return entry(8, textCell(name));
         Cell& place = layers_[placeOf(text)];
         if (place.items().empty() || place.items()[2].text() != text)
@@ -72,41 +72,43 @@ SharedEntries sharedEntries;
 class DataList {
   public:
     // `name` is the entity name that the object was asked for by.
-    DataList(VmDbObject& object, HostLong id, const Cell& name)
-        : object_(object), id_(id), name_(name) {}
+    DataList(HostObject* object, const HostObjectData& data, HostId id, const Cell& name)
+        : object_(object), data_(data), id_(id), name_(name) {}
 
     Cell build(const EntityKind& kind) {
         entries_ = SliceBuilder<Cell>(kind.fields.size() +
-                                      static_cast<std::size_t>(std::max(object_.points.count, 0)));
+                                      static_cast<std::size_t>(std::max(data_.pointCount, 0)));
         for (const EntityField& field : kind.fields) append(kind, field);
         return Cell::list(entries_.take());
     }
 
   private:
+    using Point = std::array<double, 3>;
+
     void append(const EntityKind& kind, const EntityField& field) {
         switch (field.kind) {
         case FieldKind::name: return appendName(field);
         case FieldKind::type: return entries_.push(sharedEntries.type(kind));
         case FieldKind::space: return entries_.push(sharedEntries.space());
-        case FieldKind::layer: return entries_.push(sharedEntries.layer(object_.layerName));
+        case FieldKind::layer: return entries_.push(sharedEntries.layer(data_.layer));
         case FieldKind::colour:
-            if (object_.colour != colourByLayer) add(field, Cell::integer(object_.colour));
+            if (data_.colour != colourByLayer) add(field, Cell::integer(data_.colour));
             return;
         case FieldKind::lineweight:
-            if (object_.lineweight != lineweightNotSet)
-                add(field, Cell::integer(object_.lineweight));
+            if (data_.lineweight != lineweightNotSet) add(field, Cell::integer(data_.lineweight));
             return;
         case FieldKind::origin: return appendOrigin(field);
         case FieldKind::points: return appendPoints(field);
         case FieldKind::vertices: return appendVertices(field);
-        case FieldKind::pointCount: return add(field, Cell::integer(object_.points.count));
-        case FieldKind::closed: return add(field, Cell::integer(polyline().closed != 0 ? 1 : 0));
+        case FieldKind::pointCount: return add(field, Cell::integer(data_.pointCount));
+        case FieldKind::closed: return add(field, Cell::integer(hostIsClosed(object_) ? 1 : 0));
         case FieldKind::bulge: return;  // comes with the vertices
-        case FieldKind::real: return add(field, Cell::real(field.number(object_)));
+        case FieldKind::real: return add(field, Cell::real(*hostNumber(object_, field.number)));
         case FieldKind::degrees:
-            return add(field, Cell::real(field.number(object_) * 3.141592653589793 / 180.0));
+            return add(field,
+                       Cell::real(*hostNumber(object_, field.number) * 3.141592653589793 / 180.0));
         case FieldKind::text:
-        case FieldKind::blockName: return add(field, textCell(field.string(object_)));
+        case FieldKind::blockName: return add(field, textCell(hostText(object_, field.string)));
         }
     }
 
@@ -122,41 +124,40 @@ class DataList {
 
     void appendOrigin(const EntityField& field) {
         // An object that has lost its points stands at the origin.
-        double x = 0;
-        double y = 0;
-        if (object_.points.count > 0) {
-            const mmPoint& point = object_.points.getAt(0);
-            x = point.x;
-            y = point.y;
-        }
-        entries_.push(
-            Cell::list({Cell::integer(field.code), Cell::real(x), Cell::real(y), Cell::real(0.0)}));
+        const Point point = data_.pointCount > 0 ? pointAt(0) : Point{};
+        entries_.push(Cell::list({Cell::integer(field.code), Cell::real(point[0]),
+                                  Cell::real(point[1]), Cell::real(0.0)}));
     }
 
     void appendPoints(const EntityField& field) {
-        for (int i = 0; i < object_.points.count; ++i) {
-            const mmPoint& point = object_.points.getAt(i);
-            entries_.push(Cell::list({Cell::integer(field.code), Cell::real(point.x),
-                                      Cell::real(point.y), Cell::real(point.z)}));
+        for (int i = 0; i < data_.pointCount; ++i) {
+            const Point point = pointAt(i);
+            entries_.push(Cell::list({Cell::integer(field.code), Cell::real(point[0]),
+                                      Cell::real(point[1]), Cell::real(point[2])}));
         }
     }
 
     void appendVertices(const EntityField& field) {
-        const VmDbRealArr& bulges = polyline().bulges;
-        for (int i = 0; i < object_.points.count; ++i) {
-            const mmPoint& point = object_.points.getAt(i);
-            entries_.push(
-                Cell::list({Cell::integer(field.code), Cell::real(point.x), Cell::real(point.y)}));
+        const HostBulges bulges = hostGetBulges(object_);
+        for (int i = 0; i < data_.pointCount; ++i) {
+            const Point point = pointAt(i);
+            entries_.push(Cell::list(
+                {Cell::integer(field.code), Cell::real(point[0]), Cell::real(point[1])}));
             // A list of bulges that is too short counts as continued by straight segments.
             if (bulges.count > 0)
                 entries_.push(groupEntry(42, Cell::real(i < bulges.count ? bulges.values[i] : 0)));
         }
     }
 
-    VmDb2DPolyline& polyline() const noexcept { return static_cast<VmDb2DPolyline&>(object_); }
+    [[nodiscard]] Point pointAt(int index) const {
+        Point point;
+        hostGetPoint(object_, index, point.data());
+        return point;
+    }
 
-    VmDbObject& object_;
-    HostLong id_;
+    HostObject* object_;
+    const HostObjectData& data_;
+    HostId id_;
     const Cell& name_;
     SliceBuilder<Cell> entries_;
 };
@@ -169,14 +170,15 @@ Cell groupEntry(std::int32_t code, Cell value) {
 
 Cell entget(Arguments arguments) {
     if (!has(arguments, 0, CellType::EntityName)) return NilCell;
-    const HostLong id = idOf(arguments[0]);
+    const HostId id = idOf(arguments[0]);
     const OpenObject object = OpenObject::byId(id, OpenMode::read);
     if (!object) return NilCell;
-    const EntityKind* kind = findEntityKind(object->typeCode);
+    const HostObjectData data = object.data();
+    const EntityKind* kind = findEntityKind(data.typeCode);
     if (kind == nullptr) return NilCell;
-    VmDbObject* asItsClass = kind->cast(&*object);
+    HostObject* asItsClass = kind->cast(object.get());
     if (asItsClass == nullptr) return NilCell;
-    return DataList(*asItsClass, id, arguments[0]).build(*kind);
+    return DataList(asItsClass, data, id, arguments[0]).build(*kind);
 }
 
 }  // namespace vlisp

@@ -4,18 +4,8 @@
 namespace vlisp {
 namespace {
 
-template <class Class, double Class::*member> double& number(VmDbObject& object) {
-    return static_cast<Class&>(object).*member;
-}
-
-template <class Class, VmDbString Class::*member> VmDbString& string(VmDbObject& object) {
-    return static_cast<Class&>(object).*member;
-}
-
-template <class Class> VmDbObject* castTo(VmDbObject* object) { return Class::cast(object); }
-
 // On purpose: polylines are taken on their type code alone.
-VmDbObject* asItIs(VmDbObject* object) { return object; }
+HostObject* asItIs(HostObject* object) { return object; }
 
 constexpr EntityField nameField{-1, FieldKind::name};
 constexpr EntityField typeField{0, FieldKind::type};
@@ -25,13 +15,13 @@ constexpr EntityField colourField{62, FieldKind::colour};
 constexpr EntityField lineweightField{370, FieldKind::lineweight};
 constexpr EntityField originField{10, FieldKind::origin};
 
-constexpr EntityField realField(std::int32_t code, double& (*member)(VmDbObject&),
+constexpr EntityField realField(std::int32_t code, HostNumber number,
                                 FileUnit fileUnit = FileUnit::same) {
-    return {code, FieldKind::real, true, member, nullptr, fileUnit};
+    return {code, FieldKind::real, true, number, HostString::none, fileUnit};
 }
 
-constexpr EntityField degreesField(std::int32_t code, double& (*member)(VmDbObject&)) {
-    return {code, FieldKind::degrees, true, member, nullptr};
+constexpr EntityField degreesField(std::int32_t code, HostNumber number) {
+    return {code, FieldKind::degrees, true, number};
 }
 
 // The rows stand in the order in which a list has them. On purpose: space and lineweight stand
@@ -49,7 +39,7 @@ constexpr EntityField circleFields[] = {
     layerField,
     colourField,
     originField,
-    realField(40, number<VmDbCircle, &VmDbCircle::radius>),
+    realField(40, HostNumber::circleRadius),
     lineweightField,
 };
 
@@ -60,9 +50,9 @@ constexpr EntityField arcFields[] = {
     layerField,
     colourField,
     originField,
-    realField(40, number<VmDbArc, &VmDbArc::radius>),
-    realField(50, number<VmDbArc, &VmDbArc::startAngle>, FileUnit::degrees),
-    realField(51, number<VmDbArc, &VmDbArc::endAngle>, FileUnit::degrees),
+    realField(40, HostNumber::arcRadius),
+    realField(50, HostNumber::arcStart, FileUnit::degrees),
+    realField(51, HostNumber::arcEnd, FileUnit::degrees),
     lineweightField,
 };
 
@@ -97,12 +87,12 @@ constexpr EntityField insertFields[] = {
     typeField,
     spaceField,
     layerField,
-    {2, FieldKind::blockName, false, nullptr, string<VmDbBlockRef, &VmDbBlockRef::blockName>},
+    {2, FieldKind::blockName, false, HostNumber::none, HostString::blockName},
     colourField,
     originField,
-    realField(41, number<VmDbBlockRef, &VmDbBlockRef::xScale>),
-    realField(42, number<VmDbBlockRef, &VmDbBlockRef::yScale>),
-    degreesField(50, number<VmDbBlockRef, &VmDbBlockRef::rotation>),
+    realField(41, HostNumber::insertXScale),
+    realField(42, HostNumber::insertYScale),
+    degreesField(50, HostNumber::insertRotation),
     lineweightField,
 };
 
@@ -113,20 +103,20 @@ constexpr EntityField textFields[] = {
     layerField,
     colourField,
     originField,
-    realField(40, number<VmDbText, &VmDbText::height>),
-    {1, FieldKind::text, true, nullptr, string<VmDbText, &VmDbText::text>},
-    degreesField(50, number<VmDbText, &VmDbText::rotation>),
+    realField(40, HostNumber::textHeight),
+    {1, FieldKind::text, true, HostNumber::none, HostString::text},
+    degreesField(50, HostNumber::textRotation),
 };
 
 constexpr EntityKind kinds[] = {
     {vmDbLwPolyline, u"LWPOLYLINE", asItIs, lwPolylineFields, "AcDbPolyline"},
-    {vmDbCircle, u"CIRCLE", castTo<VmDbCircle>, circleFields, "AcDbCircle"},
-    {vmDbArc, u"ARC", castTo<VmDbArc>, arcFields, "AcDbArc"},
-    {vmDbLine, u"LINE", castTo<VmDbLine>, lineFields, "AcDbLine"},
+    {vmDbCircle, u"CIRCLE", hostAsCircle, circleFields, "AcDbCircle"},
+    {vmDbArc, u"ARC", hostAsArc, arcFields, "AcDbArc"},
+    {vmDbLine, u"LINE", hostAsLine, lineFields, "AcDbLine"},
     {vmDbPolyline, u"POLYLINE", asItIs, polylineFields, "AcDb2dPolyline"},
-    {vmDbInsert, u"INSERT", castTo<VmDbBlockRef>, insertFields, "AcDbBlockReference"},
-    {vmDbText, u"TEXT", castTo<VmDbText>, textFields, "AcDbText"},
-    {vmDbMText, u"MTEXT", castTo<VmDbText>, textFields, "AcDbMText"},
+    {vmDbInsert, u"INSERT", hostAsBlockRef, insertFields, "AcDbBlockReference"},
+    {vmDbText, u"TEXT", hostAsText, textFields, "AcDbText"},
+    {vmDbMText, u"MTEXT", hostAsText, textFields, "AcDbMText"},
 };
 
 }  // namespace

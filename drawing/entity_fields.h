@@ -4,7 +4,7 @@
 // Tests: tests/drawing/entity_data_test.cpp, tests/drawing/entity_modification_test.cpp.
 #pragma once
 
-#include "host/bridge.h"
+#include "host/host_calls.h"
 
 #include <cstdint>
 #include <span>
@@ -44,16 +44,16 @@ struct EntityField {
     /// True for what only entities of this kind have and a program may change. Layer, colour,
     /// lineweight and points can be changed in every entity and are not marked.
     bool writable = false;
-    double& (*number)(VmDbObject&) = nullptr;      ///< for real and degrees
-    VmDbString& (*string)(VmDbObject&) = nullptr;  ///< for text and blockName
-    FileUnit fileUnit = FileUnit::same;            ///< for real
+    HostNumber number = HostNumber::none;  ///< for real and degrees
+    HostString string = HostString::none;  ///< for text and blockName
+    FileUnit fileUnit = FileUnit::same;    ///< for real
 };
 
 struct EntityKind {
     VmDbType typeCode;
     const char16_t* typeText;
     /// The object as the class that its fields are read through; null when it is not of it.
-    VmDbObject* (*cast)(VmDbObject*);
+    HostObject* (*cast)(HostObject*);
     std::span<const EntityField> fields;
     /// The subclass marker in front of what entities of this kind have in drawing files.
     const char* marker;

@@ -25,55 +25,58 @@ const Cell* valueOf(const Cell& entry) noexcept {
 }
 
 // A text ends at its first zero unit.
-void assign(VmDbString& member, const Cell& value) {
+void assign(HostObject* object, HostString member, const Cell& value) {
     const std::u16string_view text = value.text().substr(0, value.text().find(u'\0'));
     // Most programs hand back most of what they got.
-    if (text == std::u16string_view(member.units(), member.length())) return;
-    member.assign(text.data(), text.size());
+    const HostText held = hostText(object, member);
+    if (text == std::u16string_view(held.units, held.length)) return;
+    hostSetText(object, member, text.data(), text.size());
 }
 
-void addPoint(VmDbObject& object, Items entry) {
+void addPoint(HostObject* object, Items entry) {
     if (entry.size() < 3) return;
     const double z = entry.size() > 3 ? entry[3].realValue() : 0.0;
-    object.addPoint(mmPoint(entry[1].realValue(), entry[2].realValue(), z));
+    hostAddPoint(object, entry[1].realValue(), entry[2].realValue(), z);
 }
 
 // What an entry does to an object of any kind.
-void applyCommonRule(VmDbObject& object, std::int32_t code, const Cell& entry) {
+void applyCommonRule(HostObject* object, std::int32_t code, const Cell& entry) {
     if (code == 10) return addPoint(object, entry.items());
     const Cell* value = valueOf(entry);
     if (value == nullptr) return;
-    if (code == 8) assign(object.layerName, *value);
-    if (code == 62) object.colour = value->intValue();
-    if (code == 370) object.lineweight = value->intValue();
+    if (code == 8) assign(object, HostString::layer, *value);
+    if (code == 62) hostSetColour(object, value->intValue());
+    if (code == 370) hostSetLineweight(object, value->intValue());
 }
 
 // A polyline is read on its type code alone, but written only when it is of the class.
-void write(VmDbObject& object, const EntityField& field, const Cell& value) {
+void write(HostObject* object, const EntityField& field, const Cell& value) {
     switch (field.kind) {
-    case FieldKind::text: return assign(field.string(object), value);
-    case FieldKind::real: field.number(object) = value.realValue(); return;
-    case FieldKind::degrees: field.number(object) = value.realValue() * degreesPerRadian; return;
+    case FieldKind::text: return assign(object, field.string, value);
+    case FieldKind::real: *hostNumber(object, field.number) = value.realValue(); return;
+    case FieldKind::degrees:
+        *hostNumber(object, field.number) = value.realValue() * degreesPerRadian;
+        return;
     case FieldKind::bulge:
-        if (VmDb2DPolyline* polyline = VmDb2DPolyline::cast(&object))
-            polyline->addBulge(value.realValue());
+        if (HostObject* polyline = hostAsPolyline(object))
+            hostAddBulge(polyline, value.realValue());
         return;
     case FieldKind::closed:
-        if (VmDb2DPolyline* polyline = VmDb2DPolyline::cast(&object))
-            polyline->closed = value.intValue() != 0 ? 1 : 0;
+        if (HostObject* polyline = hostAsPolyline(object))
+            hostSetClosed(polyline, value.intValue() != 0);
         return;
     default: return;
     }
 }
 
 // What an entry does to an object of this kind besides.
-void applyKindsRule(VmDbObject& object, const EntityKind& kind, std::int32_t code,
+void applyKindsRule(HostObject* object, const EntityKind& kind, std::int32_t code,
                     const Cell& entry) {
     for (const EntityField& field : kind.fields) {
         if (!field.writable || field.code != code) continue;
         const Cell* value = valueOf(entry);
         if (value == nullptr) return;
-        if (VmDbObject* asItsClass = kind.cast(&object)) write(*asItsClass, field, *value);
+        if (HostObject* asItsClass = kind.cast(object)) write(asItsClass, field, *value);
         return;
     }
 }
@@ -96,13 +99,13 @@ Cell entmod(Arguments arguments) {
     const OpenObject object = OpenObject::byId(idOf(*name), OpenMode::change);
     if (!object) return NilCell;
 
-    const EntityKind* kind = findEntityKind(object->typeCode);
-    object->points.clear();
+    const EntityKind* kind = findEntityKind(object.data().typeCode);
+    hostClearPoints(object.get());
     for (const Cell& entry : entries) {
         const std::int32_t code = codeOf(entry);
         if (code == 0) continue;
-        applyCommonRule(*object, code, entry);
-        if (kind != nullptr) applyKindsRule(*object, *kind, code, entry);
+        applyCommonRule(object.get(), code, entry);
+        if (kind != nullptr) applyKindsRule(object.get(), *kind, code, entry);
     }
     return NilCell;
 }

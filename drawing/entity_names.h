@@ -5,7 +5,7 @@
 #pragma once
 
 #include "builtins/registry.h"
-#include "host/bridge.h"
+#include "host/host_calls.h"
 
 #include <array>
 #include <cstddef>
@@ -16,7 +16,7 @@ namespace vlisp {
 /// A number in decimal, as the text of an entity name or of a selection set is.
 class HandleText {
   public:
-    explicit HandleText(HostLong number) noexcept;
+    explicit HandleText(HostId number) noexcept;
     /// Valid for as long as this object.
     [[nodiscard]] std::u16string_view view() const noexcept { return {units_.data(), length_}; }
 
@@ -26,35 +26,40 @@ class HandleText {
 };
 
 /// The entity name or selection set of this number.
-[[nodiscard]] Cell handleCell(CellType type, HostLong number);
+[[nodiscard]] Cell handleCell(CellType type, HostId number);
 
 /// The entity name of the object with this id.
-[[nodiscard]] Cell entityName(HostLong id);
+[[nodiscard]] Cell entityName(HostId id);
 
 /// The id that a cell's text denotes, as the C library converts it: 0 without digits. For selection
 /// sets too.
-[[nodiscard]] HostLong idOf(const Cell& cell) noexcept;
+[[nodiscard]] HostId idOf(const Cell& cell) noexcept;
 
 enum class OpenMode : int { read = 0, change = 1 };
 
 /// An object of the drawing, open for the life of this handle; may hold none.
 class OpenObject {
   public:
-    static OpenObject byId(HostLong id, OpenMode mode);
+    static OpenObject byId(HostId id, OpenMode mode);
     static OpenObject bySlot(int slot);
     OpenObject(const OpenObject&) = delete;
     OpenObject& operator=(const OpenObject&) = delete;
     ~OpenObject() {
-        if (object_ != nullptr) object_->close();
+        if (object_ != nullptr) hostCloseObject(object_);
     }
 
     explicit operator bool() const noexcept { return object_ != nullptr; }
-    VmDbObject& operator*() const noexcept { return *object_; }
-    VmDbObject* operator->() const noexcept { return object_; }
+    [[nodiscard]] HostObject* get() const noexcept { return object_; }
+    /// What it has as an object of any class. There must be one.
+    [[nodiscard]] HostObjectData data() const {
+        HostObjectData data;
+        hostGetObjectData(object_, &data);
+        return data;
+    }
 
   private:
-    explicit OpenObject(VmDbObject* object) noexcept : object_(object) {}
-    VmDbObject* object_;
+    explicit OpenObject(HostObject* object) noexcept : object_(object) {}
+    HostObject* object_;
 };
 
 Cell entnext(Arguments arguments);

@@ -12,12 +12,6 @@ namespace {
 
 Cell selectionSet(int number) { return handleCell(CellType::SelectionSet, number); }
 
-int newSet() {
-    int number = 0;
-    addSelectionSet(number);
-    return number;
-}
-
 // Made when the module is loaded and not by the first who needs it, or it would be gone before the
 // threads that use it.
 const SymbolRef filterName = intern(u"SSFILTER");
@@ -31,7 +25,7 @@ Cell applyFilter(const Cell& filter) {
     Cell* bound = nullptr;
     FindScope(global, filterName.get(), error, &bound);
     if (bound == nullptr) {
-        DisplayMsg(error.terminated());
+        hostDisplayMsg(error.terminated());
         return NilCell;
     }
     const Cell function = *bound;  // the call may bind the name anew
@@ -49,19 +43,19 @@ const Cell* nameOf(const Cell& dataList) noexcept {
 }
 
 Cell selectFiltered(const Cell& filter) {
-    const int set = newSet();
+    const int set = hostAddSelectionSet();
     const Cell kept = applyFilter(filter);
     if (kept.is(CellType::List))
         for (const Cell& dataList : kept.items())
-            if (const Cell* name = nameOf(dataList)) addObjToSelectionSet(idOf(*name), set);
+            if (const Cell* name = nameOf(dataList)) hostAddObjToSelectionSet(idOf(*name), set);
     return selectionSet(set);
 }
 
 Cell selectPicked(std::u16string_view prompt) {
     const HostReply* reply = askUser(InputMode::selection, prompt);
     if (reply == nullptr || !reply->is(InputMode::selection) || reply->count <= 0) return NilCell;
-    const int set = newSet();
-    addSelectedToSelectionSet(set);
+    const int set = hostAddSelectionSet();
+    hostAddSelectedToSelectionSet(set);
     return selectionSet(set);
 }
 
@@ -71,16 +65,16 @@ Cell ssget(Arguments arguments) {
     if (arguments.empty()) return selectPicked(u"Select objects: ");
     if (arguments[0].text() != u"X") return selectPicked(arguments[0].text());
     if (arguments.size() > 1) return selectFiltered(arguments[1]);
-    const int set = newSet();
-    addAllToSelectionSet(set);
+    const int set = hostAddSelectionSet();
+    hostAddAllToSelectionSet(set);
     return selectionSet(set);
 }
 
 Cell ssadd(Arguments arguments) {
     if (!has(arguments, 0, CellType::EntityName)) return NilCell;
     if (arguments.size() > 1 && !arguments[1].is(CellType::SelectionSet)) return NilCell;
-    const int set = arguments.size() > 1 ? idOf(arguments[1]) : newSet();
-    addObjToSelectionSet(idOf(arguments[0]), set);
+    const int set = arguments.size() > 1 ? idOf(arguments[1]) : hostAddSelectionSet();
+    hostAddObjToSelectionSet(idOf(arguments[0]), set);
     return selectionSet(set);
 }
 
@@ -89,7 +83,7 @@ Cell ssdel(Arguments arguments) {
         !has(arguments, 1, CellType::SelectionSet))
         return NilCell;
     const int set = idOf(arguments[1]);
-    removeObjFromSelectionSet(idOf(arguments[0]), set);
+    hostRemoveObjFromSelectionSet(idOf(arguments[0]), set);
     return selectionSet(set);
 }
 
@@ -97,16 +91,13 @@ Cell ssname(Arguments arguments) {
     if (arguments.size() != 2 || !has(arguments, 0, CellType::SelectionSet) ||
         !has(arguments, 1, CellType::Integer))
         return NilCell;
-    HostLong id = -1;
-    getObjFromSelectionSet(id, arguments[1].intValue(), idOf(arguments[0]));
+    const HostId id = hostGetObjFromSelectionSet(arguments[1].intValue(), idOf(arguments[0]));
     return id < 0 ? NilCell : entityName(id);
 }
 
 Cell sslength(Arguments arguments) {
     if (arguments.size() != 1 || !has(arguments, 0, CellType::SelectionSet)) return NilCell;
-    int length = 0;
-    getSelectionSetLength(length, idOf(arguments[0]));
-    return Cell::integer(length);
+    return Cell::integer(hostGetSelectionSetLength(idOf(arguments[0])));
 }
 
 }  // namespace vlisp

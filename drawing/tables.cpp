@@ -7,6 +7,7 @@
 #include "drawing/entity_names.h"
 
 #include <algorithm>
+#include <array>
 
 namespace vlisp {
 namespace {
@@ -16,21 +17,24 @@ int blockCursor = 0;
 
 class OpenBlock {
   public:
-    explicit OpenBlock(int index) {
-        constexpr int reading = 0;
-        vmdbOpenBlockByIndex(index, block_, reading);
-    }
+    explicit OpenBlock(int index) : block_(hostOpenBlockByIndex(index, reading)) {}
     OpenBlock(const OpenBlock&) = delete;
     OpenBlock& operator=(const OpenBlock&) = delete;
     ~OpenBlock() {
-        if (block_ != nullptr) block_->close();
+        if (block_ != nullptr) hostCloseBlock(block_);
     }
 
     explicit operator bool() const noexcept { return block_ != nullptr; }
-    const VmDbBlock* operator->() const noexcept { return block_; }
+    [[nodiscard]] HostBlockData data() const {
+        HostBlockData data;
+        hostGetBlockData(block_, &data);
+        return data;
+    }
 
   private:
-    VmDbBlock* block_ = nullptr;
+    static constexpr int reading = 0;
+
+    HostBlock* block_;
 };
 
 bool namesBlockTable(std::u16string_view name) noexcept {
@@ -45,30 +49,29 @@ Cell tblnext(Arguments arguments) {
     if (arguments.size() == 2 && !IsFalse(arguments[1])) rewindBlockTable();
     if (!namesBlockTable(arguments[0].text())) return NilCell;
 
-    int count = 0;
-    GetNumBlocks(count);
-    if (blockCursor >= count) {
+    if (blockCursor >= hostGetNumBlocks()) {
         rewindBlockTable();
         return NilCell;
     }
     // On purpose: the cursor moves even when the block does not open.
-    const OpenBlock block(blockCursor++);
-    if (!block) return NilCell;
-    const std::u16string_view name(block->name.units(), block->name.length());
+    const OpenBlock opened(blockCursor++);
+    if (!opened) return NilCell;
+    const HostBlockData block = opened.data();
+    const std::u16string_view name(block.name.units, block.name.length);
     return Cell::list({groupEntry(0, Cell::string(u"BLOCK")), groupEntry(2, Cell::string(name)),
-                       groupEntry(70, Cell::integer(block->flags)),
-                       Cell::list({Cell::integer(10), Cell::real(block->baseX),
-                                   Cell::real(block->baseY), Cell::real(0.0)}),
-                       groupEntry(-2, entityName(block->id))});
+                       groupEntry(70, Cell::integer(block.flags)),
+                       Cell::list({Cell::integer(10), Cell::real(block.baseX),
+                                   Cell::real(block.baseY), Cell::real(0.0)}),
+                       groupEntry(-2, entityName(block.id))});
 }
 
 Cell redraw(Arguments /*arguments*/) {
-    Regen();
+    hostRegen();
     return NilCell;
 }
 
 Cell vmRefresh(Arguments /*arguments*/) {
-    Refresh();
+    hostRefresh();
     return NilCell;
 }
 
@@ -76,9 +79,10 @@ Cell vmEntext(Arguments arguments) {
     if (!has(arguments, 0, CellType::EntityName)) return NilCell;
     const OpenObject object = OpenObject::byId(idOf(arguments[0]), OpenMode::read);
     if (!object) return NilCell;
-    const VmDbRect extent = object->getExtent(0.0, 0.0);
-    return Cell::list({Cell::real(extent.left), Cell::real(extent.bottom), Cell::real(extent.right),
-                       Cell::real(extent.top)});
+    std::array<double, 4> extent{};
+    hostGetExtent(object.get(), extent.data());
+    return Cell::list({Cell::real(extent[0]), Cell::real(extent[1]), Cell::real(extent[2]),
+                       Cell::real(extent[3])});
 }
 
 void rewindBlockTable() noexcept { blockCursor = 0; }

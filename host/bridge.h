@@ -7,30 +7,64 @@
 // Texts are zero-terminated UTF-16 and belong to the caller; the host copies what it keeps. An
 // `out` argument is written by the host; a host that has nothing to say may leave it as it was.
 // Ids are signed 32-bit numbers, never reused; -1 stands for none.
+//
+// The header has two readings. A compiler for the Microsoft ABI sees the types whose names enter the
+// decorated names of the functions, and needs no library for them; every other sees ours. Nothing is
+// marked for import or export: how the names are bound is the build's business.
 #pragma once
 
+#include "host/object_types.h"
+
+#if defined(_MSC_VER)
+#include <stddef.h>
+#include <stdint.h>
+#else
 #include "platform/window.h"
 
 #include <cstddef>
 #include <cstdint>
+#endif
 
 // --- Types of the contract ---------------------------------------------------------------------
 
-/// A `long` of the host: 32 bits.
-using HostLong = std::int32_t;
+#if defined(_MSC_VER)
 
-/// What AddCommand and CreateExtensionToolbar identify the module's image by. Opaque to the host.
+struct HWND__;
+struct HINSTANCE__;
+
+using HostChar = wchar_t;
+using HostLong = long;
+using HostWindow = HWND__*;
+using ModuleHandle = HINSTANCE__*;
+#define ToolbarButton _TBBUTTON
+
+#else
+
+/// A unit of UTF-16.
+using HostChar = char16_t;
+
+/// A `long` of the host: 32 bits.
+using HostLong = int32_t;
+
+/// The main frame window.
+using HostWindow = vlisp::platform::WindowHandle;
+
+/// What AddCommand identifies the module's image by. Opaque to the host.
 using ModuleHandle = void*;
+
+#endif
+
+static_assert(sizeof(HostChar) == 2 && sizeof(HostLong) == 4);
 
 /// A button of a toolbar.
 struct ToolbarButton {
-    std::int32_t image = 0;    ///< position of its picture in the toolbar's bitmap
-    std::int32_t command = 0;  ///< number of the command that it starts
-    std::uint8_t state = 0;    ///< 4: enabled
-    std::uint8_t style = 0;    ///< 0: a push button
-    std::uint8_t reserved[6] = {};
-    std::uintptr_t data = 0;
-    std::intptr_t text = 0;
+    int32_t image = 0;    ///< position of its picture in the toolbar's bitmap
+    int32_t command = 0;  ///< number of the command that it starts
+    uint8_t state = 0;    ///< 4: enabled
+    uint8_t style = 0;    ///< 0: a push button
+    uint8_t reserved[6] = {};
+    uintptr_t data = 0;
+    intptr_t text = 0;
 };
 
 /// A point in space, in drawing units.
@@ -76,24 +110,26 @@ class VmDbString {
     ~VmDbString() { delete[] units_; }
 
     /// The text with its terminating zero; valid until it is assigned.
-    [[nodiscard]] const char16_t* units() const noexcept {
-        return units_ != nullptr ? units_ : u"";
+    [[nodiscard]] const HostChar* units() const noexcept {
+        return units_ != nullptr ? units_ : &noUnits;
     }
-    [[nodiscard]] std::size_t length() const noexcept { return length_; }
+    [[nodiscard]] size_t length() const noexcept { return length_; }
 
     /// Replaces the text by `length` units, of which none is zero.
-    void assign(const char16_t* text, std::size_t length) {
-        char16_t* copy = length == 0 ? nullptr : new char16_t[length + 1];
-        for (std::size_t i = 0; i < length; ++i) copy[i] = text[i];
+    void assign(const HostChar* text, size_t length) {
+        HostChar* copy = length == 0 ? nullptr : new HostChar[length + 1];
+        for (size_t i = 0; i < length; ++i) copy[i] = text[i];
         if (copy != nullptr) copy[length] = 0;
         delete[] units_;
         units_ = copy;
-        length_ = static_cast<std::uint32_t>(length);
+        length_ = static_cast<uint32_t>(length);
     }
 
   private:
-    char16_t* units_ = nullptr;
-    std::uint32_t length_ = 0;
+    static constexpr HostChar noUnits = 0;
+
+    HostChar* units_ = nullptr;
+    uint32_t length_ = 0;
 };
 
 /// The points of an object, in order. Made and kept by the host.
@@ -103,7 +139,7 @@ class VmDbPointArr {
     VmDbPointArr(const VmDbPointArr&) = delete;
     VmDbPointArr& operator=(const VmDbPointArr&) = delete;
 
-    std::int32_t count = 0;
+    int32_t count = 0;
 
     /// Removes all points.
     void clear();
@@ -112,7 +148,7 @@ class VmDbPointArr {
 
     // Where the host keeps them.
     mmPoint* points = nullptr;
-    std::int32_t room = 0;
+    int32_t room = 0;
 };
 
 /// A list of numbers held in an object: the bulges of a polyline, one for each vertex. Kept by the
@@ -123,24 +159,12 @@ class VmDbRealArr {
     VmDbRealArr(const VmDbRealArr&) = delete;
     VmDbRealArr& operator=(const VmDbRealArr&) = delete;
 
-    std::int32_t count = 0;
+    int32_t count = 0;
     double* values = nullptr;
-    std::int32_t room = 0;
+    int32_t room = 0;
 };
 
 // --- Object classes ----------------------------------------------------------------------------
-
-/// Type codes of drawing objects.
-enum VmDbType : std::int32_t {
-    vmDbLwPolyline = 10101,
-    vmDbCircle = 10111,
-    vmDbArc = 10121,
-    vmDbLine = 10141,
-    vmDbPolyline = 10161,
-    vmDbInsert = 10301,
-    vmDbText = 10501,
-    vmDbMText = 10511
-};
 
 /// An object of the drawing. What a module reads or writes is here and in the classes below; an
 /// object that was opened for reading must not be changed.
@@ -163,12 +187,12 @@ class VmDbObject {
     VmDbRect getExtent(double, double);
 
     HostLong id = -1;
-    std::int32_t typeCode = 0;
-    std::int32_t colour = 256;     ///< colour index; 256 by layer
-    std::int32_t lineweight = -1;  ///< hundredths of a millimetre; -1 not set
+    int32_t typeCode = 0;
+    int32_t colour = 256;     ///< colour index; 256 by layer
+    int32_t lineweight = -1;  ///< hundredths of a millimetre; -1 not set
     VmDbPointArr points;
     VmDbString layerName;
-    std::uint8_t erased = 0;  ///< not 0: erased
+    uint8_t erased = 0;  ///< not 0: erased
 };
 
 /// A straight line between its two points.
@@ -193,8 +217,8 @@ class VmDb2DPolyline : public VmDbObject {
     /// Appends to the bulge list.
     void addBulge(double bulge);
 
-    std::uint8_t closed = 0;  ///< 1: the last vertex is joined to the first
-    VmDbRealArr bulges;       ///< empty: every segment is straight
+    uint8_t closed = 0;  ///< 1: the last vertex is joined to the first
+    VmDbRealArr bulges;  ///< empty: every segment is straight
 };
 
 /// A circle; its centre is point 0.
@@ -261,7 +285,7 @@ class VmDbBlock {
 
     HostLong id = -1;
     VmDbString name;
-    std::int16_t flags = 0;
+    int16_t flags = 0;
     double baseX = 0;
     double baseY = 0;
 };
@@ -269,26 +293,26 @@ class VmDbBlock {
 // --- Version and commands. Thread: the user interface's ------------------------------------------
 
 /// Writes the host's version, such as "2.0"; at most 299 units.
-void GetVersion(char16_t* out);
+void GetVersion(HostChar* out);
 
 /// Registers a host command. `name` is what the user types; `lispText` is what the host hands back
 /// when the command runs, empty for a command that the module exports under its name or that the host
 /// has already, as a menu's button: what was registered before is then kept, otherwise replaced; `description` is for people; `moduleName` and `instance` name the owner; `number` is
 /// attached to the command, 0 for none. Thread: any that evaluates.
-void AddCommand(const char16_t* name, const char16_t* lispText, const char16_t* description,
-                const char16_t* moduleName, ModuleHandle instance, unsigned number);
+void AddCommand(const HostChar* name, const HostChar* lispText, const HostChar* description,
+                const HostChar* moduleName, ModuleHandle instance, unsigned number);
 
 /// Makes a toolbar of `count` buttons whose pictures are in the bitmap file.
-void CreateExtensionToolbar(const char16_t* bitmapPath, const char16_t* toolbarName,
+void CreateExtensionToolbar(const HostChar* bitmapPath, const HostChar* toolbarName,
                             ToolbarButton* buttons, int count);
 
 // --- Messages and prompts ------------------------------------------------------------------------
 
 /// Shows a line on the command line. Thread: any.
-void DisplayMsg(const char16_t* text);
+void DisplayMsg(const HostChar* text);
 
 /// Shows a prompt: the line that the user types next answers it. Thread: the user interface's.
-void DisplayPromptMsg(const char16_t* text);
+void DisplayPromptMsg(const HostChar* text);
 
 /// Lets a dialog of the module come above the host's top-most windows: true before, false after.
 void AllowTopMost(bool allow);
@@ -298,7 +322,7 @@ void AllowTopMost(bool allow);
 /// Writes the handle of the main frame window. Called on the user-interface thread: once during
 /// start-up, and then each time before a thread that evaluates is started. So each call after
 /// start-up announces an evaluation, whose end is a request of kind 2.
-void GetMainFrameWindow(vlisp::platform::WindowHandle& out);
+void GetMainFrameWindow(HostWindow& out);
 
 /// Forgets that a message has been taken. Thread: the one that is about to post.
 void ClearThreadMsgPosted();
@@ -310,7 +334,7 @@ void IsThreadMsgPosted(bool& out);
 // --- Input. Thread: the user interface's -----------------------------------------------------------
 
 /// Writes the last typed line, or the LISP text of the command that runs; fewer than 32,768 units.
-void GetInputString(char16_t* out);
+void GetInputString(HostChar* out);
 
 /// Writes 0 if the last input was typed text, something else if a point was picked.
 void GetInputType(int& out);
@@ -327,13 +351,13 @@ void SetUserInputMode(int mode, bool useBasePoint, double x, double y, double z)
 /// Writes the value of a variable as text, fewer than 32,768 units: a number, a text in double
 /// quotes, or a point as its coordinates with commas. `ok` is false, and nothing is written, when
 /// there is no such variable.
-void GetVar(const char16_t* name, char16_t* valueOut, bool& ok);
+void GetVar(const HostChar* name, HostChar* valueOut, bool& ok);
 
 // Set a variable. `ok` is false, and nothing changes, when there is no such variable, when it is
 // read-only, or when it does not take this value.
-void SetVarInt(const char16_t* name, int value, bool& ok);
-void SetVarDbl(const char16_t* name, double value, bool& ok);
-void SetVarString(const char16_t* name, const char16_t* value, bool& ok);
+void SetVarInt(const HostChar* name, int value, bool& ok);
+void SetVarDbl(const HostChar* name, double value, bool& ok);
+void SetVarString(const HostChar* name, const HostChar* value, bool& ok);
 
 // --- Display. Thread: any that evaluates -----------------------------------------------------------
 
@@ -367,12 +391,12 @@ void addPolyline(VmDb2DPolyline* polyline, HostLong);
 /// Moves a vertex of a polyline of the drawing; vertex -1 appends one.
 void updatePolyline(int id, int vertex, double x, double y);
 /// Sets the layer and line type of what is added next; empty texts leave what is current.
-void setWorkingLayerAndLineType(const char16_t* layer, const char16_t* lineType, int& out);
+void setWorkingLayerAndLineType(const HostChar* layer, const HostChar* lineType, int& out);
 
 // Attach a named value to an object, or replace it.
-void addObjectExtDataInt(int id, const char16_t* name, int value, bool);
-void addObjectExtDataDouble(int id, const char16_t* name, double value, bool);
-void addObjectExtDataString(int id, const char16_t* name, const char16_t* value, bool);
+void addObjectExtDataInt(int id, const HostChar* name, int value, bool);
+void addObjectExtDataDouble(int id, const HostChar* name, double value, bool);
+void addObjectExtDataString(int id, const HostChar* name, const HostChar* value, bool);
 
 // --- Selection sets. Thread: any that evaluates ------------------------------------------------------
 

@@ -5,8 +5,8 @@
 #include "core/interruption.h"
 #include "core/printer.h"
 #include "core/reader.h"
-#include "host/bridge.h"
 #include "host/handshake.h"
+#include "host/host_calls.h"
 #include "host/typed_text.h"
 #include "platform/system.h"
 
@@ -48,8 +48,8 @@ Cell getvar(Arguments arguments) {
     if (arguments.size() != 1) return NilCell;
     bool ok = false;
     const std::u16string name(arguments[0].text());
-    const std::u16string value =
-        textFromHost(hostTextRoom, [&](char16_t* buffer) { GetVar(name.c_str(), buffer, ok); });
+    const std::u16string value = textFromHost(
+        hostTextRoom, [&](char16_t* buffer) { ok = hostGetVar(name.c_str(), buffer); });
     return ok ? MakeAtom(value) : NilCell;
 }
 
@@ -58,10 +58,10 @@ Cell setvar(Arguments arguments) {
     const std::u16string name(arguments[0].text());
     const Cell& value = arguments[1];
     bool ok = false;
-    if (value.is(CellType::Integer)) SetVarInt(name.c_str(), value.intValue(), ok);
-    if (value.is(CellType::Real)) SetVarDbl(name.c_str(), value.realValue(), ok);
+    if (value.is(CellType::Integer)) ok = hostSetVarInt(name.c_str(), value.intValue());
+    if (value.is(CellType::Real)) ok = hostSetVarDbl(name.c_str(), value.realValue());
     if (value.is(CellType::String))
-        SetVarString(name.c_str(), std::u16string(value.text()).c_str(), ok);
+        ok = hostSetVarString(name.c_str(), std::u16string(value.text()).c_str());
     return truth(ok);
 }
 

@@ -2,7 +2,7 @@
 #include "host/demonstrations.h"
 
 #include "core/reader.h"
-#include "host/bridge.h"
+#include "host/host_calls.h"
 #include "host/typed_text.h"
 
 #include <vector>
@@ -12,7 +12,7 @@ namespace {
 
 // The polyline that is being drawn. On purpose: its vertices are kept and nobody reads them.
 struct DrawnPolyline {
-    HostLong id = -1;
+    HostId id = -1;
     std::vector<double> vertices;  // X and Y in turn
 };
 
@@ -25,37 +25,34 @@ constexpr int pointInput = 1;
 
 void startPolyline() {
     drawn().vertices.clear();
-    int result = 0;
-    setWorkingLayerAndLineType(u"", u"", result);
-    auto* polyline = new VmDb2DPolyline;
-    addPolyline(polyline, -1);
-    drawn().id = polyline->id;
-    delete polyline;
-    addObjectExtDataInt(drawn().id, u"Integer number", 45, true);
-    addObjectExtDataDouble(drawn().id, u"Real number", 45.763, true);
-    addObjectExtDataString(drawn().id, u"String", u"How are you?", true);
-    SetUserInputMode(pointInput, false, 0.0, 0.0, 0.0);
-    DisplayPromptMsg(u"Specify first point or [Cancel]: <Cancel> ");
+    hostSetWorkingLayerAndLineType(u"", u"");
+    HostObject* polyline = hostNewPolyline();
+    hostAddPolyline(polyline);
+    drawn().id = hostGetId(polyline);
+    hostDeleteObject(polyline);
+    hostAddObjectExtDataInt(drawn().id, u"Integer number", 45);
+    hostAddObjectExtDataDouble(drawn().id, u"Real number", 45.763);
+    hostAddObjectExtDataString(drawn().id, u"String", u"How are you?");
+    hostSetUserInputMode(pointInput, false, 0.0, 0.0, 0.0);
+    hostDisplayPromptMsg(u"Specify first point or [Cancel]: <Cancel> ");
 }
 
 // The point that answered the last prompt. False when there was none: the command ends.
 bool nextPoint(double& x, double& y) {
     constexpr std::size_t lineCapacity = 255;
-    int type = 0;
-    GetInputType(type);
-    if (type != 0) {
+    if (hostGetInputType() != 0) {
         double z = 0;
-        GetInputPoint(x, y, z);
+        hostGetInputPoint(&x, &y, &z);
         return true;
     }
-    const std::u16string line = textFromHost(lineCapacity, GetInputString);
+    const std::u16string line = textFromHost(lineCapacity, hostGetInputString);
     if (line.empty()) {
-        DisplayMsg(u"Lisp polyline entered successfully.");
+        hostDisplayMsg(u"Lisp polyline entered successfully.");
         return false;
     }
     const std::vector<std::u16string> numbers = SplitText(line, u",");
     if (numbers.size() < 2) {
-        DisplayMsg(u"Error: wrong input!");
+        hostDisplayMsg(u"Error: wrong input!");
         return false;
     }
     x = realAtFront(numbers[0]);
@@ -66,10 +63,10 @@ bool nextPoint(double& x, double& y) {
 }  // namespace
 
 int addTestLine() {
-    auto* line = new VmDbLine;
-    line->addPoint(mmPoint(25.34, 18.0, 0.0));
-    line->addPoint(mmPoint(48.5, 27.5, 0.0));
-    addLine(line, -1);
+    HostObject* line = hostNewLine();
+    hostAddPoint(line, 25.34, 18.0, 0.0);
+    hostAddPoint(line, 48.5, 27.5, 0.0);
+    hostAddLine(line);
     // On purpose: the object is left to the host.
     return 1;
 }
@@ -81,14 +78,14 @@ int drawPolyline(int& step) {
         return 1;
     }
     // On purpose: the next prompt comes before the answer to the last one is looked at.
-    DisplayPromptMsg(u"Specify next point or [Finish/Cancel/Undo]: <Finish> ");
+    hostDisplayPromptMsg(u"Specify next point or [Finish/Cancel/Undo]: <Finish> ");
     constexpr int append = -1;
     double x = 0;
     double y = 0;
     if (!nextPoint(x, y)) return 1;
     drawn().vertices.insert(drawn().vertices.end(), {x, y});
-    updatePolyline(drawn().id, append, x, y);
-    SetUserInputMode(pointInput, true, x, y, 0.0);
+    hostUpdatePolyline(drawn().id, append, x, y);
+    hostSetUserInputMode(pointInput, true, x, y, 0.0);
     ++step;
     return 1;
 }

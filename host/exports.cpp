@@ -1,9 +1,9 @@
 // The exports. See exports.h.
 #include "host/exports.h"
 
-#include "host/bridge.h"
 #include "host/demonstrations.h"
 #include "host/files.h"
+#include "host/host_calls.h"
 #include "host/menus.h"
 #include "host/module.h"
 
@@ -16,7 +16,7 @@ template <class Work> int guarded(int given, Work work) noexcept {
     try {
         return work();
     } catch (const std::exception&) {
-        DisplayMsg(u";error; out of memory");
+        hostDisplayMsg(u";error; out of memory");
         return given;
     }
 }

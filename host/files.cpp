@@ -1,7 +1,7 @@
 // AppLoad and LispEdit. See files.h.
 #include "host/files.h"
 
-#include "host/bridge.h"
+#include "host/host_calls.h"
 #include "host/module.h"
 #include "host/typed_text.h"
 
@@ -9,22 +9,23 @@ namespace vlisp {
 namespace {
 
 void promptForPath(int& step) {
-    DisplayPromptMsg(u"Enter lisp file (.lsp) full path or <Browse...>: ");
+    hostDisplayPromptMsg(u"Enter lisp file (.lsp) full path or <Browse...>: ");
     ++step;
 }
 
 // A dialog may come above the host's windows while this lives.
 class DialogOnTop {
   public:
-    DialogOnTop() { AllowTopMost(true); }
+    DialogOnTop() { hostAllowTopMost(true); }
     DialogOnTop(const DialogOnTop&) = delete;
     DialogOnTop& operator=(const DialogOnTop&) = delete;
-    ~DialogOnTop() { AllowTopMost(false); }
+    ~DialogOnTop() { hostAllowTopMost(false); }
 };
 
 // The typed path, or the one chosen in the dialog; empty when that is cancelled.
 std::u16string pathFromUser(std::size_t capacity) {
-    if (std::u16string path = textFromHost(capacity, GetInputString); !path.empty()) return path;
+    if (std::u16string path = textFromHost(capacity, hostGetInputString); !path.empty())
+        return path;
     const DialogOnTop onTop;
     return fitted(
         platform::chooseFile(handshake().mainWindow, {u".lsp", u"Lisp files (*.lsp)|*lsp||"}),
@@ -56,7 +57,7 @@ int editFile(int& step) {
     constexpr std::size_t editPathCapacity = 255;
     // On purpose: told whatever becomes of the editor.
     platform::openInEditor(handshake().mainWindow, pathFromUser(editPathCapacity));
-    DisplayMsg(u"Lisp file edited successfully.");
+    hostDisplayMsg(u"Lisp file edited successfully.");
     return 1;
 }
 

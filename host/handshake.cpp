@@ -3,7 +3,7 @@
 
 #include "core/error_buffer.h"
 #include "core/interruption.h"
-#include "host/bridge.h"
+#include "host/host_calls.h"
 #include "platform/system.h"
 
 #include <algorithm>
@@ -19,15 +19,16 @@ void PostToHost(const HostRequest& request) {
     Handshake& state = handshake();
     if (state.directMode.load(std::memory_order_acquire)) {
         if (request.kind == static_cast<std::int32_t>(RequestKind::Message))
-            DisplayMsg(request.messageText);
+            hostDisplayMsg(request.messageText);
         return;
     }
     // A record must live until it is taken; from now on none would.
     if (state.closing.load(std::memory_order_acquire)) return;
-    ClearThreadMsgPosted();
+    hostClearThreadMsgPosted();
     platform::postToMainWindow(state.mainWindow, hostRequestMessage, &request);
     bool taken = false;
-    while (!taken && !state.closing.load(std::memory_order_relaxed)) IsThreadMsgPosted(taken);
+    while (!taken && !state.closing.load(std::memory_order_relaxed))
+        taken = hostIsThreadMsgPosted();
 }
 
 void AwaitReply() {

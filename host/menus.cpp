@@ -2,7 +2,7 @@
 #include "host/menus.h"
 
 #include "core/reader.h"
-#include "host/bridge.h"
+#include "host/host_calls.h"
 #include "host/module.h"
 #include "host/typed_text.h"
 #include "platform/text.h"
@@ -97,20 +97,20 @@ class MenuReader {
             name = fitted(header.substr(first + 1, second - first - 1), nameCapacity);
             if (second != npos) bitmap = inSupport(withoutLeadingBlanks(header.substr(second + 1)));
         }
-        std::vector<ToolbarButton> buttons;
+        std::vector<HostButton> buttons;
         for (std::u16string_view line; lines_.next(line) && !line.empty();)
             readButton(line, header.size(), buttons);
-        CreateExtensionToolbar(bitmap.c_str(), name.c_str(), buttons.data(),
-                               static_cast<int>(buttons.size()));
+        hostCreateExtensionToolbar(bitmap.c_str(), name.c_str(), buttons.data(),
+                                   static_cast<int>(buttons.size()));
     }
 
     // On purpose: a command's name is cut by the length of the toolbar's header, not of its own line.
     static void readButton(std::u16string_view line, std::size_t headerLength,
-                           std::vector<ToolbarButton>& buttons) {
+                           std::vector<HostButton>& buttons) {
         constexpr std::uint8_t enabled = 4;
         const std::size_t comma = line.find(u',');
         if (comma == npos) return;
-        ToolbarButton button;
+        HostButton button;
         button.image = static_cast<std::int32_t>(buttons.size());
         button.command = integerAtFront(line.substr(0, comma));
         button.state = enabled;
@@ -118,8 +118,8 @@ class MenuReader {
         const std::u16string_view typed = line.substr(comma + 1);
         const std::u16string name(
             withoutLeadingBlanks(typed.substr(0, lengthThatFits(typed, longest))));
-        AddCommand(name.c_str(), u"", name.c_str(), moduleFileName, platform::moduleInstance(),
-                   static_cast<unsigned>(button.command));
+        hostAddCommand(name.c_str(), u"", name.c_str(), moduleFileName, moduleInstance(),
+                       static_cast<unsigned>(button.command));
         buttons.push_back(button);
     }
 

@@ -6,8 +6,8 @@
 #include "core/reader.h"
 #include "drawing/builtins.h"
 #include "drawing/tables.h"
-#include "host/bridge.h"
 #include "host/control.h"
+#include "host/host_calls.h"
 #include "host/input.h"
 #include "host/output.h"
 #include "host/typed_text.h"
@@ -25,6 +25,11 @@ std::unique_ptr<Module>& theModule() {
     handshake();  // made first, so that it outlives the module
     static std::unique_ptr<Module> module;
     return module;
+}
+
+void*& theInstance() noexcept {
+    static void* instance = platform::moduleInstance();
+    return instance;
 }
 
 HostRequest requestOf(RequestKind kind, std::u16string_view text) {
@@ -75,8 +80,8 @@ void evaluateLine(InterpreterSession& session, std::u16string text) {
 }  // namespace
 
 void HandshakePort::addCommand(std::u16string_view name, std::u16string_view lispText) {
-    AddCommand(std::u16string(name).c_str(), std::u16string(lispText).c_str(), u"", moduleFileName,
-               platform::moduleInstance(), 0);
+    hostAddCommand(std::u16string(name).c_str(), std::u16string(lispText).c_str(), u"",
+                   moduleFileName, moduleInstance(), 0);
 }
 
 void HandshakePort::sendMessage(std::u16string_view text) {
@@ -108,11 +113,7 @@ Module::~Module() {
     interruption::take();
 }
 
-void Module::fetchMainWindow() {
-    platform::WindowHandle window = nullptr;
-    GetMainFrameWindow(window);
-    handshake().mainWindow = window;
-}
+void Module::fetchMainWindow() { handshake().mainWindow = hostGetMainFrameWindow(); }
 
 void Module::startEvaluation(std::function<void()> evaluation) {
     std::erase_if(evaluations_, [](const Evaluation& earlier) { return earlier.ended.load(); });
@@ -139,7 +140,7 @@ void Module::startEvaluation(std::function<void()> evaluation) {
 
 bool startModule(std::uint16_t& first, std::uint16_t& second) {
     Module::fetchMainWindow();  // for the message box and the dialog
-    const std::u16string version = textFromHost(hostTextRoom, GetVersion);
+    const std::u16string version = textFromHost(hostTextRoom, hostGetVersion);
     if (!isAccepted(version)) {
         platform::warn(handshake().mainWindow,
                        u"Warning: VelmoraLispExtension requires Velmora 2017 (v2.0) or later!");
@@ -148,8 +149,8 @@ bool startModule(std::uint16_t& first, std::uint16_t& second) {
     first = 40;
     second = 33;
     for (const CommandRow& row : commandRows)
-        AddCommand(row.name, u"", row.description, moduleFileName, platform::moduleInstance(),
-                   row.number);
+        hostAddCommand(row.name, u"", row.description, moduleFileName, moduleInstance(),
+                       row.number);
     stopModule();
     theModule() = std::make_unique<Module>();
     return true;
@@ -159,10 +160,19 @@ Module* currentModule() noexcept { return theModule().get(); }
 
 void stopModule() { theModule().reset(); }
 
+void abandonModule() noexcept {
+    // NOLINTNEXTLINE(bugprone-unused-return-value): nobody will delete it
+    static_cast<void>(theModule().release());
+}
+
+void* moduleInstance() noexcept { return theInstance(); }
+
+void setModuleInstance(void* instance) noexcept { theInstance() = instance; }
+
 int runDynamicCommand(int& step) {
     Module* module = currentModule();
     if (step <= 1 && module != nullptr) {
-        std::u16string text = textFromHost(lispTextCapacity, GetInputString);
+        std::u16string text = textFromHost(lispTextCapacity, hostGetInputString);
         module->startEvaluation(
             [module, text = std::move(text)] { evaluateLine(module->session(), text); });
     }
@@ -186,7 +196,7 @@ int evaluateForHost(const char16_t* expression, char16_t* result, int mode) {
         printed = module->session().EvalString(text) ? text : u"nil";
     }
     copyField(result, lispTextCapacity, text);
-    DisplayMsg(printed.c_str());
+    hostDisplayMsg(printed.c_str());
     return 1;
 }
 

@@ -72,6 +72,15 @@ bool startModule(std::uint16_t& first, std::uint16_t& second);
 /// The Module that startModule made, or null.
 Module* currentModule() noexcept;
 
+/// Gives the Module up as it is, with no thing waited for: when the process ends and its threads have
+/// been taken away.
+void abandonModule() noexcept;
+
+/// The handle of the module's image, which the host is given with every command.
+void* moduleInstance() noexcept;
+/// Says so where the system tells it when the image is loaded; otherwise it is found.
+void setModuleInstance(void* instance) noexcept;
+
 /// Ends the Module; nothing of it runs any more when this returns.
 void stopModule();
 

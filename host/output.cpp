@@ -3,8 +3,8 @@
 
 #include "core/printer.h"
 #include "core/reader.h"
-#include "host/bridge.h"
 #include "host/handshake.h"
+#include "host/host_calls.h"
 
 #include <algorithm>
 
@@ -58,7 +58,7 @@ Cell prompt(Arguments arguments) {
     shared.mode = 0;
     shared.kind = static_cast<std::int32_t>(RequestKind::Message);
     for (const std::u16string& piece : SplitText(arguments[0].text(), u"\\n"))
-        DisplayMsg(piece.c_str());
+        hostDisplayMsg(piece.c_str());
     return NilCell;
 }
 

@@ -1,5 +1,6 @@
 // The operating system, by intention.
-// One idea: one portable header, one source per system (system_posix.cpp), chosen by the build.
+// One idea: one portable header, one source per system (system_posix.cpp, system_windows.cpp), chosen by
+// the build. What is done to windows of the host is a source of its own, for it depends on the host.
 // Tests: tests/platform/system_test.cpp, tests/platform/replace_file_test.cpp.
 #pragma once
 
@@ -7,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <span>
 #include <string>
@@ -16,6 +18,9 @@ namespace vlisp::platform {
 
 /// Milliseconds since the system started, modulo 2^32.
 std::uint32_t tickCount() noexcept;
+
+/// The time of day and the date now, where the user is.
+std::tm localTime() noexcept;
 
 /// Bytes of memory that the machine has.
 std::size_t physicalMemory() noexcept;
@@ -93,9 +98,12 @@ void warn(WindowHandle window, const char16_t* text);
 std::u16string chooseFile(WindowHandle window, const FileDialog& dialog);
 
 /// Starts the user's text editor with the file at `path`, or without a file when it is empty, and
-/// does not look what becomes of it. The editor is $VISUAL, $EDITOR or the desktop's opener. It is
-/// waited for only when `window` uses a terminal.
+/// does not look what becomes of it. It is waited for only when `window` uses a terminal.
 void openInEditor(WindowHandle window, const std::u16string& path);
+
+/// Starts $VISUAL, $EDITOR or what the system has for that (the desktop's opener, the editor of
+/// Windows) with the file at `path`, or without a file when it is empty.
+void startEditor(const std::u16string& path, bool isWaitedFor);
 
 /// Path of the program that runs; empty when it cannot be found.
 std::u16string programPath();

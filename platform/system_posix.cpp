@@ -1,6 +1,7 @@
 // The operating system on Linux and its relatives. See system.h.
 #include "platform/system.h"
 
+#include "platform/sanitizers.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -16,7 +17,6 @@
 #include <exception>
 #include <fcntl.h>
 #include <filesystem>
-#include <iostream>
 #include <malloc.h>
 #include <memory>
 #include <optional>
@@ -33,9 +33,9 @@
 #include <unistd.h>
 #include <utility>
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(VLISP_ADDRESS_SANITIZER)
 #include <sanitizer/common_interface_defs.h>
-#elif defined(__SANITIZE_THREAD__)
+#elif defined(VLISP_THREAD_SANITIZER)
 #include <sanitizer/tsan_interface.h>
 #endif
 
@@ -96,6 +96,13 @@ std::uint32_t tickCount() noexcept {
     clock_gettime(CLOCK_BOOTTIME, &now);
     return static_cast<std::uint32_t>(static_cast<std::uint64_t>(now.tv_sec) * 1000 +
                                       static_cast<std::uint64_t>(now.tv_nsec) / 1'000'000);
+}
+
+std::tm localTime() noexcept {
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    ::localtime_r(&now, &parts);
+    return parts;
 }
 
 // Large pages need addresses that are multiples of their size.
@@ -273,7 +280,7 @@ class OtherStack {
         ::swapcontext(&self.there_, &self.here_);
     }
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(VLISP_ADDRESS_SANITIZER)
     [[gnu::always_inline]] void leave() { __sanitizer_start_switch_fiber(&kept_, memory_, bytes_); }
     [[gnu::always_inline]] void arrive() {
         __sanitizer_finish_switch_fiber(nullptr, &lowest_, &size_);
@@ -288,7 +295,7 @@ class OtherStack {
     void* kept_ = nullptr;
     const void* lowest_ = nullptr;
     std::size_t size_ = 0;
-#elif defined(__SANITIZE_THREAD__)
+#elif defined(VLISP_THREAD_SANITIZER)
     [[gnu::always_inline]] void leave() {
         left_ = __tsan_get_current_fiber();
         fiber_ = __tsan_create_fiber(0);
@@ -337,10 +344,6 @@ void withStack(std::size_t stackBytes, const std::function<void()>& work) {
     throw std::system_error(ENOMEM, std::generic_category(), "cannot have a stack");
 }
 
-void postToMainWindow(WindowHandle window, unsigned message, const void* record) {
-    if (window != nullptr) window->post(message, record);
-}
-
 PathParts splitPath(std::u16string_view path) {
     PathParts parts;
     const std::size_t slash = path.rfind(u'/');
@@ -352,20 +355,6 @@ PathParts splitPath(std::u16string_view path) {
     parts.name = path.substr(0, dot);
     if (dot != std::u16string_view::npos) parts.extension = path.substr(dot);
     return parts;
-}
-
-void warn(WindowHandle window, const char16_t* text) {
-    if (window != nullptr) return window->warn(text);
-    std::cerr << toUtf8(text) << '\n';
-}
-
-std::u16string chooseFile(WindowHandle window, const FileDialog& dialog) {
-    constexpr std::size_t longestPath = 100'000;
-    std::u16string path(longestPath, u'\0');
-    if (window == nullptr || !window->chooseFile(dialog, path.data(), longestPath)) return {};
-    path.back() = 0;
-    path.resize(path.find(u'\0'));
-    return path;
 }
 
 namespace {
@@ -380,17 +369,16 @@ std::string editorCommand() {
 
 }  // namespace
 
-void openInEditor(WindowHandle window, const std::u16string& path) {
+void startEditor(const std::u16string& path, bool isWaitedFor) {
     const std::string command = editorCommand() + (path.empty() ? "" : " \"$1\"");
     std::string file = toUtf8(path);
     if (file.starts_with('-')) file.insert(0, "./");  // or the editor would take it for an option
-    const bool sharesTerminal = window != nullptr && window->usesTerminal();
     const pid_t child = ::fork();
     if (child == 0) {
         // Unless it is waited for, the editor is nobody's child but the system's, and leaves none.
-        if (!sharesTerminal && ::fork() != 0) ::_exit(0);
+        if (!isWaitedFor && ::fork() != 0) ::_exit(0);
         // Nor does it read what is meant for the program.
-        if (const int nothing = sharesTerminal ? -1 : ::open("/dev/null", O_RDONLY); nothing >= 0)
+        if (const int nothing = isWaitedFor ? -1 : ::open("/dev/null", O_RDONLY); nothing >= 0)
             ::dup2(nothing, STDIN_FILENO);
         ::execl("/bin/sh", "sh", "-c", command.c_str(), "sh", file.c_str(),
                 static_cast<char*>(nullptr));

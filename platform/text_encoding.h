@@ -11,6 +11,8 @@
 
 namespace vlisp::platform {
 
+class SystemCodePage;
+
 /// A code page whose characters take one byte or two. The bytes below 0x80 are ASCII in every one,
 /// also where the system's table gives a few of them another sign (Arabic 864, Korean 1361).
 /// Immutable: any thread.
@@ -59,9 +61,9 @@ class CodePage {
     CodePage& operator=(const CodePage&) = delete;
 
   private:
-    explicit CodePage(const char* systemName);
-    void readTables(const char* systemName);
-    void fillReverse(const char* systemName);
+    explicit CodePage(const SystemCodePage& system);
+    void readTables(const SystemCodePage& system);
+    void fillReverse(const SystemCodePage& system);
 
     static constexpr std::size_t firstHigh = 0x80;  // the bytes from here on are the page's own
     static constexpr std::size_t pairIndex(std::uint8_t first, char second) noexcept {

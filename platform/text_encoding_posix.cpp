@@ -1,11 +1,8 @@
-// Code pages through iconv. See text_encoding.h.
-#include "platform/text_encoding.h"
+// Code pages through iconv. See system_code_page.h.
+#include "platform/system_code_page.h"
 
 #include <cerrno>
 #include <iconv.h>
-#include <iterator>
-#include <memory>
-#include <mutex>
 
 namespace vlisp::platform {
 namespace {
@@ -87,93 +84,47 @@ class Conversion {
 
 constexpr char utf16[] = "UTF-16LE";
 
-constexpr bool isSurrogate(char16_t unit) { return unit >= 0xd800 && unit < 0xe000; }
-
-// The unit that a conversion gave, or 0. No byte above ASCII may stand for ASCII: what is a
-// backslash or a digit must be seen in the bytes.
-char16_t unitOf(const Conversion::Result& result) {
-    if (result.length != 2) return 0;
-    const auto low = static_cast<std::uint8_t>(result.bytes[0]);
-    const auto high = static_cast<std::uint8_t>(result.bytes[1]);
-    const auto unit = static_cast<char16_t>(low | high << 8);
-    return unit < 0x80 || isSurrogate(unit) ? char16_t{0} : unit;
+// The best name that this system knows for a page, or null.
+const char* nameOf(int number) {
+    for (const NamedPage& named : namedPages) {
+        if (named.number != number) continue;
+        for (const char* name : named.names)
+            if (name != nullptr && Conversion(utf16, name).isOpen()) return name;
+    }
+    return nullptr;
 }
-
-constexpr char16_t undecoded(std::size_t byte) { return static_cast<char16_t>(0xdc00 + byte); }
 
 }  // namespace
 
-CodePage::CodePage(const char* systemName) : reverse_(0x10000) {
-    for (std::size_t byte = 0; byte < singles_.size(); ++byte)
-        singles_[byte] = byte < firstHigh ? static_cast<char16_t>(byte) : undecoded(byte);
-    if (systemName != nullptr) readTables(systemName);
-    fillReverse(systemName);
+struct SystemCodePage::State {
+    explicit State(const char* name) : decoder(utf16, name), encoder(name, utf16) {}
+
+    Conversion decoder;
+    Conversion encoder;
+};
+
+SystemCodePage::SystemCodePage(int number) {
+    if (const char* name = nameOf(number); name != nullptr) state_ = std::make_unique<State>(name);
 }
 
-void CodePage::readTables(const char* systemName) {
-    const Conversion decoder(utf16, systemName);
-    if (!decoder.isOpen()) return;
-    for (std::size_t first = firstHigh; first < singles_.size(); ++first) {
-        std::array<char, 2> bytes{static_cast<char>(first)};
-        const Conversion::Result single = decoder.convert({bytes.data(), 1});
-        if (const char16_t unit = unitOf(single); unit != 0) singles_[first] = unit;
-        if (!single.incomplete) continue;
-        pairs_.resize(firstHigh * 256);
-        for (int second = 1; second < 256; ++second) {
-            bytes[1] = static_cast<char>(second);
-            pairs_[pairIndex(static_cast<std::uint8_t>(first), bytes[1])] =
-                unitOf(decoder.convert({bytes.data(), 2}));
-        }
-    }
+SystemCodePage::~SystemCodePage() = default;
+
+bool SystemCodePage::isKnown() const noexcept { return state_ != nullptr; }
+
+SystemCodePage::Decoded SystemCodePage::decode(std::string_view bytes) const {
+    const Conversion::Result result = state_->decoder.convert(bytes);
+    if (result.length != 2) return {0, result.incomplete};
+    const auto low = static_cast<std::uint8_t>(result.bytes[0]);
+    const auto high = static_cast<std::uint8_t>(result.bytes[1]);
+    return {static_cast<char16_t>(low | high << 8), false};
 }
 
-// Where several bytes stand for one character, the system's choice is written.
-void CodePage::fillReverse(const char* systemName) {
-    const Conversion encoder(systemName != nullptr ? systemName : "US-ASCII", utf16);
-    const auto add = [&](char16_t unit, std::size_t first, std::size_t second) {
-        const auto bytes = static_cast<std::uint16_t>(first | second << 8);
-        std::uint16_t& entry = reverse_[unit];
-        if (entry != 0 && encoder.isOpen()) {
-            const std::array<char, 2> wanted{static_cast<char>(unit & 0xff),
-                                             static_cast<char>(unit >> 8)};
-            const auto chosen = encoder.convert({wanted.data(), 2});
-            const auto low = static_cast<std::uint8_t>(chosen.bytes[0]);
-            const auto high = static_cast<std::uint8_t>(chosen.bytes[1]);
-            if ((low | high << 8) != bytes) return;
-        }
-        entry = bytes;
-    };
-    for (std::size_t first = 1; first < singles_.size(); ++first) add(singles_[first], first, 0);
-    for (std::size_t i = 0; i < pairs_.size(); ++i)
-        if (pairs_[i] != 0) add(pairs_[i], firstHigh + i / 256, i % 256);
-}
-
-CodePage::Encoded CodePage::encode(char16_t unit) const noexcept {
-    if (unit == 0) return {{}, 1};
-    const std::uint16_t bytes = reverse_[unit];
-    const auto length = static_cast<std::uint8_t>(bytes == 0 ? 0 : bytes < 0x100 ? 1 : 2);
-    return {{static_cast<char>(bytes & 0xff), static_cast<char>(bytes >> 8)}, length};
-}
-
-const CodePage* CodePage::find(int number) {
-    struct Slot {
-        std::once_flag once;
-        std::unique_ptr<const CodePage> page;
-    };
-    static std::array<Slot, std::size(namedPages)> slots;
-    for (std::size_t i = 0; i < slots.size(); ++i) {
-        const NamedPage& named = namedPages[i];
-        if (named.number != number) continue;
-        std::call_once(slots[i].once, [&] {
-            const char* known = nullptr;
-            for (const char* name : named.names)
-                if (known == nullptr && name != nullptr && Conversion(utf16, name).isOpen())
-                    known = name;
-            slots[i].page.reset(new CodePage(known));
-        });
-        return slots[i].page.get();
-    }
-    return nullptr;
+std::uint16_t SystemCodePage::encode(char16_t unit) const {
+    const std::array<char, 2> wanted{static_cast<char>(unit & 0xff), static_cast<char>(unit >> 8)};
+    const Conversion::Result result = state_->encoder.convert({wanted.data(), 2});
+    const auto low = static_cast<std::uint8_t>(result.bytes[0]);
+    const auto high = static_cast<std::uint8_t>(result.bytes[1]);
+    return static_cast<std::uint16_t>(low | high << 8);
 }
 
 }  // namespace vlisp::platform

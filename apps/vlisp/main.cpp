@@ -3,14 +3,13 @@
 // Tests: tests/cli/.
 #include "apps/vlisp/commands.h"
 #include "apps/vlisp/console.h"
+#include "apps/vlisp/input.h"
 #include "core/session.h"
 #include "platform/system.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <fcntl.h>
 #include <functional>
-#include <unistd.h>
 
 namespace {
 
@@ -314,8 +313,7 @@ bool takesFile(const std::string& word) {
     return word == "--input" || word == "--drawing" || word == "--save" || word == "--plot";
 }
 
-Words marked(int argc, char** argv) {
-    Words words(argv + 1, argv + argc);
+Words marked(Words words) {
     const auto command = std::ranges::find_if(
         words, [](const std::string& word) { return word == "--" || !word.starts_with('-'); });
     if (command == words.end() || (*command != "eval" && *command != "check")) return words;
@@ -334,33 +332,23 @@ void unmark(Words& texts) {
         if (text.starts_with(literalMark)) text.erase(0, 1);
 }
 
-// A descriptor that the caller closed would be given to the next file that is opened.
-void openStandardDescriptors() {
-    int descriptor = 0;
-    while (descriptor <= STDERR_FILENO) {
-        descriptor = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
-        if (descriptor < 0) return;
-    }
-    ::close(descriptor);
-}
-
 int dispatch(const CLI::App& app, const Arguments& arguments) {
     // Not the parser's own list of them, which lacks the one behind a "--".
     const auto wasCalled = [](const CLI::App* command) { return command->parsed(); };
     for (const CLI::App* called : app.get_subcommands(wasCalled))
         for (const Command& row : commands)
             if (called->get_name() == row.name) return row.run(arguments);
-    return isatty(STDIN_FILENO) != 0 ? promptForTexts() : evalTexts({});
+    return isTerminal(standardInput) ? promptForTexts() : evalTexts({});
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     vlisp::platform::shareOneHeap();
-    openStandardDescriptors();
+    prepareStreams();
     CLI::App app(programDescription, "vlisp");
     Arguments arguments;
-    Words words = marked(argc, argv);
+    Words words = marked(wordsOfCommandLine(argc, argv));
     describeFor(words, app, arguments);
     try {
         std::reverse(words.begin(), words.end());  // the order in which the parser takes them

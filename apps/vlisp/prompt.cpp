@@ -1,7 +1,8 @@
 // vlisp alone in a terminal: the command line. See commands.h.
-// Tests: tests/cli/prompt_test.cpp (through a pseudo-terminal).
+// Tests: tests/cli/prompt_posix_test.cpp (through a pseudo-terminal).
 #include "apps/vlisp/commands.h"
 #include "apps/vlisp/console.h"
+#include "apps/vlisp/signals.h"
 #include "apps/vlisp/terminal.h"
 #include "apps/vlisp/typed_line.h"
 #include "core/evaluator.h"
@@ -9,7 +10,6 @@
 #include "platform/text.h"
 
 #include <clocale>
-#include <csignal>
 #include <iostream>
 #include <set>
 
@@ -20,20 +20,6 @@ using refhost::ReferenceHost;
 
 constexpr char16_t commandPrompt[] = u"Command: ";
 constexpr char16_t continuedPrompt[] = u"    ...> ";
-
-volatile std::sig_atomic_t busy = 0;
-volatile std::sig_atomic_t ended = 0;  // the signal that ends the program
-
-// Ctrl-C ends what is evaluated, or the line or the command that waits, and nothing more.
-void onInterrupt(int /*signal*/) {
-    if (busy != 0) interruption::request(interruption::Reason::cancelled);
-}
-
-// The terminal is put back in order before the program goes.
-void onEnd(int signal) {
-    ended = signal;
-    interruption::request(interruption::Reason::cancelled);
-}
 
 void addLispNames(std::set<std::string>& names) {
     for (const Environment::Binding& binding : GlobalEnvironment().bindings())
@@ -80,7 +66,7 @@ class CommandPrompt {
 
     void run() {
         TypedText typed(lisp_.host());
-        while (!lisp_.host().quits() && ended == 0) {
+        while (!lisp_.host().quits() && endingSignal() == 0) {
             std::u16string line;
             const auto outcome = terminal_.read(prompt(!typed.isEmpty()), false, line);
             if (outcome == refhost::Answers::Outcome::end) break;
@@ -105,9 +91,9 @@ class CommandPrompt {
     }
 
     void type(const std::u16string& line) {
-        busy = 1;
+        setBusy(true);
         std::u16string error = typeLine(lisp_, line);
-        busy = 0;
+        setBusy(false);
         interruption::take();  // a Ctrl-C that came too late is not for the next line
         while (error.ends_with(u'\n')) error.pop_back();
         if (!error.empty()) writeLine(error);
@@ -121,18 +107,13 @@ class CommandPrompt {
 
 int promptForTexts() {
     std::setlocale(LC_CTYPE, "");  // for the line editor; the interpreter knows no locale
-    struct sigaction action {};
-    action.sa_handler = onInterrupt;
-    sigaction(SIGINT, &action, nullptr);  // without SA_RESTART: reading a line is interrupted
-    action.sa_handler = onEnd;
-    sigaction(SIGTERM, &action, nullptr);
-    sigaction(SIGHUP, &action, nullptr);
+    watchSignalsOfPrompt();
     std::cout
         << "Velmora LISP. ( and ! begin LISP, everything else is a command; HELP lists them.\n"
            "Tab completes names, Ctrl-C cancels, Ctrl-D or QUIT ends.\n";
     CommandPrompt().run();
     std::cout << '\n';
-    return ended != 0 ? exitSignal + ended : exitCodeOfOutput(exitOk);
+    return endingSignal() != 0 ? exitSignal + endingSignal() : exitCodeOfOutput(exitOk);
 }
 
 }  // namespace vlisp::app

@@ -2,15 +2,11 @@
 #include "apps/vlisp/script_answers.h"
 
 #include "apps/vlisp/console.h"
+#include "apps/vlisp/input.h"
 #include "apps/vlisp/signals.h"
 #include "platform/text.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <utility>
 
 namespace vlisp::app {
 namespace {
@@ -29,10 +25,10 @@ refhost::Answers::Outcome take(LineSource& lines, std::u16string& line) {
 }  // namespace
 
 LineSource::~LineSource() {
-    if (descriptor_ != STDIN_FILENO) ::close(descriptor_);
+    if (descriptor_ != standardInput) closeInput(descriptor_);
 }
 
-bool LineSource::isTerminal() const noexcept { return ::isatty(descriptor_) != 0; }
+bool LineSource::isTerminal() const noexcept { return app::isTerminal(descriptor_); }
 
 // Takes a line off what has been read; the last one may lack its end.
 bool LineSource::takeLine(std::string& line) {
@@ -47,33 +43,20 @@ bool LineSource::takeLine(std::string& line) {
 
 LineSource::Outcome LineSource::next(std::string& line) {
     for (;;) {
-        // Both are waited for, so that a signal just before the reading is not missed.
-        pollfd ready[] = {{descriptor_, POLLIN, 0}, {signalDescriptor(), POLLIN, 0}};
-        const bool waits = read_.find('\n', begin_) == std::string::npos && !ended_;
-        if (::poll(ready, 2, waits ? -1 : 0) < 0 && errno != EINTR) return Outcome::end;
-        if (ready[1].revents != 0) return Outcome::interrupted;
+        if (signalled()) return Outcome::interrupted;
         if (takeLine(line)) return Outcome::line;
         if (ended_) return Outcome::end;
-        if (ready[0].revents == 0) continue;
         read_.erase(0, std::exchange(begin_, 0));
-        char block[65536];
-        const ssize_t count = ::read(descriptor_, block, sizeof block);
-        if (count > 0) read_.append(block, static_cast<std::size_t>(count));
-        else if (count == 0 || errno != EINTR) ended_ = true;
+        if (!readInput(descriptor_, read_)) ended_ = true;
     }
 }
 
 std::unique_ptr<LineSource> openLines(const std::string& path) {
-    if (path == "-") return std::make_unique<LineSource>(STDIN_FILENO);
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    int problem = descriptor < 0 ? errno : 0;
-    struct stat status {};
-    if (problem == 0 && ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
-        ::close(descriptor);
-        problem = EISDIR;
-    }
-    if (problem == 0) return std::make_unique<LineSource>(descriptor);
-    writeError("vlisp: cannot read '" + path + "': " + std::strerror(problem));
+    if (path == "-") return std::make_unique<LineSource>(standardInput);
+    std::string reason;
+    const int descriptor = openInput(path, reason);
+    if (descriptor >= 0) return std::make_unique<LineSource>(descriptor);
+    writeError("vlisp: cannot read '" + path + "': " + reason);
     return nullptr;
 }
 

@@ -1,5 +1,6 @@
 // Signals that end the program: they end the evaluation first.
-// Tests: tests/cli/signals_test.cpp.
+// One source per system.
+// Tests: tests/cli/signals_posix_test.cpp, tests/cli/prompt_posix_test.cpp.
 #pragma once
 
 namespace vlisp::app {
@@ -11,10 +12,23 @@ void cancelOnSignals();
 /// Whether a signal came.
 bool signalled() noexcept;
 
-/// Readable from the first signal on; -1 before cancelOnSignals().
-int signalDescriptor() noexcept;
+/// Waits until `descriptor` can be read; false when a signal came instead, or when it never can be.
+bool waitForInput(int descriptor) noexcept;
+
+/// Waits until a signal that is on its way has been told, but not for ever.
+void waitForSignal() noexcept;
 
 /// `code`, or 128 and its number when a signal came.
 int exitCodeOfSignals(int code);
+
+/// For a command line: from now on SIGINT cancels what is evaluated, or the line or the command that
+/// waits, and nothing more; SIGTERM and SIGHUP end the program in order.
+void watchSignalsOfPrompt();
+
+/// Tells whether something is evaluated that SIGINT is to cancel.
+void setBusy(bool busy) noexcept;
+
+/// The signal that is to end the command line; 0 for none.
+int endingSignal() noexcept;
 
 }  // namespace vlisp::app

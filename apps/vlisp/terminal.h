@@ -1,13 +1,13 @@
 // The terminal: reads lines with history, editing and completion.
-// One idea: the line editor is the library's; what it completes is what can be typed here and now.
-// Tests: tests/cli/prompt_test.cpp.
+// One idea: the line editor is the library's, or the system's own; what it completes is what can be typed
+// here and now. One source per system.
+// Tests: tests/cli/prompt_posix_test.cpp.
 #pragma once
 
 #include "apps/vlisp/console.h"
 #include "refhost/console/answers.h"
 
 #include <functional>
-#include <histedit.h>
 #include <memory>
 #include <set>
 #include <string>
@@ -16,8 +16,10 @@ namespace vlisp::app {
 
 class Terminal final : public refhost::Answers {
   public:
+    using Names = std::function<std::set<std::string>(std::string_view)>;
+
     /// `names` gives what can be completed, for the line up to the name.
-    explicit Terminal(std::function<std::set<std::string>(std::string_view)> names);
+    explicit Terminal(Names names);
     ~Terminal() override;
 
     /// Reads a line; UTF-8 on the terminal, UTF-16 inside.
@@ -28,17 +30,9 @@ class Terminal final : public refhost::Answers {
     /// Keeps a line in the history, at once: a run that ends badly loses nothing.
     void remember(const std::string& line);
 
-    /// Completes the name before the cursor (the Tab key).
-    unsigned char complete();
-
   private:
-    static char* promptOf(EditLine* editor);
-
-    std::function<std::set<std::string>(std::string_view)> names_;
-    std::unique_ptr<EditLine, void (*)(EditLine*)> editor_;
-    std::unique_ptr<History, void (*)(History*)> history_;
-    std::string file_;
-    std::string prompt_;
+    struct Editor;
+    std::unique_ptr<Editor> editor_;
 };
 
 }  // namespace vlisp::app

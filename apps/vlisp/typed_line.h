@@ -1,5 +1,5 @@
 // A line typed at the command line: LISP, a command, or the answer to a question.
-// Tests: tests/cli/script.session, tests/cli/prompt_test.cpp.
+// Tests: tests/cli/script.session, tests/cli/prompt_posix_test.cpp.
 #pragma once
 
 #include "apps/vlisp/console.h"

@@ -85,24 +85,21 @@ ReferenceHost& ReferenceHost::current() noexcept {
 // --- Variables that the host computes ---
 
 void ReferenceHost::provideVariables() {
-    using std::chrono::system_clock;
-    const auto localTime = [] {
-        const std::time_t now = system_clock::to_time_t(system_clock::now());
-        std::tm parts{};
-        ::localtime_r(&now, &parts);
-        return parts;
-    };
     Variables& variables = drawing.variables;
     // Julian day and fraction, local time: the day count of 1970-01-01 is 2440588 (it begins at
     // midnight here, as drawings have it).
-    variables.provide(u"DATE", [localTime]() -> VariableValue {
-        std::tm parts = localTime();
-        const double seconds = static_cast<double>(::timegm(&parts));
+    variables.provide(u"DATE", []() -> VariableValue {
+        const std::tm parts = platform::localTime();
+        using namespace std::chrono;
+        const sys_days day = year(parts.tm_year + 1900) / (parts.tm_mon + 1) / parts.tm_mday;
+        const auto seconds =
+            static_cast<double>(day.time_since_epoch().count() * 86400LL + parts.tm_hour * 3600 +
+                                parts.tm_min * 60 + parts.tm_sec);
         return 2440588 + seconds / 86400;
     });
     // The same as digits: YYYYMMDD.HHMMSS.
-    variables.provide(u"CDATE", [localTime]() -> VariableValue {
-        const std::tm parts = localTime();
+    variables.provide(u"CDATE", []() -> VariableValue {
+        const std::tm parts = platform::localTime();
         return (parts.tm_year + 1900) * 1e4 + (parts.tm_mon + 1) * 1e2 + parts.tm_mday +
                parts.tm_hour / 1e2 + parts.tm_min / 1e4 + parts.tm_sec / 1e6;
     });

@@ -19,6 +19,16 @@ std::u16string_view viewOf(const VmDbString& text) noexcept {
     return {text.units(), text.length()};
 }
 
+// The table's fields are read through an object that may be changed; nothing is written here.
+double numberOf(const VmDbObject& object, const EntityField& field) {
+    return *hostNumber(const_cast<VmDbObject*>(&object), field.number);
+}
+
+std::u16string_view textOf(const VmDbObject& object, const EntityField& field) {
+    const HostText text = hostText(const_cast<VmDbObject*>(&object), field.string);
+    return {text.units, text.length};
+}
+
 // The same number, or both none.
 bool same(double a, double b) noexcept { return a == b || (std::isnan(a) && std::isnan(b)); }
 
@@ -178,17 +188,17 @@ class EntityEditor {
         insert(placeFor(record, code, order), std::move(bytes));
     }
 
-    void setText(const Record& record, int code, const VmDbString& old, const VmDbString& text,
+    void setText(const Record& record, int code, std::u16string_view old, std::u16string_view text,
                  std::span<const int> order) {
-        if (viewOf(old) == viewOf(text)) return;
+        if (old == text) return;
         // Of several layers the first is the entity's own; of several texts the last one counts.
         const std::size_t at = code == 8 ? record.find(code) : record.findLast(code);
         if (at != Record::npos) {
             const Pair& pair = record.pairs[at];
-            return replaceValue(pair, source_.codec.encode(viewOf(text), value(pair).raw()));
+            return replaceValue(pair, source_.codec.encode(text, value(pair).raw()));
         }
         std::string bytes;
-        appendText(bytes, style_, code, source_.codec.encode(viewOf(text)));
+        appendText(bytes, style_, code, source_.codec.encode(text));
         insert(placeFor(record, code, order), std::move(bytes));
     }
 
@@ -205,7 +215,7 @@ class EntityEditor {
     void editCommon() {
         if (before_.colour != after_.colour) checkColour(after_);
         if (before_.lineweight != after_.lineweight) checkLineweight(after_);
-        setText(record_, 8, before_.layerName, after_.layerName, commonOrder);
+        setText(record_, 8, viewOf(before_.layerName), viewOf(after_.layerName), commonOrder);
         setInteger(record_, 62, before_.colour, after_.colour, commonOrder);
         // A true colour would go on hiding the new one.
         if (before_.colour != after_.colour)
@@ -229,13 +239,10 @@ class EntityEditor {
             return editPolyline(static_cast<const VmDb2DPolyline&>(before_),
                                 static_cast<const VmDb2DPolyline&>(after_));
         editPoints(kind, order);
-        // The table's functions read the members too; nothing is written through them here.
-        auto& before = const_cast<VmDbObject&>(before_);
-        auto& after = const_cast<VmDbObject&>(after_);
         for (const EntityField& field : kind.fields) {
-            if (field.number != nullptr) {
-                const double old = field.number(before);
-                double number = field.number(after);
+            if (field.number != HostNumber::none) {
+                const double old = numberOf(before_, field);
+                double number = numberOf(after_, field);
                 if (same(old, number)) continue;
                 // An angle that was told in radians and given back may differ in its last digits.
                 constexpr double noise = 8 * std::numeric_limits<double>::epsilon();
@@ -249,9 +256,9 @@ class EntityEditor {
                     putReal(record_, field.code, number, order);
                 }
             } else if (field.kind == FieldKind::text && kind.typeCode == vmDbMText) {
-                editLongText(field.string(before), field.string(after), order);
-            } else if (field.string != nullptr) {
-                setText(record_, field.code, field.string(before), field.string(after), order);
+                editLongText(textOf(before_, field), textOf(after_, field), order);
+            } else if (field.string != HostString::none) {
+                setText(record_, field.code, textOf(before_, field), textOf(after_, field), order);
             }
         }
     }
@@ -379,8 +386,9 @@ class EntityEditor {
         }
     }
 
-    void editLongText(const VmDbString& old, const VmDbString& text, std::span<const int> order) {
-        if (viewOf(old) == viewOf(text)) return;
+    void editLongText(std::u16string_view old, std::u16string_view text,
+                      std::span<const int> order) {
+        if (old == text) return;
         std::vector<const Pair*> pairs;
         std::string raw;
         for (std::size_t i = 1; i < record_.own; ++i) {
@@ -389,7 +397,7 @@ class EntityEditor {
             pairs.push_back(&pair);
             raw += value(pair).raw();
         }
-        const std::vector<std::string> chunks = chunksOf(source_.codec, viewOf(text), raw);
+        const std::vector<std::string> chunks = chunksOf(source_.codec, text, raw);
         // Parts that are as they were stay.
         if (pairs.size() == chunks.size() && (pairs.empty() || pairs.back()->code == 1)) {
             for (std::size_t i = 0; i < chunks.size(); ++i)
@@ -631,8 +639,6 @@ class EntityBuilder {
     }
 
     void fields(const EntityKind& kind) {
-        // The table's functions read the members too; nothing is written through them here.
-        auto& object = const_cast<VmDbObject&>(object_);
         bool pointDone = false;
         const auto origin = [&] {
             if (std::exchange(pointDone, true)) return;
@@ -660,10 +666,10 @@ class EntityBuilder {
             case FieldKind::closed: closed(kind); break;
             case FieldKind::vertices: vertices(); break;
             case FieldKind::real:
-            case FieldKind::degrees: number(kind, field, field.number(object)); break;
-            case FieldKind::text: contents(kind, field.string(object)); break;
+            case FieldKind::degrees: number(kind, field, numberOf(object_, field)); break;
+            case FieldKind::text: contents(kind, textOf(object_, field)); break;
             case FieldKind::blockName:
-                text(field.code, target_.source.codec.encode(viewOf(field.string(object))));
+                text(field.code, target_.source.codec.encode(textOf(object_, field)));
                 break;
             }
         }
@@ -702,13 +708,13 @@ class EntityBuilder {
         begin("SEQEND", newHandle(), handle_);
     }
 
-    void contents(const EntityKind& kind, const VmDbString& string) {
+    void contents(const EntityKind& kind, std::u16string_view string) {
         if (kind.typeCode == vmDbText) {
-            text(1, target_.source.codec.encode(viewOf(string)));
+            text(1, target_.source.codec.encode(string));
             return;
         }
         integer(71, 1);  // attached at the top left
-        const auto chunks = chunksOf(target_.source.codec, viewOf(string), {});
+        const auto chunks = chunksOf(target_.source.codec, string, {});
         for (const std::string& chunk : chunks) text(&chunk == &chunks.back() ? 1 : 3, chunk);
     }
 

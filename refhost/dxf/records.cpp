@@ -208,12 +208,12 @@ class EntityReader {
     void readField(const EntityKind& kind, VmDbObject& object, const Pair& pair) {
         for (const EntityField& field : kind.fields) {
             if (field.code != pair.code) continue;
-            if (field.number != nullptr) {
+            if (field.number != HostNumber::none) {
                 const double number = real(pair);
-                field.number(object) =
+                *hostNumber(&object, field.number) =
                     field.fileUnit == FileUnit::degrees ? number * pi / 180 : number;
             } else if (field.kind == FieldKind::blockName) {
-                assign(field.string(object), source_.text(pair));
+                assign(static_cast<VmDbBlockRef&>(object).blockName, source_.text(pair));
             }
             return;
         }

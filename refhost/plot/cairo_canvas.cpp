@@ -1,6 +1,6 @@
 // The module that draws PDFs and PNGs. See canvas.h.
 // One idea: a thin skin over the libraries, which keeps no thought about drawings.
-// Tests: tests/plot/canvas_picture_test.cpp.
+// Tests: tests/plot/canvas_picture_posix_test.cpp.
 #include "refhost/plot/canvas.h"
 
 #include <cstddef>

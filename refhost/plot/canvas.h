@@ -2,7 +2,7 @@
 // One idea: the libraries that draw are many and slow to load, so they lie behind a module that is
 // loaded with the first such picture. What crosses the boundary is numbers, bytes and virtual
 // functions: no object of the standard library and no exception.
-// Tests: tests/plot/canvas_picture_test.cpp.
+// Tests: tests/plot/canvas_picture_posix_test.cpp.
 #pragma once
 
 #include "refhost/model/geometry.h"

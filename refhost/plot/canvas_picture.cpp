@@ -1,5 +1,5 @@
 // A picture of a drawing as PDF or PNG. See canvas_picture.h.
-// Tests: tests/plot/canvas_picture_test.cpp.
+// Tests: tests/plot/canvas_picture_posix_test.cpp.
 #include "refhost/plot/canvas_picture.h"
 
 #include "platform/system.h"
@@ -186,6 +186,10 @@ std::string modulePath() {
 }
 
 OpenCanvas* loadModule(std::string& error) {
+    if (std::string_view(VLISP_PICTURES_MODULE).empty()) {
+        error = "this build of vlisp draws SVG, neither PDF nor PNG";
+        return nullptr;
+    }
     std::string reason;
     const auto open = platform::functionOfModule(modulePath(), openCanvasName, reason);
     if (open == nullptr) error = "the part of vlisp that draws PDF and PNG is missing: " + reason;

@@ -1,6 +1,6 @@
 // A picture of a drawing as PDF or PNG.
 // One idea: both are one painter on two canvases; blocks are drawn object by object, in bounds.
-// Tests: tests/plot/canvas_picture_test.cpp.
+// Tests: tests/plot/canvas_picture_posix_test.cpp.
 #pragma once
 
 #include "refhost/plot/page.h"

@@ -1,5 +1,5 @@
 // From the drawing's objects to what is drawn on paper. See painter.h.
-// Tests: tests/plot/svg_test.cpp, tests/plot/canvas_picture_test.cpp.
+// Tests: tests/plot/svg_test.cpp, tests/plot/canvas_picture_posix_test.cpp.
 #include "refhost/plot/painter.h"
 
 #include "builtins/wildcard.h"

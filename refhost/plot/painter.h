@@ -1,7 +1,7 @@
 // From the drawing's objects to strokes, fills, texts and blocks on paper.
 // One idea: everything is handed over in millimetres of paper as soon as it is known, so that what
 // is drawn is never kept; what is outside the picture, or could break it, is cut off on the way.
-// Tests: tests/plot/svg_test.cpp, tests/plot/canvas_picture_test.cpp.
+// Tests: tests/plot/svg_test.cpp, tests/plot/canvas_picture_posix_test.cpp.
 #pragma once
 
 #include "refhost/model/drawing.h"

@@ -42,6 +42,7 @@ class Evaluator : public ::testing::Test {
   protected:
     Evaluator() {
         logged.clear();
+        EntityNameBase = 0;
         setCommandPort(&commands);
         global->Bind(intern(u"nil"), FalseCell);
         global->Bind(intern(u"T"), TrueCell);

@@ -607,7 +607,9 @@ TEST(RealAtFront, AgreesWithTheLibrary) {
         std::string number;
         for (std::size_t length = random() % 14; length > 0; --length)
             number += units[random() % units.size()];
-        const double expected = std::strtod(number.c_str(), nullptr);
+        char* end = nullptr;
+        double expected = std::strtod(number.c_str(), &end);
+        if (end == number.c_str()) expected = 0;  // some libraries give -0 for no number
         const double value = realAtFront(fromUtf8(number));
         ASSERT_EQ(value, expected) << '"' << number << "\", seed " << seed;
         ASSERT_EQ(std::signbit(value), std::signbit(expected)) << '"' << number << '"';

@@ -63,9 +63,9 @@ class Session : public ::testing::Test {
     ~Session() override { std::filesystem::remove_all(folder); }
 
     std::u16string file(const std::string& name, std::string_view bytes) {
-        const std::filesystem::path path = folder / name;
+        const std::filesystem::path path = folder / fromUtf8(name);
         std::ofstream(path, std::ios::binary) << bytes;
-        return fromUtf8(path.string());
+        return path.u16string();
     }
     std::string eval(std::string_view text) {
         std::u16string buffer = fromUtf8(text);

@@ -12,55 +12,20 @@
 #include "host/module.h"
 #include "host/output.h"
 #include "platform/text.h"
+#include "tests/host/bounds_test.h"
 #include "tests/support/recording_host.h"
 #include "tests/support/temporary_folder.h"
 
 #include <algorithm>
-#include <chrono>
 #include <gtest/gtest.h>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace vlisp {
 namespace {
 
+using namespace test;
 using platform::toUtf8;
-using test::RecordingHost;
-using test::reply;
-
-std::u16string units(std::size_t count, char16_t unit = u'a') {
-    return std::u16string(count, unit);
-}
-
-// A text too long for `room` units, with a surrogate pair astride the limit; cut, it is
-// units(room - 1).
-std::u16string astride(std::size_t room) { return units(room - 1) + u"\U0001F600 and more"; }
-
-// A text too long for `room` units, whose pair just fits; cut, it is fitting(room).
-std::u16string fitting(std::size_t room) { return units(room - 2) + u"\U0001F600"; }
-std::u16string beyond(std::size_t room) { return fitting(room) + u"\U0001F600 and more"; }
-
-// `text` as an argument or an answer that goes into a buffer, and what is left of it.
-struct Case {
-    std::u16string text;
-    std::u16string kept;
-};
-std::vector<Case> casesOf(std::size_t room) {
-    return {
-        {astride(room), units(room - 1)}, {beyond(room), fitting(room)},
-        {fitting(room), fitting(room)},   {units(room), units(room)},
-        {units(room + 1), units(room)},   {units(20'000), units(room)},
-    };
-}
-
-testing::AssertionResult areEqual(std::u16string_view actual, std::u16string_view expected) {
-    if (actual == expected) return testing::AssertionSuccess();
-    return testing::AssertionFailure()
-           << actual.size() << " units instead of " << expected.size() << ", ending with \""
-           << toUtf8(actual.substr(actual.size() - std::min<std::size_t>(actual.size(), 20)))
-           << "\"";
-}
 
 class Bounds : public testing::Test {
   protected:
@@ -289,31 +254,6 @@ TEST_F(Bounds, ALineOfLispPoly) {
     EXPECT_EQ(lineOf(units(253, u'0') + u","), "updatePolyline 1 -1 0.000000 0.000000");
     EXPECT_EQ(lineOf(units(254, u'0') + u",1"), "DisplayMsg Error: wrong input!");
     EXPECT_EQ(lineOf(units(20'000, u'0') + u",1"), "DisplayMsg Error: wrong input!");
-}
-
-TEST_F(Bounds, AnEditedPath) {
-    const std::string seen = (folder.path() / "seen").string();
-    const auto script = folder.write("editor", "#!/bin/sh\nprintf '%s' \"$1\" >'" + seen +
-                                                   ".new'\nmv '" + seen + ".new' '" + seen + "'\n");
-    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
-    ::setenv("VISUAL", script.c_str(), 1);
-    const auto edited = [&] {
-        std::filesystem::remove(seen);
-        int step = 2;
-        editFile(step);
-        for (int i = 0; i < 6000 && !std::filesystem::exists(seen); ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        return platform::fromUtf8(test::contentsOf(seen));
-    };
-    for (const Case& each : casesOf(254)) {
-        host.inputString = each.text;
-        EXPECT_TRUE(areEqual(edited(), each.kept)) << "typed";
-        host.inputString.clear();
-        host.hasChosen = true;
-        host.chosenFile = each.text;
-        EXPECT_TRUE(areEqual(edited(), each.kept)) << "chosen";
-    }
-    ::unsetenv("VISUAL");
 }
 
 // --- 256 units: the load path and the name of a toolbar ---

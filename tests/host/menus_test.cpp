@@ -128,16 +128,23 @@ TEST_F(Menus, SectionHeadersAreLookedAtInUpperCaseAndAtTheirFront) {
 
 // Names are taken as they are written: with blanks, as comments, as headers.
 TEST_F(Menus, EveryLineOfALispSectionIsAFileName) {
-    lispFile(" a.lsp ", "blanks");
-    lispFile(";;a.lsp", "comment");
-    lispFile("**LISP", "header");
-    lispFile("***TOOLBAR,T,b.bmp", "toolbar");
-    lispFile("\u00e9.lsp", "accent");
-    lispFile("sub/a.lsp", "folder");
+    const struct {
+        const char* name;
+        const char* word;
+    } files[] = {{" a.lsp ", "blanks"},    {";;a.lsp", "comment"},
+                 {"**LISP", "header"},     {"***TOOLBAR,T,b.bmp", "toolbar"},
+                 {"\u00e9.lsp", "accent"}, {"sub/a.lsp", "folder"}};
+    Log expected;
+    for (const auto& file : files) {
+        lispFile(file.name, file.word);
+        // Not every system lets a file have every name.
+        if (std::filesystem::exists(folder.path() / platform::fromUtf8(file.name)))
+            expected.push_back(std::string("DisplayMsg ") + file.word);
+    }
+    EXPECT_GE(expected.size(), 4U);
     EXPECT_EQ(
         load("**LISP\n a.lsp \n;;a.lsp\n**LISP\n***TOOLBAR,T,b.bmp\n\u00e9.lsp\nsub\\a.lsp\n"),
-        (Log{"DisplayMsg blanks", "DisplayMsg comment", "DisplayMsg header", "DisplayMsg toolbar",
-             "DisplayMsg accent", "DisplayMsg folder"}));
+        expected);
     EXPECT_EQ(load("**LISP\na.lsp\n"), Log{}) << "there is none without the blanks";
 }
 
@@ -219,7 +226,8 @@ TEST_F(Menus, BlanksAreDroppedBeforeBitmapAndCommandOnly) {
 }
 
 TEST_F(Menus, TheBitmapIsAllBehindTheSecondComma) {
-    EXPECT_EQ(load("***TOOLBAR,T,icons\\b,c.bmp\n"), Log{toolbar("T", "icons/b,c.bmp", "")});
+    EXPECT_EQ(load("***TOOLBAR,T,icons\\b,c.bmp\n"),
+              Log{toolbar("T", toUtf8(platform::nativePath(u"icons\\b,c.bmp")), "")});
     EXPECT_EQ(load("***TOOLBAR,T,\n"), Log{toolbar("T", "", "")});
     EXPECT_EQ(load("***TOOLBAR,,b\n"), Log{toolbar("", "b", "")});
     EXPECT_EQ(load("***TOOLBAR and more,T,b\n"), Log{toolbar("T", "b", "")});

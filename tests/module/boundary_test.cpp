@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cxxabi.h>
 #include <dlfcn.h>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <set>
@@ -209,6 +210,17 @@ TEST(Boundary, WhatTheModuleLeavesOpenIsTheBridge) {
     for (const std::string& symbol : left)
         EXPECT_TRUE(isDeclared(declared, symbol))
             << symbol << " is wanted of the host, but is not in its contract";
+}
+
+TEST(Boundary, OneSourceSpeaksTheHostsCpp) {
+    Names speaking;
+    const std::filesystem::path host = std::filesystem::path(BRIDGE_FILE).parent_path();
+    for (const std::filesystem::path& room : {host, host.parent_path() / "drawing"})
+        for (const auto& file : std::filesystem::directory_iterator(room))
+            if (contentsOf(file.path().c_str()).find("#include \"host/bridge.h\"") !=
+                std::string::npos)
+                speaking.insert(file.path().filename());
+    EXPECT_EQ(speaking, Names{"host_calls.cpp"});
 }
 
 }  // namespace

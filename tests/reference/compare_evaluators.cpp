@@ -5,49 +5,23 @@
 //     compare_evaluators --figures FROM COUNT  prints how much work the programs do
 //
 // Ends with 1 when a program differs.
-#include "core/interruption.h"
+#include "tests/reference/patience.h"
 #include "tests/reference/program_generator.h"
 #include "tests/reference/reduction.h"
 
-#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
-#include <sys/time.h>
 
 namespace {
 
 using namespace vlisp;
 using reference::Evaluator;
+using reference::Patience;
 using reference::Program;
 using reference::Transcript;
-
-// While it lives, cancels every evaluation that has taken a second of processor time: a program
-// that is being reduced may have lost what ended it.
-class Patience {
-  public:
-    Patience() {
-        struct sigaction action = {};
-        action.sa_handler = [](int) { interruption::request(interruption::Reason::cancelled); };
-        action.sa_flags = SA_RESTART;
-        sigaction(SIGVTALRM, &action, nullptr);
-        set(1);
-    }
-    Patience(const Patience&) = delete;
-    Patience& operator=(const Patience&) = delete;
-    ~Patience() {
-        set(0);
-        interruption::take();
-    }
-
-  private:
-    static void set(long seconds) {
-        const itimerval interval = {{seconds, 0}, {seconds, 0}};
-        setitimer(ITIMER_VIRTUAL, &interval, nullptr);
-    }
-};
 
 bool differsInTime(const Program& program) {
     const Patience patience;

@@ -3,11 +3,10 @@
 
 #include "platform/text.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
+#include <random>
 #include <string>
 #include <string_view>
 
@@ -16,11 +15,11 @@ namespace vlisp::test {
 class TemporaryFolder {
   public:
     TemporaryFolder() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "vlisp-test-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("no temporary folder is to be had");
-        path_ = pattern;
+        std::random_device random;
+        do {
+            path_ =
+                std::filesystem::temp_directory_path() / ("vlisp-test-" + std::to_string(random()));
+        } while (!std::filesystem::create_directory(path_));
     }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
@@ -31,11 +30,11 @@ class TemporaryFolder {
 
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
     /// The folder with its last separator.
-    [[nodiscard]] std::u16string prefix() const { return platform::fromUtf8(path_.string() + "/"); }
+    [[nodiscard]] std::u16string prefix() const { return path_.u16string() + u"/"; }
 
     /// Makes a file of these bytes; returns its path.
     std::filesystem::path write(const std::string& name, std::string_view bytes) const {
-        const std::filesystem::path file = path_ / name;
+        const std::filesystem::path file = path_ / platform::fromUtf8(name);
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary) << bytes;
         return file;

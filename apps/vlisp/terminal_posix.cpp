@@ -1,4 +1,4 @@
-// The terminal. See terminal.h.
+// The terminal on Linux and its relatives: lines are edited by libedit. See terminal.h.
 #include "apps/vlisp/terminal.h"
 
 #include "platform/text.h"
@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cwchar>
 #include <filesystem>
+#include <histedit.h>
 #include <iostream>
 
 namespace vlisp::app {
@@ -43,52 +44,71 @@ std::string commonBeginning(const std::vector<std::string>& names) {
     return common;
 }
 
-unsigned char completeName(EditLine* editor, wint_t /*key*/) {
-    Terminal* self = nullptr;
-    el_get(editor, EL_CLIENTDATA, &self);
-    return self->complete();
-}
-
 }  // namespace
 
-Terminal::Terminal(std::function<std::set<std::string>(std::string_view)> names)
-    : names_(std::move(names)), editor_(el_init("vlisp", stdin, stdout, stderr), &el_end),
-      history_(history_init(), &history_end), file_(historyFile().string()) {
-    HistEvent event;
-    history(history_.get(), &event, H_SETSIZE, 1000);
-    history(history_.get(), &event, H_SETUNIQUE, 1);
-    if (!file_.empty()) history(history_.get(), &event, H_LOAD, file_.c_str());
-    el_set(editor_.get(), EL_CLIENTDATA, this);
-    el_set(editor_.get(), EL_PROMPT, &Terminal::promptOf);
-    el_set(editor_.get(), EL_EDITOR, "emacs");
-    el_set(editor_.get(), EL_SIGNAL, 0);
-    el_set(editor_.get(), EL_HIST, history, history_.get());
-    // The wide call: the other one never frees its copies of the texts.
-    el_wset(editor_.get(), EL_ADDFN, L"complete-name", L"Complete a name", &completeName);
-    el_set(editor_.get(), EL_BIND, "\t", "complete-name", nullptr);
-    el_set(editor_.get(), EL_BIND, "^R", "em-inc-search-prev", nullptr);
-    el_set(editor_.get(), EL_BIND, "\033[3~", "ed-delete-next-char", nullptr);
-    el_set(editor_.get(), EL_BIND, "\033[H", "ed-move-to-beg", nullptr);
-    el_set(editor_.get(), EL_BIND, "\033[F", "ed-move-to-end", nullptr);
-    el_source(editor_.get(), nullptr);
+struct Terminal::Editor {
+    explicit Editor(Names namesToComplete);
+
+    Outcome read(std::u16string_view prompt, std::u16string& line);
+    void remember(const std::string& line);
+    unsigned char complete();
+
+    static Editor* of(EditLine* library);
+    static unsigned char completeName(EditLine* library, wint_t key);
+    static char* promptOf(EditLine* library);
+
+    Names names;
+    std::unique_ptr<EditLine, void (*)(EditLine*)> edited;
+    std::unique_ptr<History, void (*)(History*)> past;
+    std::string file;
+    std::string asked;
+};
+
+Terminal::Editor* Terminal::Editor::of(EditLine* library) {
+    Editor* self = nullptr;
+    el_get(library, EL_CLIENTDATA, &self);
+    return self;
 }
 
-Terminal::~Terminal() = default;
+unsigned char Terminal::Editor::completeName(EditLine* library, wint_t /*key*/) {
+    return of(library)->complete();
+}
 
-Terminal::Outcome Terminal::read(std::u16string_view prompt, bool /*continued*/,
-                                 std::u16string& line) {
-    prompt_ = platform::toUtf8(prompt);
+Terminal::Editor::Editor(Names namesToComplete)
+    : names(std::move(namesToComplete)), edited(el_init("vlisp", stdin, stdout, stderr), &el_end),
+      past(history_init(), &history_end), file(historyFile().string()) {
+    HistEvent event;
+    history(past.get(), &event, H_SETSIZE, 1000);
+    history(past.get(), &event, H_SETUNIQUE, 1);
+    if (!file.empty()) history(past.get(), &event, H_LOAD, file.c_str());
+    el_set(edited.get(), EL_CLIENTDATA, this);
+    el_set(edited.get(), EL_PROMPT, &Editor::promptOf);
+    el_set(edited.get(), EL_EDITOR, "emacs");
+    el_set(edited.get(), EL_SIGNAL, 0);
+    el_set(edited.get(), EL_HIST, history, past.get());
+    // The wide call: the other one never frees its copies of the texts.
+    el_wset(edited.get(), EL_ADDFN, L"complete-name", L"Complete a name", &Editor::completeName);
+    el_set(edited.get(), EL_BIND, "\t", "complete-name", nullptr);
+    el_set(edited.get(), EL_BIND, "^R", "em-inc-search-prev", nullptr);
+    el_set(edited.get(), EL_BIND, "\033[3~", "ed-delete-next-char", nullptr);
+    el_set(edited.get(), EL_BIND, "\033[H", "ed-move-to-beg", nullptr);
+    el_set(edited.get(), EL_BIND, "\033[F", "ed-move-to-end", nullptr);
+    el_source(edited.get(), nullptr);
+}
+
+Terminal::Outcome Terminal::Editor::read(std::u16string_view prompt, std::u16string& line) {
+    asked = platform::toUtf8(prompt);
     // A prompt of several lines would confuse the editor: only its last one is edited behind.
-    if (const std::size_t end = prompt_.find_last_of("\r\n"); end != std::string::npos) {
-        std::cout << prompt_.substr(0, end + 1) << std::flush;
-        prompt_.erase(0, end + 1);
+    if (const std::size_t end = asked.find_last_of("\r\n"); end != std::string::npos) {
+        std::cout << asked.substr(0, end + 1) << std::flush;
+        asked.erase(0, end + 1);
     }
     int count = 0;
     errno = 0;
-    const char* text = el_gets(editor_.get(), &count);
+    const char* text = el_gets(edited.get(), &count);
     if (text == nullptr || count <= 0) {
         if (count < 0 && errno == EINTR) {
-            el_reset(editor_.get());
+            el_reset(edited.get());
             std::cout << '\n';
             return Outcome::interrupted;
         }
@@ -101,19 +121,19 @@ Terminal::Outcome Terminal::read(std::u16string_view prompt, bool /*continued*/,
     return Outcome::line;
 }
 
-void Terminal::remember(const std::string& line) {
+void Terminal::Editor::remember(const std::string& line) {
     HistEvent event;
-    history(history_.get(), &event, H_ENTER, line.c_str());
-    if (file_.empty()) return;
+    history(past.get(), &event, H_ENTER, line.c_str());
+    if (file.empty()) return;
     std::error_code ignored;
-    fs::create_directories(fs::path(file_).parent_path(), ignored);
-    history(history_.get(), &event, H_SAVE, file_.c_str());
+    fs::create_directories(fs::path(file).parent_path(), ignored);
+    history(past.get(), &event, H_SAVE, file.c_str());
 }
 
 // As far as it is certain, in the case in which it is being typed; lists the names when nothing is
 // certain any more.
-unsigned char Terminal::complete() {
-    const LineInfo* line = el_line(editor_.get());
+unsigned char Terminal::Editor::complete() {
+    const LineInfo* line = el_line(edited.get());
     const std::string_view before(line->buffer,
                                   static_cast<std::size_t>(line->cursor - line->buffer));
     const std::size_t separator = before.find_last_of(" ()'\"!");
@@ -122,7 +142,7 @@ unsigned char Terminal::complete() {
     if (typed.empty()) return CC_ERROR;
 
     std::vector<std::string> matching;
-    for (const std::string& name : names_(before.substr(0, begin)))
+    for (const std::string& name : names(before.substr(0, begin)))
         if (beginsIgnoringCase(name, typed)) matching.push_back(name);
     if (matching.empty()) return CC_ERROR;
 
@@ -134,8 +154,7 @@ unsigned char Terminal::complete() {
                        [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     const bool inText = begin > 0 && before[begin - 1] == '"';
     if (matching.size() == 1 && !inText) rest += ' ';
-    if (!rest.empty())
-        return el_insertstr(editor_.get(), rest.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
+    if (!rest.empty()) return el_insertstr(edited.get(), rest.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
 
     std::cout << '\n';
     for (const std::string& name : matching) std::cout << name << "  ";
@@ -143,10 +162,17 @@ unsigned char Terminal::complete() {
     return CC_REDISPLAY;
 }
 
-char* Terminal::promptOf(EditLine* editor) {
-    Terminal* self = nullptr;
-    el_get(editor, EL_CLIENTDATA, &self);
-    return self->prompt_.data();
+char* Terminal::Editor::promptOf(EditLine* library) { return of(library)->asked.data(); }
+
+Terminal::Terminal(Names names) : editor_(std::make_unique<Editor>(std::move(names))) {}
+
+Terminal::~Terminal() = default;
+
+Terminal::Outcome Terminal::read(std::u16string_view prompt, bool /*continued*/,
+                                 std::u16string& line) {
+    return editor_->read(prompt, line);
 }
+
+void Terminal::remember(const std::string& line) { editor_->remember(line); }
 
 }  // namespace vlisp::app
