@@ -1,6 +1,7 @@
 // The operating system on Linux and its relatives. See system.h.
 #include "platform/system.h"
 
+#include "platform/replacing.h"
 #include "platform/sanitizers.h"
 #include "platform/text.h"
 
@@ -142,6 +143,7 @@ void* resizeBlock(void* block, std::size_t bytes, std::size_t newBytes) noexcept
 void freeBlock(void* block, std::size_t bytes) noexcept { ::munmap(block, bytes); }
 
 void* allocateAligned(std::size_t bytes, std::size_t alignment, Pages pages) noexcept {
+    if (bytes > SIZE_MAX - alignment) return nullptr;
     void* reserved = ::mmap(nullptr, bytes + alignment, PROT_READ | PROT_WRITE,
                             MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (reserved == MAP_FAILED) return nullptr;
@@ -155,7 +157,11 @@ void* allocateAligned(std::size_t bytes, std::size_t alignment, Pages pages) noe
 }
 
 void forgetPages(void* memory, std::size_t bytes) noexcept {
-    ::madvise(memory, bytes, MADV_DONTNEED);
+    const std::size_t page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const std::size_t before = (page - reinterpret_cast<std::uintptr_t>(memory) % page) % page;
+    if (bytes < before + page) return;
+    ::madvise(static_cast<std::byte*>(memory) + before, (bytes - before) / page * page,
+              MADV_DONTNEED);
 }
 
 void shareOneHeap() noexcept {
@@ -469,16 +475,9 @@ FileRead readWholeFile(const std::string& path, std::string& bytes, std::string&
 
 namespace {
 
-/// Errors are thrown inside this part only, as the text for `reason`.
-struct ReplaceFailure {
-    std::string reason;
-};
-
 [[noreturn]] void failWith(std::string_view what, const std::string& path, int error) {
-    throw ReplaceFailure{std::string(what) + ' ' + path + ": " + std::strerror(error)};
+    platform::failWith(what, path, std::strerror(error));
 }
-
-constexpr std::string_view cannotWrite = "cannot write";
 
 /// Repeats a system call for as long as a signal interrupts it.
 template <typename Call> auto uninterrupted(Call call) {
@@ -556,22 +555,9 @@ bool writeAll(int descriptor, std::string_view bytes) {
     return true;
 }
 
-/// Millions of small pieces reach the system as few large ones.
 bool writePieces(int descriptor, std::span<const std::string_view> pieces) {
-    constexpr std::size_t blockSize = std::size_t{1} << 20;
-    std::string block;
-    for (const std::string_view piece : pieces) {
-        if (block.size() + piece.size() > blockSize) {
-            if (!writeAll(descriptor, block)) return false;
-            block.clear();
-        }
-        if (piece.size() >= blockSize) {
-            if (!writeAll(descriptor, piece)) return false;
-        } else {
-            block += piece;
-        }
-    }
-    return writeAll(descriptor, block);
+    return platform::writePieces(
+        pieces, [=](std::string_view bytes) { return writeAll(descriptor, bytes); });
 }
 
 /// The descriptor of this program that a path such as /dev/stdout or /dev/fd/3 means.

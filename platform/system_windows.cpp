@@ -2,6 +2,7 @@
 // One idea: paths come as UTF-8 or UTF-16, and every call to the system is the one for UTF-16.
 #include "platform/system.h"
 
+#include "platform/replacing.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -489,20 +490,11 @@ FileRead readWholeFile(const std::string& path, std::string& bytes, std::string&
 
 namespace {
 
-/// Errors are thrown inside this part only, as the text for `reason`.
-struct ReplaceFailure {
-    std::string reason;
-};
-
-[[noreturn]] void failWith(std::string_view what, const std::string& path, const std::string& why) {
-    throw ReplaceFailure{std::string(what) + ' ' + path + ": " + why};
-}
+using platform::failWith;
 
 [[noreturn]] void failWith(std::string_view what, const std::string& path, DWORD error) {
     failWith(what, path, messageOf(error));
 }
-
-constexpr std::string_view cannotWrite = "cannot write";
 
 /// False: GetLastError says why.
 bool writeAll(HANDLE file, std::string_view bytes) {
@@ -517,22 +509,9 @@ bool writeAll(HANDLE file, std::string_view bytes) {
     return true;
 }
 
-/// Millions of small pieces reach the system as few large ones.
 bool writePieces(HANDLE file, std::span<const std::string_view> pieces) {
-    constexpr std::size_t blockSize = std::size_t{1} << 20;
-    std::string block;
-    for (const std::string_view piece : pieces) {
-        if (block.size() + piece.size() > blockSize) {
-            if (!writeAll(file, block)) return false;
-            block.clear();
-        }
-        if (piece.size() >= blockSize) {
-            if (!writeAll(file, piece)) return false;
-        } else {
-            block += piece;
-        }
-    }
-    return writeAll(file, block);
+    return platform::writePieces(pieces,
+                                 [=](std::string_view bytes) { return writeAll(file, bytes); });
 }
 
 /// Where a path leads that may be a link; the path itself where it is none.
