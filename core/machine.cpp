@@ -976,6 +976,9 @@ op_drop:
     release(R[pc->a]);
     NEXT;
 op_comeBack:
+    // The test of a loop that has met an error goes this way back, each time.
+    if (interruption::pending()) [[unlikely]]
+        goto interrupted;
     pc = frame->code->blocks[static_cast<std::size_t>(pc->y)]->instructions.data() + pc->x;
     DISPATCH;
 

@@ -600,6 +600,8 @@ TEST(NativeCode, EveryLoopCanBeCancelled) {
         u"(while T (g x))",
         u"(while (g (g x)))",
         u"(while T (mapped '(lambda (x) (+ x 1)) '(1 2 3)))",
+        // With an error nothing is called any more, and the test comes back from a detour.
+        u"(while (not (nullp '(1))) (g (nowhere 1)))",
     };
     const Threshold inForce(1);
     Lisp lisp;
