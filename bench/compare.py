@@ -12,6 +12,7 @@ import datetime
 import json
 import os
 import platform
+import random
 import statistics
 import sys
 import tempfile
@@ -20,7 +21,8 @@ from typing import Any, Callable, Iterator, Optional
 
 from contenders import VLISP, Contender, as_installed, command_for, find_peers, find_vlisp
 from measuring import (
-    Measurement, Table, Trouble, adopt_orphans, all_numbers, positive, report_failures, run_once,
+    Measurement, Table, Trouble, adopt_orphans, all_numbers, folder_for_output, positive,
+    report_failures, run_once,
 )
 
 # What each program prints, in the order of the table.
@@ -47,8 +49,10 @@ EXPECTED = {
     "read": "40000",
 }
 
-# A start takes a millisecond or two: what else the machine does then weighs more than in long programs.
-MORE_RUNS = {"startup": 20}
+# A start takes a millisecond: what else the machine does then weighs more than in long programs, and so
+# does where a program's file happens to lie in memory, a tenth and more. So there are more runs, of ever
+# new copies.
+ROUNDS = {"startup": 20}
 
 # What stands in the table for what there is not.
 NONE, FAILED = "–", "failed"
@@ -70,31 +74,54 @@ def megabytes_of(measurement: Measurement) -> float:
 
 
 def measure_program(
-    program: str, contenders: list[Contender], runs: int, scratch: Path, adopts: bool
+    program: str, contenders: list[Contender], runs: int, scratch: Path, output: Path, adopts: bool
 ) -> dict[str, Measurement]:
     """Runs `program` by all contenders in turn, `runs` times or more; by the contender's name."""
+    measurements = {contender.name: Measurement() for contender in contenders}
+    rounds = ROUNDS.get(program, 1)
+    for _ in range(rounds):
+        with tempfile.TemporaryDirectory(dir=scratch) as folder:
+            placed = [
+                as_installed(contender, folder) if rounds > 1 else contender
+                for contender in contenders
+            ]
+            commands = commands_of(program, placed, scratch, measurements)
+            run_in_turns(program, placed, commands, runs, output, adopts, measurements)
+    return {name: one for name, one in measurements.items() if one.seconds or one.failure}
+
+
+def commands_of(
+    program: str, contenders: list[Contender], scratch: Path, measurements: dict[str, Measurement]
+) -> dict[str, list[str]]:
+    """What runs `program`, by the contender's name, for those that can; notes whose compiler fails."""
     commands: dict[str, list[str]] = {}
-    measurements: dict[str, Measurement] = {}
     for contender in contenders:
         try:
             command = command_for(program, contender, scratch)
         except Trouble as trouble:
-            measurements[contender.name] = Measurement(failure=str(trouble))
+            measurements[contender.name].failure = str(trouble)
             continue
         if command:
             commands[contender.name] = command
-            measurements[contender.name] = Measurement()
         elif contender.language.folder == VLISP.folder:
             raise Trouble(f"there is no program {program} for vlisp")
-    for _ in range(runs * MORE_RUNS.get(program, 1)):
-        for contender in contenders:
-            measurement = measurements.get(contender.name)
-            if measurement is not None and measurement.failure is None:
+    return commands
+
+
+def run_in_turns(
+    program: str, contenders: list[Contender], commands: dict[str, list[str]], runs: int,
+    output: Path, adopts: bool, measurements: dict[str, Measurement],
+) -> None:
+    """Adds `runs` runs of `program` by all contenders in turn, but those that failed."""
+    for _ in range(runs):
+        # In ever new order: nobody always comes behind the one that leaves the caches cold.
+        for contender in random.sample(contenders, len(contenders)):
+            measurement = measurements[contender.name]
+            if contender.name in commands and measurement.failure is None:
                 run_once(
-                    commands[contender.name], EXPECTED[program], measurement, scratch, adopts,
+                    commands[contender.name], EXPECTED[program], measurement, output, adopts,
                     environment=contender.language.environment,
                 )
-    return measurements
 
 
 # --- Figures ---
@@ -256,7 +283,7 @@ def circumstances(contenders: list[Contender], runs: int) -> dict[str, Any]:
 
 def circumstance_lines(facts: dict[str, Any]) -> Iterator[str]:
     """The same as text."""
-    runs = f"{facts['runs']}, of startup {facts['runs'] * MORE_RUNS['startup']}"
+    runs = f"{facts['runs']}, of startup {facts['runs'] * ROUNDS['startup']}"
     yield f"{facts['date']}, {facts['machine']}. Runs of each, in turns: {runs}; medians."
     yield ", ".join(f"{name} {version}" for name, version in facts["versions"].items()) + "."
 
@@ -297,13 +324,13 @@ def measure_all(arguments: argparse.Namespace, contenders: list[Contender]) -> T
     """Measures the programs that were asked for."""
     adopts = adopt_orphans()
     table: Table = {}
-    with tempfile.TemporaryDirectory(prefix="vlisp-bench-") as scratch:
+    with tempfile.TemporaryDirectory(prefix="vlisp-bench-") as scratch, folder_for_output() as output:
         for program in EXPECTED:
             if arguments.programs and program not in arguments.programs:
                 continue
             print(f"{program} ...", file=sys.stderr)
             table[program] = measure_program(
-                program, contenders, arguments.runs, Path(scratch), adopts
+                program, contenders, arguments.runs, Path(scratch), Path(output), adopts
             )
     return table
 

@@ -53,6 +53,7 @@ class Language:
     function: str = ""
     ending: str = ""
     folder: str = "peers"
+    runs_anywhere: bool = False  # its program is one file that does not ask where it stands
 
 
 @dataclass(frozen=True)
@@ -78,7 +79,7 @@ class Contender:
 
 
 VLISP = Language(
-    "vlisp", ".lsp", ("vlisp",), folder="programs",
+    "vlisp", ".lsp", ("vlisp",), folder="programs", runs_anywhere=True,
     interprets=("{program}", "run", "{source}"),
     function="""\
 (defun larger-<i> (width height / area)
@@ -89,7 +90,7 @@ VLISP = Language(
     ending="(princ (larger-<i> 2 3))",
 )
 LUA = Language(
-    "Lua", ".lua", ("lua5.4",),
+    "Lua", ".lua", ("lua5.4",), runs_anywhere=True,
     interprets=("{program}", "{source}"),
     version=("{program}", "-v"),
     function="""\
@@ -114,7 +115,7 @@ PICOLISP = Language(
 )
 # The stack is made large enough for a million nested calls; what is not used of it costs nothing.
 NEWLISP = Language(
-    "newLISP", ".nl", ("newlisp",),
+    "newLISP", ".nl", ("newlisp",), runs_anywhere=True,
     interprets=("{program}", "-s", "4200000", "{source}"),
     version=("{program}", "-v"),
     function="""\
@@ -192,8 +193,10 @@ def find_vlisp(path: str, name: str = VLISP.name) -> Contender:
 
 
 def as_installed(contender: Contender, folder: str) -> Contender:
-    """The same as a copy in `folder`, as the peers were installed: a file that the linker has just
+    """The same as a new copy in `folder`, if it runs from there: a file that the linker has just
     written, piece by piece, takes a sixth longer to start."""
+    if not contender.language.runs_anywhere:
+        return contender
     copy = shutil.copy2(contender.program, tempfile.mkdtemp(dir=folder))
     return replace(contender, program=copy)
 

@@ -11,6 +11,7 @@ import signal
 import statistics
 import subprocess
 import sys
+import tempfile
 from dataclasses import dataclass, field
 from pathlib import Path
 from typing import Any, Mapping, Optional
@@ -50,6 +51,13 @@ class Measurement:
 
 # By program, then by contender.
 Table = dict[str, dict[str, Measurement]]
+
+
+def folder_for_output() -> tempfile.TemporaryDirectory[str]:
+    """A folder for what programs print: in memory where there is one, for a line that goes to a disk
+    takes longer than a tenth of a start."""
+    memory = Path("/dev/shm")
+    return tempfile.TemporaryDirectory(prefix="vlisp-bench-", dir=memory if memory.is_dir() else None)
 
 
 def adopt_orphans() -> bool:

@@ -67,3 +67,40 @@ function(vlisp_stands_alone name)
     target_link_options(${name} PRIVATE -static-libstdc++ -static-libgcc LINKER:--gc-sections)
   endif()
 endfunction()
+
+# vlisp_starts_in_order(NAME LIKE OBJECTS): in the program NAME, which is linked of OBJECTS, the functions
+# that a start runs through stand next to each other. For that it is linked twice: tools/start_order.cpp
+# watches a run of the first one. Elsewhere, and in builds that are not released, it is linked as any other.
+if(CMAKE_BUILD_TYPE STREQUAL Release AND NOT VLISP_SANITIZE AND NOT CMAKE_CROSSCOMPILING
+   AND CMAKE_SYSTEM_NAME STREQUAL Linux AND CMAKE_SYSTEM_PROCESSOR STREQUAL x86_64)
+  file(WRITE ${CMAKE_BINARY_DIR}/CMakeFiles/no_order.ld "SECTIONS { .text.start : { } } INSERT BEFORE .text;\n")
+  check_linker_flag(CXX LINKER:-T,${CMAKE_BINARY_DIR}/CMakeFiles/no_order.ld VLISP_ORDERS_FUNCTIONS)
+endif()
+if(VLISP_ORDERS_FUNCTIONS)
+  target_compile_options(vlisp_options INTERFACE -ffunction-sections)
+endif()
+function(vlisp_starts_in_order name like objects)
+  if(NOT VLISP_ORDERS_FUNCTIONS)
+    return()
+  endif()
+  add_executable(start_order EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/tools/start_order.cpp)
+  target_link_libraries(start_order PRIVATE vlisp_options)
+
+  set(unordered ${name}_unordered)
+  add_executable(${unordered} EXCLUDE_FROM_ALL)
+  target_link_libraries(${unordered} PRIVATE ${objects})
+  vlisp_stands_alone(${unordered})
+
+  set(order ${CMAKE_CURRENT_BINARY_DIR}/${name}_order.ld)
+  file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/empty.lsp "")
+  add_custom_command(
+    OUTPUT ${order}
+    COMMAND start_order ${order} $<TARGET_FILE:${unordered}> run ${CMAKE_CURRENT_BINARY_DIR}/empty.lsp
+    DEPENDS start_order ${unordered}
+    COMMENT "Watching a start of ${name}"
+    VERBATIM)
+  add_custom_target(${name}_order DEPENDS ${order})
+  add_dependencies(${name} ${name}_order)
+  target_link_options(${name} PRIVATE LINKER:-T,${order})
+  set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS ${order})
+endfunction()

@@ -460,19 +460,26 @@ FileRead readWholeFile(const std::string& path, std::string& bytes, std::string&
         reason = std::strerror(errno);
         return FileRead::notOpened;
     }
-    char block[65536];
     constexpr std::size_t largest = std::size_t{1} << 30;
+    // What the system says of its size is a hint: one more shows the end at once.
     struct stat found {};
+    std::size_t room = 4096;
     if (::fstat(::fileno(file.get()), &found) == 0 && found.st_size > 0)
-        bytes.reserve(std::min(largest, static_cast<std::size_t>(found.st_size)));
-    while (const std::size_t count = std::fread(block, 1, sizeof block, file.get())) {
-        bytes.append(block, count);
-        if (bytes.size() > largest) {
-            bytes.clear();
-            reason = "larger than 1 GiB";
-            return FileRead::failed;
-        }
+        room = static_cast<std::size_t>(found.st_size) + 1;
+    std::size_t size = 0;
+    while (size <= largest && room <= largest + 1) {
+        bytes.resize(room);
+        const std::size_t count = std::fread(bytes.data() + size, 1, room - size, file.get());
+        if (count == 0) break;
+        size += count;
+        if (size == room) room = std::min(2 * room, largest + 1);
     }
+    if (size > largest || room > largest + 1) {
+        bytes.clear();
+        reason = "larger than 1 GiB";
+        return FileRead::failed;
+    }
+    bytes.resize(size);
     if (std::ferror(file.get()) == 0) return FileRead::done;
     const int failure = errno;
     bytes.clear();
