@@ -825,8 +825,20 @@ std::string copyOf(const Target& target, Span span, std::vector<Change> extra, s
                    std::uint64_t owner) {
     const Source& source = target.source;
     const std::vector<Record> records = recordsOf(source, span);
+    const std::vector<Span> replaced = [&] {
+        std::vector<Span> spans;
+        for (const Change& change : extra) spans.push_back(change.replaced);
+        return spans;
+    }();
+    // A vertex, for one, that the copy has no more.
+    const auto isGone = [&](const Record& record) {
+        return std::ranges::any_of(replaced, [&](const Span& each) {
+            return each.begin <= record.span.begin && record.span.end <= each.end;
+        });
+    };
     std::uint64_t first = 0;
     for (const Record& record : records) {
+        if (isGone(record)) continue;
         const bool isFirst = &record == &records.front();
         const std::uint64_t own = isFirst && handle != 0 ? handle
                                   : target.hasHandles    ? target.newHandle()

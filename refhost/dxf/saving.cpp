@@ -662,7 +662,15 @@ class Saving {
         if (const HeaderVariable* seed = structure_.findVariable("$HANDSEED")) {
             PairReader reader = source_.reader(seed->values);
             Pair pair;
-            if (reader.next(pair)) change({pair.valueBegin, pair.valueEnd}, text);
+            if (!reader.next(pair)) return;
+            if (pair.code == 5) {
+                change({pair.valueBegin, pair.valueEnd}, text);
+                return;
+            }
+            // Under another code it might be no number, and nobody could read the file.
+            std::string out;
+            appendText(out, document_.style_, 5, text);
+            change({pair.begin, pair.end}, std::move(out));
             return;
         }
         const Section* header = structure_.findSection("HEADER");

@@ -926,6 +926,21 @@ TEST(Copy, InAFileWithoutHandles) {
     EXPECT_EQ(opened.saved(), dxf(drawingOf(one + "|" + one, "AC1009")));
 }
 
+TEST(Copy, OfWhichVerticesAreGone) {
+    Opened opened(dxf(drawingOf("0 POLYLINE|5 30|66 1|70 0|0 VERTEX|5 31|8 0|10 1.0|20 2.0"
+                                "|0 VERTEX|5 32|8 0|10 3.0|20 4.0|0 SEQEND|5 33")));
+    for (const int kept : {1, 0}) {
+        VmDbObject* copy = opened.drawing.open(opened.addCopyOf(0), true);
+        copy->points.count = kept;
+        opened.drawing.closed(*copy);
+    }
+    const auto entities = entitiesIn(opened.saved());
+    std::string copies;
+    for (std::size_t i = 4; i < entities.size(); ++i) copies += entities[i].notation() + "\n";
+    EXPECT_EQ(copies, "0 POLYLINE|5 A0|66 1|70 0\n0 VERTEX|5 A2|8 0|10 1.0|20 2.0\n0 SEQEND|5 A3\n"
+                      "0 POLYLINE|5 A1|66 1|70 0\n0 SEQEND|5 A4\n");
+}
+
 // --- Extended data ------------------------------------------------------------------------------
 
 TEST(ExtendedData, IsAttachedAtTheRecordsEnd) {

@@ -172,6 +172,7 @@ TEST(Handles, OfWhatIsNewAreAboveAllOthers) {
         {"a seed that is too low", replaced(base, seed, "|9 $HANDSEED|5 5")},
         {"a seed that is none", replaced(base, seed, "|9 $HANDSEED|5 xyz")},
         {"a seed of zero", replaced(base, seed, "|9 $HANDSEED|5 0")},
+        {"a seed under another code", replaced(base, seed, "|9 $HANDSEED|70 1")},
         {"no seed", replaced(base, seed, "")},
         {"a large handle of an object", replaced(base, "|0 EOF",
                                                  "|0 SECTION|2 OBJECTS|0 DICTIONARY|5 FF0|0 ENDSEC"
