@@ -275,16 +275,21 @@ class EntityEditor {
                                        " needed");
             needed = count;  // what the file lacks too is not missed
         }
+        // Where the file has no first point of a line, the second is the object's first.
+        const bool lacksFirst =
+            isLine && before_.points.count == 1 && record_.find(10) == Record::npos;
+        const int known = lacksFirst && needed == 2 ? 0 : before_.points.count;
+        const int first = lacksFirst && needed == 1 ? 11 : 10;
         for (int i = 0; i < needed; ++i) {
             const mmPoint& point = after_.points.points[i];
-            if (i >= before_.points.count) {
-                putReal(record_, 10 + i, point.x, order);
-                putReal(record_, 20 + i, point.y, order);
-                putReal(record_, 30 + i, point.z, order);
+            if (i >= known) {
+                putReal(record_, first + i, point.x, order);
+                putReal(record_, first + i + 10, point.y, order);
+                putReal(record_, first + i + 20, point.z, order);
                 continue;
             }
             const mmPoint& old = before_.points.points[i];
-            setPoint(record_, 10 + i, old, point, order);
+            setPoint(record_, first + i, old, point, order);
             if (i == 0) moveCompanions(kind, {point.x - old.x, point.y - old.y, point.z - old.z});
         }
     }

@@ -124,9 +124,11 @@ class Scanner {
             record_.span.end = next_.end;
             return;
         }
-        bool embedded = false;
+        bool beyond = false;  // in embedded objects or extended data
         bool inBraces = false;
         while (nextOfRecord()) {
+            beyond = beyond || next_.code == 101 || next_.code >= 1000;
+            const bool isOwn = !beyond && !inBraces;
             switch (next_.code) {
             case 0:
                 record_.span.end = next_.begin;
@@ -147,17 +149,16 @@ class Scanner {
             case 9:
                 if (record_.type == "SECTION") variableBegins();
                 break;
-            case 10: record_.vertices += embedded ? 0 : 1; break;
-            case 20: record_.heights += embedded ? 0 : 1; break;
+            case 10: record_.vertices += isOwn ? 1 : 0; break;
+            case 20: record_.heights += isOwn ? 1 : 0; break;
             case 66: record_.attributesFollow = integer() != 0; break;
             case 67: record_.inPaper = record_.inPaper || integer() != 0; break;
             case 90:
-                if (record_.vertexCount < 0) {
+                if (record_.vertexCount < 0 && isOwn) {
                     record_.vertexCount = std::max(integer(), 0);
                     record_.vertexCountAt = {next_.valueBegin, next_.valueEnd};
                 }
                 break;
-            case 101: embedded = true; break;
             case 102: inBraces = Value(bytes_, opening_.form, next_).raw().starts_with('{'); break;
             default: break;
             }

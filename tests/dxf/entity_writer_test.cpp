@@ -117,6 +117,22 @@ TEST(EditedEntity, OnlyTheChangedPairsDiffer) {
     expectEdits(edits, "AC1015", {plain, windows, padded, binary});
 }
 
+TEST(EditedEntity, LinesThatLackAPoint) {
+    const std::vector<Edit> edits = {
+        {"0 LINE|8 0|11 3.0|21 4.0", "0 LINE|8 0|11 5.0|21 6.0", move(0, 5, 6)},
+        {"0 LINE|8 0|10 3.0|20 4.0", "0 LINE|8 0|10 5.0|20 6.0", move(0, 5, 6)},
+        {"0 LINE|8 0|11 3.0|21 4.0", "0 LINE|8 0|10 3.0|20 4.0|30 0.0|11 5.0|21 6.0|31 0.0",
+         [](VmDbObject& object) {
+             object.addPoint({5, 6, 0});
+         }},
+        {"0 LINE|8 0|10 3.0|20 4.0", "0 LINE|8 0|10 3.0|20 4.0|11 5.0|21 6.0|31 0.0",
+         [](VmDbObject& object) {
+             object.addPoint({5, 6, 0});
+         }},
+    };
+    expectEdits(edits, "AC1015", {plain, windows, binary});
+}
+
 TEST(EditedEntity, Texts) {
     const std::vector<Edit> edits = {
         {"0 TEXT|8 0|10 1.0|20 2.0|40 2.50|1 old|7 S", "0 TEXT|8 0|10 1.0|20 2.0|40 2.50|1 new|7 S",

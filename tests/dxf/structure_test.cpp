@@ -357,6 +357,16 @@ TEST(Damage, RecoveringLeavesTheRestAsItWas) {
     }
 }
 
+TEST(Damage, VerticesAreCountedWhereTheyBelongToThePolyline) {
+    // What stands in braces and in extended data is no vertex of it.
+    const std::string others =
+        "|102 {A|10 7.0|20 8.0|90 9|102 }|10 1.0|20 2.0|1001 A|10 5.0|20 6.0|90 9";
+    EXPECT_TRUE(
+        documentOf(dxf(entitiesOnly("0 LWPOLYLINE|8 0|90 1" + others)))->problems().empty());
+    EXPECT_EQ(damageIn(dxf(entitiesOnly("0 LWPOLYLINE|8 0|90 3" + others))),
+              "test.dxf: line 10: group code 90 tells of 3 vertices, 1 stand there");
+}
+
 TEST(Damage, ManyProblemsAreListedOnlySoFar) {
     std::string entities;
     for (int i = 0; i < 5000; ++i) entities += "0 VERTEX|10 0.0|";
