@@ -144,6 +144,10 @@ inline bool readFile(const std::string& path, std::string& bytes, std::string& r
 /// there is no such file.
 std::string fileIdentity(const std::string& path);
 
+/// Whether two paths lead to the same place, be it in another spelling or by symbolic links. There need
+/// be no file. False where that cannot be found out.
+bool leadToTheSame(const std::string& path, const std::string& other);
+
 /// What becomes of the file that is replaced.
 enum class OldFile {
     drop,

@@ -452,6 +452,12 @@ std::string fileIdentity(const std::string& path) {
     return identity;
 }
 
+bool leadToTheSame(const std::string& path, const std::string& other) {
+    std::error_code failed;
+    const auto place = std::filesystem::weakly_canonical(path, failed);
+    return !failed && place == std::filesystem::weakly_canonical(other, failed) && !failed;
+}
+
 FileRead readWholeFile(const std::string& path, std::string& bytes, std::string& reason) {
     bytes.clear();
     const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"),

@@ -11,6 +11,7 @@
 #include <climits>
 #include <cstring>
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <new>
 #include <optional>
@@ -452,6 +453,17 @@ std::string fileIdentity(const std::string& path) {
           found.ftLastWriteTime.dwLowDateTime})
         identity += std::to_string(part) + " ";
     return identity;
+}
+
+bool leadToTheSame(const std::string& path, const std::string& other) {
+    std::error_code failed;
+    const std::wstring place =
+        std::filesystem::weakly_canonical(wide(systemPath(path)), failed).wstring();
+    if (failed) return false;
+    const std::wstring otherPlace =
+        std::filesystem::weakly_canonical(wide(systemPath(other)), failed).wstring();
+    return !failed &&
+           ::CompareStringOrdinal(place.c_str(), -1, otherPlace.c_str(), -1, TRUE) == CSTR_EQUAL;
 }
 
 FileRead readWholeFile(const std::string& path, std::string& bytes, std::string& reason) {

@@ -4,8 +4,6 @@
 #include "platform/system.h"
 #include "platform/text.h"
 
-#include <filesystem>
-
 namespace vlisp::refhost::dxf {
 
 void DrawingFile::open(const std::string& path, OnDamage onDamage) {
@@ -44,13 +42,7 @@ ChangedBytes DrawingFile::changed() {
 std::string DrawingFile::contents() { return changed().joined(); }
 
 void DrawingFile::save(const std::string& path, bool keepBackup) {
-    // By whatever name: a symbolic link, another spelling of the path.
-    std::error_code failed;
-    const auto canonical = [&failed](const std::string& name) {
-        return std::filesystem::weakly_canonical(name, failed);
-    };
-    const bool isOwn =
-        !path_.empty() && (path == path_ || (canonical(path) == canonical(path_) && !failed));
+    const bool isOwn = !path_.empty() && (path == path_ || platform::leadToTheSame(path, path_));
     if (isOwn && platform::fileIdentity(path) != identity_)
         throw FileError(FileError::Kind::unwritable,
                         "cannot write '" + path +

@@ -2,6 +2,9 @@
 // system_posix_test.cpp and system_windows_test.cpp.
 #include "platform/system.h"
 
+#include "platform/text.h"
+#include "tests/support/temporary_folder.h"
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -398,6 +401,23 @@ TEST(ReadFile, TellsWhatKeptItFromReading) {
         EXPECT_EQ(bytes, "") << row.path;
         EXPECT_EQ(reason.empty(), row.outcome == FileRead::done) << row.path;
     }
+}
+
+TEST(LeadToTheSame, InAnotherSpellingOrByALink) {
+    const vlisp::test::TemporaryFolder folder;
+    const std::string here = toUtf8(folder.path().u16string());
+    EXPECT_TRUE(leadToTheSame(here + "/\u00e4.dxf", here + "/./\u00e4.dxf"));
+    EXPECT_TRUE(leadToTheSame(here + "/no/../\u00e4.dxf", here + "/\u00e4.dxf"));
+    EXPECT_FALSE(leadToTheSame(here + "/\u00e4.dxf", here + "/\u00f6.dxf"));
+#if defined(_WIN32)
+    EXPECT_TRUE(leadToTheSame(here + "/PLAN.DXF", here + "/plan.dxf"));
+#else
+    EXPECT_FALSE(leadToTheSame(here + "/PLAN.DXF", here + "/plan.dxf"));
+    folder.write("plan.dxf", "");
+    const std::filesystem::path link = folder.path() / "link.dxf";
+    std::filesystem::create_symlink("plan.dxf", link);
+    EXPECT_TRUE(leadToTheSame(link.string(), here + "/plan.dxf"));
+#endif
 }
 
 }  // namespace
