@@ -49,9 +49,9 @@ EXPECTED = {
     "read": "40000",
 }
 
-# A start takes a millisecond: what else the machine does then weighs more than in long programs, and so
-# does where a program's file happens to lie in memory, a tenth and more. So there are more runs, of ever
-# new copies.
+# A start takes a millisecond: what else the machine does then weighs more than in long programs, and
+# so does where a program's file happens to lie in memory, a tenth and more. So there are more runs,
+# of ever new copies.
 ROUNDS = {"startup": 20}
 
 # What stands in the table for what there is not.
@@ -93,7 +93,8 @@ def measure_program(
 def commands_of(
     program: str, contenders: list[Contender], scratch: Path, measurements: dict[str, Measurement]
 ) -> dict[str, list[str]]:
-    """What runs `program`, by the contender's name, for those that can; notes whose compiler fails."""
+    """What runs `program`, by the contender's name, for those that can; notes which compiler fails.
+    """
     commands: dict[str, list[str]] = {}
     for contender in contenders:
         try:
@@ -324,7 +325,10 @@ def measure_all(arguments: argparse.Namespace, contenders: list[Contender]) -> T
     """Measures the programs that were asked for."""
     adopts = adopt_orphans()
     table: Table = {}
-    with tempfile.TemporaryDirectory(prefix="vlisp-bench-") as scratch, folder_for_output() as output:
+    with (
+        tempfile.TemporaryDirectory(prefix="vlisp-bench-") as scratch,
+        folder_for_output() as output,
+    ):
         for program in EXPECTED:
             if arguments.programs and program not in arguments.programs:
                 continue

@@ -54,10 +54,11 @@ Table = dict[str, dict[str, Measurement]]
 
 
 def folder_for_output() -> tempfile.TemporaryDirectory[str]:
-    """A folder for what programs print: in memory where there is one, for a line that goes to a disk
-    takes longer than a tenth of a start."""
+    """A folder for what programs print: in memory where there is one, for a line that goes to a
+    disk takes nearly a tenth of a start."""
     memory = Path("/dev/shm")
-    return tempfile.TemporaryDirectory(prefix="vlisp-bench-", dir=memory if memory.is_dir() else None)
+    place = memory if memory.is_dir() else None
+    return tempfile.TemporaryDirectory(prefix="vlisp-bench-", dir=place)
 
 
 def adopt_orphans() -> bool:

@@ -830,16 +830,14 @@ std::string copyOf(const Target& target, Span span, std::vector<Change> extra, s
                    std::uint64_t owner) {
     const Source& source = target.source;
     const std::vector<Record> records = recordsOf(source, span);
-    const std::vector<Span> replaced = [&] {
-        std::vector<Span> spans;
-        for (const Change& change : extra) spans.push_back(change.replaced);
-        return spans;
-    }();
-    // A vertex, for one, that the copy has no more.
-    const auto isGone = [&](const Record& record) {
-        return std::ranges::any_of(replaced, [&](const Span& each) {
-            return each.begin <= record.span.begin && record.span.end <= each.end;
-        });
+    // Whole records that the copy does not have as they are, in order: vertices, for one.
+    std::vector<Span> replaced;
+    for (const Change& change : extra)
+        if (change.replaced.begin != change.replaced.end) replaced.push_back(change.replaced);
+    std::ranges::sort(replaced, {}, &Span::begin);
+    const auto isGone = [&replaced](const Record& record) {
+        const auto behind = std::ranges::upper_bound(replaced, record.span.begin, {}, &Span::begin);
+        return behind != replaced.begin() && std::prev(behind)->end >= record.span.end;
     };
     std::uint64_t first = 0;
     for (const Record& record : records) {
