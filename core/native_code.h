@@ -13,6 +13,7 @@
 #pragma once
 
 #include "core/code.h"
+#include "platform/sanitizers.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -66,9 +67,14 @@ class NativeCode {
 namespace native {
 
 /// A code is compiled when it has been run, or has jumped back, so many times. 0: never.
-/// Starts at 200.
 void setThreshold(std::uint32_t times) noexcept;
-inline std::uint32_t timesUntilCompiled = 200;
+#if defined(VLISP_THREAD_SANITIZER)
+// The sanitizer holds signals back until it is called, and native code calls it never.
+inline constexpr std::uint32_t usualThreshold = 0;
+#else
+inline constexpr std::uint32_t usualThreshold = 200;
+#endif
+inline std::uint32_t timesUntilCompiled = usualThreshold;
 [[nodiscard]] inline std::uint32_t threshold() noexcept { return timesUntilCompiled; }
 
 }  // namespace native

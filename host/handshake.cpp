@@ -27,14 +27,15 @@ void PostToHost(const HostRequest& request) {
     hostClearThreadMsgPosted();
     platform::postToMainWindow(state.mainWindow, hostRequestMessage, &request);
     bool taken = false;
-    while (!taken && !state.closing.load(std::memory_order_relaxed))
+    // Whoever closes the module has read the record, if he did, before he closes it.
+    while (!taken && !state.closing.load(std::memory_order_acquire))
         taken = hostIsThreadMsgPosted();
 }
 
 void AwaitReply() {
     const Handshake& state = handshake();
     while (state.waitingForReply.load(std::memory_order_acquire)) {
-        if (state.closing.load(std::memory_order_relaxed)) return;
+        if (state.closing.load(std::memory_order_acquire)) return;
         if (interruption::pending() && state.directMode.load(std::memory_order_relaxed)) return;
     }
 }
