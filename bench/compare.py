@@ -50,9 +50,9 @@ EXPECTED = {
 }
 
 # A start takes a millisecond: what else the machine does then weighs more than in long programs, and
-# so does where a program's file happens to lie in memory, a tenth and more. So there are more runs,
-# of ever new copies.
-ROUNDS = {"startup": 20}
+# so does where a program's file happens to lie in memory, a tenth and more. primes lives from memory
+# and some of its runs take half as long again as others. So there are more runs, of ever new copies.
+ROUNDS = {"startup": 20, "primes": 4}
 
 # What stands in the table for what there is not.
 NONE, FAILED = "–", "failed"
@@ -284,7 +284,8 @@ def circumstances(contenders: list[Contender], runs: int) -> dict[str, Any]:
 
 def circumstance_lines(facts: dict[str, Any]) -> Iterator[str]:
     """The same as text."""
-    runs = f"{facts['runs']}, of startup {facts['runs'] * ROUNDS['startup']}"
+    more = "".join(f", of {name} {facts['runs'] * rounds}" for name, rounds in ROUNDS.items())
+    runs = f"{facts['runs']}{more}"
     yield f"{facts['date']}, {facts['machine']}. Runs of each, in turns: {runs}; medians."
     yield ", ".join(f"{name} {version}" for name, version in facts["versions"].items()) + "."
 

@@ -179,6 +179,7 @@ void Document::readLayers() {
         bool named = false;
         bool inBraces = false;
         while (reader.next(pair)) {
+            if (pair.code == 101 || pair.code >= 1000) break;  // not the layer's own
             if (pair.code == 102) inBraces = source_.value(pair).raw().starts_with('{');
             if (inBraces) continue;
             const std::int32_t number = source_.value(pair).integer().value_or(0);
@@ -193,7 +194,6 @@ void Document::readLayers() {
                 layer.frozen = (number & 1) != 0;
                 layer.locked = (number & 4) != 0;
             }
-            if (pair.code >= 1000) break;
         }
         // Of two with one name the first counts.
         if (!seen.insert(layer.name).second) continue;

@@ -285,6 +285,16 @@ TEST(Layers, ChangesGoIntoTheirRows) {
         }
 }
 
+TEST(Layers, WhatIsEmbeddedInTheirRowsIsNotTheirs) {
+    const std::string row = "2 WALLS|70 0|62 3|6 CONTINUOUS";
+    Opened opened(
+        dxf(replaced(drawingOf(someLine), row, row + "|101 Embedded Object|6 OTHER|62 7")));
+    EXPECT_EQ(opened.drawing.findLayer(u"WALLS")->lineType, u"CONTINUOUS");
+    EXPECT_EQ(opened.drawing.findLayer(u"WALLS")->colour, 3);
+    opened.drawing.changeLayer(u"WALLS").lineType = u"DASHED";
+    EXPECT_EQ(Opened(opened.saved()).drawing.findLayer(u"WALLS")->lineType, u"DASHED");
+}
+
 TEST(Layers, ANewOneIsLikeTheLayerZero) {
     Opened opened(dxf(drawingOf(someLine)));
     Layer& layer = opened.drawing.changeLayer(u"N\u00e4he");
