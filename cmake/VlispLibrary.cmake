@@ -9,7 +9,8 @@ target_compile_options(
             -Wpedantic
             -Wconversion
             -Wsign-conversion
-            -Wshadow
+            # Sources that are compiled together may have the same names.
+            $<$<NOT:$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wshadow>
             -Wnon-virtual-dtor
             -Wold-style-cast
             -Wcast-qual
@@ -19,6 +20,9 @@ target_compile_options(
             -Werror
             # The same bits on every machine: no fused multiply-add behind our back.
             -ffp-contract=off)
+if(WIN32)
+  target_compile_definitions(vlisp_options INTERFACE NOMINMAX UNICODE)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(
     vlisp_options

@@ -45,7 +45,7 @@ void printAtom(std::u16string& out, const Cell& cell) {
 }
 
 // A list whose elements are being printed.
-struct OpenList {
+struct PrintedList {
     Items items;
     std::size_t next;
 };
@@ -81,11 +81,11 @@ void printTo(std::u16string& out, const Cell& cell) {
     }
     constexpr std::size_t checkedEvery = 1 << 16;
     std::size_t checkAt = out.size() + checkedEvery;
-    std::vector<OpenList> open;
+    std::vector<PrintedList> open;
     out += u'(';
     open.push_back({cell.items(), 0});
     while (!open.empty()) {
-        OpenList& list = open.back();
+        PrintedList& list = open.back();
         if (list.next == list.items.size()) {
             // On purpose: one blank goes, whatever it followed, so that a list ending in an
             // element that prints as nothing keeps the blank before it: (A ).

@@ -8,7 +8,7 @@ namespace vlisp {
 namespace {
 
 // Four units at a time: names are short, and most of what is read is names.
-constexpr std::size_t unitsInWord = sizeof(std::uint64_t) / sizeof(char16_t);
+constexpr std::size_t unitsAtOnce = sizeof(std::uint64_t) / sizeof(char16_t);
 
 std::uint64_t wordAt(const char16_t* units) noexcept {
     std::uint64_t word;
@@ -19,7 +19,7 @@ std::uint64_t wordAt(const char16_t* units) noexcept {
 // Where the last word of a text of at least one begins: before the one in front of it ends, where
 // words do not come out even.
 const char16_t* lastWord(std::u16string_view text) noexcept {
-    return text.data() + text.size() - unitsInWord;
+    return text.data() + text.size() - unitsAtOnce;
 }
 
 std::size_t hashOf(std::u16string_view text) noexcept {
@@ -29,24 +29,24 @@ std::size_t hashOf(std::u16string_view text) noexcept {
         hash = (hash ^ word) * factor;
         hash ^= hash >> 32;
     };
-    if (text.size() < unitsInWord) {
+    if (text.size() < unitsAtOnce) {
         std::uint64_t all = 0;
         for (const char16_t unit : text) all = all << 16 | unit;
         mix(all);
         return hash;
     }
     const char16_t* last = lastWord(text);
-    for (const char16_t* at = text.data(); at < last; at += unitsInWord) mix(wordAt(at));
+    for (const char16_t* at = text.data(); at < last; at += unitsAtOnce) mix(wordAt(at));
     mix(wordAt(last));
     return hash;
 }
 
 bool isSame(std::u16string_view a, std::u16string_view b) noexcept {
     if (a.size() != b.size()) return false;
-    if (a.size() < unitsInWord) return a == b;
+    if (a.size() < unitsAtOnce) return a == b;
     const char16_t* last = lastWord(a);
     const char16_t* other = b.data();
-    for (const char16_t* at = a.data(); at < last; at += unitsInWord, other += unitsInWord)
+    for (const char16_t* at = a.data(); at < last; at += unitsAtOnce, other += unitsAtOnce)
         if (wordAt(at) != wordAt(other)) return false;
     return wordAt(last) == wordAt(lastWord(b));
 }

@@ -276,8 +276,8 @@ std::string describe(const Source& source, Span span, const VmDbObject& object, 
                                 source.value(records.front().pairs[y]).real().value_or(0)});
 }
 
-std::string lineOf(const Source& source, Span span, const EntityFacts& facts,
-                   const VmDbObject& object, const Box& box) {
+std::string lineOfEntity(const Source& source, Span span, const EntityFacts& facts,
+                         const VmDbObject& object, const Box& box) {
     const std::string handle =
         facts.handle.empty() ? "-" : shown(source.codec.decode(facts.handle));
     std::string line = padded(handle, 6) + "  " +
@@ -340,7 +340,7 @@ std::size_t writeMatches(const Document& document, Filter& filter, const QueryOp
         const auto object = drawing.at(static_cast<int>(slot));
         const Box box = drawing.extentOf(*object);
         out += options.json ? asJson(source, span, facts, box).dump()
-                            : lineOf(source, span, facts, *object, box);
+                            : lineOfEntity(source, span, facts, *object, box);
         out += '\n';
         constexpr std::size_t enough = 65536;
         if (out.size() < enough) continue;

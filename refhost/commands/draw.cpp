@@ -21,10 +21,6 @@ double wholeTurn(double angle) {
     return rest < 0 ? rest + turn : rest;
 }
 
-void assign(VmDbString& member, std::u16string_view text) {
-    member.assign(text.data(), text.size());
-}
-
 // The colour index of what is drawn next: 256 by layer, 0 by block.
 std::int32_t currentColour(const Drawing& drawing) {
     constexpr std::int32_t byLayer = 256;

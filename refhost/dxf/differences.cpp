@@ -339,7 +339,7 @@ class Names {
     std::vector<std::string_view> names_;
 };
 
-struct Record {
+struct ComparedRecord {
     std::uint64_t begin;
     std::uint64_t hash = 0;
     std::uint64_t key = 0;  // what it is found by: its handle, or a hash of its name; 0: nothing
@@ -395,7 +395,7 @@ class Side {
         std::uint64_t end_;
     };
 
-    [[nodiscard]] const Record& operator[](Index i) const noexcept { return records_[i]; }
+    [[nodiscard]] const ComparedRecord& operator[](Index i) const noexcept { return records_[i]; }
     [[nodiscard]] Index size() const noexcept { return static_cast<Index>(records_.size()); }
     [[nodiscard]] std::uint64_t endOf(Index record) const noexcept {
         return record + 1 < size() ? records_[record + 1].begin : end_;
@@ -503,7 +503,7 @@ class Side {
 
         const auto close = [&] {
             if (records_.empty()) return;
-            Record& record = records_.back();
+            ComparedRecord& record = records_.back();
             record.hash = hash.value();
             if (record.key == 0) record.key = name;
             hash = {};
@@ -537,7 +537,7 @@ class Side {
                 end_ = pair.end;
                 break;
             }
-            Record& record = records_.back();
+            ComparedRecord& record = records_.back();
             if (pair.code == 2 && record.beginsSection != 0 && section == known.empty) {
                 section = names.of(value.trimmed());
                 record.section = section & maxSection;
@@ -561,7 +561,7 @@ class Side {
     bool formless_;
     TextCodec codec_;
     std::vector<Span> dropped_;
-    std::vector<Record> records_;
+    std::vector<ComparedRecord> records_;
     std::uint64_t end_;
 };
 
@@ -674,11 +674,13 @@ class Comparison {
     std::vector<Match> matchByKeys(Group before, Group after) {
         const std::vector<Index> olds = keyed(before_, before);
         const std::vector<Index> news = keyed(after_, after);
-        const auto less = [](const Record& a, const Record& b) { return order(a) < order(b); };
+        const auto less = [](const ComparedRecord& a, const ComparedRecord& b) {
+            return order(a) < order(b);
+        };
         std::vector<Match> matches;
         for (std::size_t i = 0, j = 0; i < olds.size() && j < news.size();) {
-            const Record& old = before_[olds[i]];
-            const Record& now = after_[news[j]];
+            const ComparedRecord& old = before_[olds[i]];
+            const ComparedRecord& now = after_[news[j]];
             if (less(old, now)) {
                 ++i;
             } else if (less(now, old)) {
@@ -698,7 +700,7 @@ class Comparison {
         return rise;
     }
 
-    static std::tuple<std::uint64_t, Index, bool> order(const Record& record) noexcept {
+    static std::tuple<std::uint64_t, Index, bool> order(const ComparedRecord& record) noexcept {
         return {record.key, record.type, record.hasHandle != 0};
     }
 
@@ -766,7 +768,7 @@ class Comparison {
     }
 
     [[nodiscard]] RecordChange changeOf(ChangeKind kind, const Side& side, Index place) const {
-        const Record& record = side[place];
+        const ComparedRecord& record = side[place];
         RecordChange change;
         change.kind = kind;
         change.section = side.textOf(names_[record.section]);
@@ -786,7 +788,7 @@ class Comparison {
         const bool isAdded = kind == ChangeKind::added;
         ++(isAdded ? counts_.added : counts_.erased);
         sink_.begin(changeOf(kind, side, place));
-        const Record& record = side[place];
+        const ComparedRecord& record = side[place];
         const std::string_view type = names_[record.type];
         bool handleSeen = record.hasHandle == 0;
         Side::Pairs pairs = side.pairsOf(place);

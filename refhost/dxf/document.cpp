@@ -6,6 +6,7 @@
 #include "refhost/dxf/blank_drawing.h"
 #include "refhost/dxf/differences.h"
 #include "refhost/dxf/header_variables.h"
+#include "refhost/model/objects.h"
 
 #include <algorithm>
 #include <limits>
@@ -17,11 +18,6 @@ namespace {
 
 // Handles up to here become ids as they are; beyond them new ids begin.
 constexpr std::uint64_t largestId = 0x6fffffff;
-
-void assign(VmDbString& member, std::u16string_view text) {
-    text = text.substr(0, text.find(u'\0'));
-    member.assign(text.data(), text.size());
-}
 
 }  // namespace
 

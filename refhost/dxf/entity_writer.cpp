@@ -13,14 +13,10 @@
 namespace vlisp::refhost::dxf {
 namespace {
 
-constexpr double pi = std::numbers::pi;
-
-std::u16string_view viewOf(const VmDbString& text) noexcept {
-    return {text.units(), text.length()};
-}
+using std::numbers::pi;
 
 // The table's fields are read through an object that may be changed; nothing is written here.
-double numberOf(const VmDbObject& object, const EntityField& field) {
+double numberIn(const VmDbObject& object, const EntityField& field) {
     return *hostNumber(const_cast<VmDbObject*>(&object), field.number);
 }
 
@@ -241,8 +237,8 @@ class EntityEditor {
         editPoints(kind, order);
         for (const EntityField& field : kind.fields) {
             if (field.number != HostNumber::none) {
-                const double old = numberOf(before_, field);
-                double number = numberOf(after_, field);
+                const double old = numberIn(before_, field);
+                double number = numberIn(after_, field);
                 if (same(old, number)) continue;
                 // An angle that was told in radians and given back may differ in its last digits.
                 constexpr double noise = 8 * std::numeric_limits<double>::epsilon();
@@ -671,7 +667,7 @@ class EntityBuilder {
             case FieldKind::closed: closed(kind); break;
             case FieldKind::vertices: vertices(); break;
             case FieldKind::real:
-            case FieldKind::degrees: number(kind, field, numberOf(object_, field)); break;
+            case FieldKind::degrees: number(kind, field, numberIn(object_, field)); break;
             case FieldKind::text: contents(kind, textOf(object_, field)); break;
             case FieldKind::blockName:
                 text(field.code, target_.source.codec.encode(textOf(object_, field)));

@@ -1,6 +1,8 @@
 // Reading entities. See records.h.
 #include "refhost/dxf/records.h"
 
+#include "refhost/model/objects.h"
+
 #include "platform/text.h"
 
 #include <algorithm>
@@ -10,13 +12,7 @@
 namespace vlisp::refhost::dxf {
 namespace {
 
-constexpr double pi = std::numbers::pi;
-
-void assign(VmDbString& member, std::u16string_view text) {
-    // The bridge's texts end at a zero.
-    text = text.substr(0, text.find(u'\0'));
-    member.assign(text.data(), text.size());
-}
+using std::numbers::pi;
 
 // The own pairs of a record, as forEachOwn has them, but found while they are read: most objects are
 // looked at once, and their pairs are not worth keeping.

@@ -3,6 +3,7 @@
 #include "platform/text.h"
 #include "refhost/dxf/document.h"
 #include "refhost/dxf/header_variables.h"
+#include "refhost/model/objects.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,10 +14,6 @@
 
 namespace vlisp::refhost::dxf {
 namespace {
-
-std::u16string_view viewOf(const VmDbString& text) noexcept {
-    return {text.units(), text.length()};
-}
 
 [[noreturn]] void fail(const std::string& text) {
     throw FileError(FileError::Kind::unwritable, text);

@@ -13,7 +13,7 @@ namespace vlisp::refhost::dxf {
 namespace {
 
 // A record: a pair 0 with its type, and all pairs to the next.
-struct Record {
+struct ScannedRecord {
     std::string_view type;
     Span span;
     std::string_view name;  // 2, the first
@@ -580,7 +580,7 @@ class Scanner {
     Structure found_;
     Pair next_;
     bool hasNext_ = false;
-    Record record_;
+    ScannedRecord record_;
     bool done_ = false;
     Where where_ = Where::outside;
     std::vector<HeaderVariable> variables_;  // of the record that is read

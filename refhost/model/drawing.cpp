@@ -15,14 +15,6 @@ namespace {
 
 Drawing* theDrawing = nullptr;
 
-void assign(VmDbString& member, std::u16string_view text) {
-    member.assign(text.data(), text.size());
-}
-
-std::u16string_view viewOf(const VmDbString& text) noexcept {
-    return {text.units(), text.length()};
-}
-
 constexpr std::u16string_view layerZero = u"0";
 // What is kept for undo: so many steps, and so many states of objects, layers and blocks in all.
 constexpr std::size_t mostSteps = 1000;

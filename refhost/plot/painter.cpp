@@ -2,6 +2,8 @@
 // Tests: tests/plot/svg_test.cpp, tests/plot/canvas_picture_posix_test.cpp.
 #include "refhost/plot/painter.h"
 
+#include "refhost/model/objects.h"
+
 #include "builtins/wildcard.h"
 #include "core/reader.h"
 
@@ -22,10 +24,6 @@ constexpr double reach = 10'000;
 // An arc of a greater radius is written as cubics: readers lose too many digits at its centre.
 constexpr double greatestRadius = 100'000;
 constexpr std::size_t mostHullPoints = 100'000;  // before they are reduced
-
-std::u16string_view viewOf(const VmDbString& text) noexcept {
-    return {text.units(), text.length()};
-}
 
 bool matches(std::u16string_view name, const std::vector<std::u16string>& patterns) {
     if (patterns.empty()) return true;

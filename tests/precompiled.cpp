@@ -1,0 +1,1 @@
+// Nothing but a source to compile the headers for. See CMakeLists.txt.
