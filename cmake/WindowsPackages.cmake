@@ -34,4 +34,5 @@ file(WRITE ${CMAKE_FIND_PACKAGE_REDIRECTS_DIR}/gtest-config.cmake
      "set(INSTALL_GTEST OFF)
 set(BUILD_GMOCK OFF)
 add_subdirectory(${googletest_source} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+target_compile_options(gtest PRIVATE -O0)
 ")

@@ -22,8 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr bool sanitized = VLISP_SANITIZED;
-
 std::string withoutBlanksBehind(const std::string& text) {
     return text.substr(0, text.find_last_not_of(' ') + 1);
 }
@@ -83,7 +81,7 @@ INSTANTIATE_TEST_SUITE_P(All, Corners, ::testing::ValuesIn(corners()), [](const 
 });
 
 TEST(Comparison, RandomProgramsAreTheSame) {
-    const std::uint64_t count = sanitized ? 2'000 : 20'000;
+    constexpr std::uint64_t count = RANDOM_PROGRAMS;
     for (std::uint64_t seed = 1; seed <= count; ++seed) {
         const std::string difference = compare(makeProgram(Choices(seed)));
         ASSERT_TRUE(difference.empty())
