@@ -1,5 +1,5 @@
 // Writing a picture of a drawing to a file.
-// Tests: tests/cli/plot.session.
+// Tests: tests/cli/plot.session, tests/cli/pictures.session.
 #pragma once
 
 #include "refhost/plot/plot.h"
