@@ -52,7 +52,7 @@ Document::Document(std::string bytes, std::string name, OnDamage onDamage)
     if (opening.form == Form::text && sampleEnd < end)  // not in the middle of a pair
         for (const Section& section : structure_.sections)
             if (section.end > sampleEnd || &section == &structure_.sections.back()) {
-                sampleEnd = section.begin > opening.begin ? section.begin : section.end;
+                sampleEnd = section.head.begin > opening.begin ? section.head.begin : section.end;
                 break;
             }
     try {

@@ -68,7 +68,7 @@ std::optional<std::uint64_t> lostRecord(const Structure& structure, std::span<co
             continue;
         for (const Change& change : changes) {
             const Span& span = change.replaced;
-            if (!lost && span.begin < span.end && span.begin >= section.begin &&
+            if (!lost && span.begin < span.end && span.begin >= section.head.begin &&
                 span.begin < section.end && !mayGo(span.begin))
                 lost = span.begin;
         }
@@ -303,7 +303,7 @@ class Saving {
         // Tables stand in front of what refers to them.
         for (const Section& section : structure_.sections)
             if (section.name != "HEADER" && section.name != "CLASSES")
-                return insert(section.begin, sectionOf("TABLES", tables), Rank::section);
+                return insert(section.head.begin, sectionOf("TABLES", tables), Rank::section);
         insert(structure_.eof, sectionOf("TABLES", tables), Rank::section);
     }
 
@@ -315,7 +315,7 @@ class Saving {
         if (!newBlocks_.empty() && blocks != nullptr)
             insert(blocks->end, std::move(newBlocks_), Rank::inSection);
         else if (!newBlocks_.empty())
-            insert(entities != nullptr ? entities->begin : structure_.eof,
+            insert(entities != nullptr ? entities->head.begin : structure_.eof,
                    sectionOf("BLOCKS", newBlocks_), Rank::section);
         if (!newEntities_.empty() && entities != nullptr)
             insert(entities->end, std::move(newEntities_), Rank::inSection);
@@ -622,11 +622,6 @@ class Saving {
         return true;
     }
 
-    // Behind the variables: what else stands in the section begins there.
-    [[nodiscard]] std::uint64_t headerEnd(const Section& header) const {
-        return structure_.variables.empty() ? header.end : structure_.variables.back().values.end;
-    }
-
     void variables() {
         // What the file said, for comparison.
         Variables before;
@@ -647,7 +642,7 @@ class Saving {
                 notes_.push_back(std::string(row.name) + " is not kept: files of version " +
                                  document_.version_.name() + " have no such variable");
             else
-                insert(headerEnd(*header), variablePairs(row, target_, drawing_.variables),
+                insert(header->head.end, variablePairs(row, target_, drawing_.variables),
                        Rank::inSection);
         }
     }
@@ -675,7 +670,7 @@ class Saving {
         std::string out;
         appendText(out, document_.style_, 9, "$HANDSEED");
         appendText(out, document_.style_, 5, text);
-        insert(headerEnd(*header), std::move(out), Rank::inSection);
+        insert(header->head.end, std::move(out), Rank::inSection);
     }
 
     // --- The whole ---

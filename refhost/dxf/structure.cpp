@@ -371,7 +371,7 @@ class Scanner {
             where_ = Where::outside;
             return drop(record_.span);
         }
-        found_.sections.push_back({withoutBlanks(record_.name), at, at});
+        found_.sections.push_back({withoutBlanks(record_.name), record_.span, at});
         where_ = Where::section;
     }
 

@@ -45,8 +45,8 @@ struct Block {
 
 struct Section {
     std::string_view name;
-    std::uint64_t begin = 0;  ///< its SECTION record
-    std::uint64_t end = 0;    ///< its ENDSEC record
+    Span head;              ///< its SECTION record, which holds the variables of the header
+    std::uint64_t end = 0;  ///< its ENDSEC record
 };
 
 /// A variable of the header.

@@ -421,6 +421,21 @@ TEST(Variables, WhatTheHeaderLacksComesIn) {
     EXPECT_EQ(again.drawing.variables.real(u"LTSCALE"), 2.5);
 }
 
+// Variables stand in the SECTION record. What else is in the section is no place for them.
+TEST(Variables, ComeInBeforeStrayRecordsOfTheHeader) {
+    for (const char* head : {"0 SECTION|2 HEADER", "0 SECTION|2 HEADER|9 $ACADVER|1 AC1015"}) {
+        SCOPED_TRACE(head);
+        const std::string stray = "|0 VERTEX|9 $LTSCALE|40 7.0|0 ENDSEC";
+        const std::string other = "|0 SECTION|2 CLASSES|9 $LUNITS|70 2|0 ENDSEC|0 EOF";
+        Opened opened(dxf(head + stray + other));
+        opened.drawing.variables.setReal(u"LTSCALE", 2.5);
+        opened.drawing.variables.setReal(u"TEXTSIZE", 4);
+        const Opened again(opened.saved());
+        EXPECT_EQ(again.drawing.variables.real(u"LTSCALE"), 2.5);
+        EXPECT_EQ(again.drawing.variables.real(u"TEXTSIZE"), 4);
+    }
+}
+
 TEST(Variables, WhatTheFileCannotHoldIsTold) {
     Opened old(dxf(drawingOf("", "AC1009")));
     old.drawing.variables.setInt(u"CELWEIGHT", 25);

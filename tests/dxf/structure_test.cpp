@@ -55,7 +55,7 @@ TEST(Structure, TellsWhereEverythingStands) {
             const Section& section = found.sections[i];
             EXPECT_EQ(section.name, names[i]);
             const std::string begin = part(std::string("0 SECTION|2 ") + names[i], look);
-            EXPECT_EQ(in(bytes, {section.begin, section.begin + begin.size()}), begin);
+            EXPECT_EQ(in(bytes, {section.head.begin, section.head.begin + begin.size()}), begin);
             const std::string end = part("0 ENDSEC", look);
             EXPECT_EQ(in(bytes, {section.end, section.end + end.size()}), end);
         }
