@@ -2,6 +2,7 @@
 #include "builtins/arithmetic.h"
 
 #include "tests/support/bare_lisp.h"
+#include "tests/support/cells.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -11,46 +12,19 @@
 namespace vlisp {
 namespace {
 
-constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
-constexpr std::int32_t greatest = std::numeric_limits<std::int32_t>::max();
+using test::call;
+using test::greatest;
+using test::isInteger;
+using test::isNil;
+using test::isReal;
+using test::isTrue;
+using test::least;
+using test::nonNumbers;
+using test::real;
+using test::whole;
+
 constexpr double infinity = std::numeric_limits<double>::infinity();
 const double notANumber = std::numeric_limits<double>::quiet_NaN();
-
-Cell call(BuiltinProc proc, std::vector<Cell> arguments) { return proc(arguments); }
-Cell whole(std::int32_t value) { return Cell::integer(value); }
-Cell real(double value) { return Cell::real(value); }
-
-testing::AssertionResult isInteger(const Cell& cell, std::int32_t value) {
-    if (cell.is(CellType::Integer) && cell.intValue() == value) return testing::AssertionSuccess();
-    return testing::AssertionFailure() << dumpCell(cell) << " is not the integer " << value;
-}
-testing::AssertionResult isReal(const Cell& cell, double value) {
-    if (cell.is(CellType::Real) && cell.realValue() == value) return testing::AssertionSuccess();
-    return testing::AssertionFailure() << dumpCell(cell) << " is not the real " << value;
-}
-testing::AssertionResult isNil(const Cell& cell) {
-    if (cell.is(CellType::Symbol) && cell.text() == u"nil") return testing::AssertionSuccess();
-    return testing::AssertionFailure() << dumpCell(cell) << " is not nil";
-}
-testing::AssertionResult isTrue(const Cell& cell) {
-    if (cell.is(CellType::Symbol) && cell.text() == u"T") return testing::AssertionSuccess();
-    return testing::AssertionFailure() << dumpCell(cell) << " is not T";
-}
-
-// One of every type but the numbers; each counts as 0.
-std::vector<Cell> nonNumbers() {
-    return {Cell(),
-            NilCell,
-            TrueCell,
-            Cell::symbol(u"5"),
-            Cell::string(u"5"),
-            Cell::list({}),
-            Cell::list({whole(5)}),
-            Cell::builtin(&plus),
-            Cell::lambda({}, nullptr, intern(u"F")),
-            Cell::make(CellType::EntityName, u"5"),
-            Cell::make(CellType::SelectionSet, u"5")};
-}
 
 TEST(Arithmetic, GivesAnIntegerUnlessAnArgumentIsAReal) {
     EXPECT_TRUE(isInteger(call(plus, {whole(1), whole(2)}), 3));

@@ -4,6 +4,7 @@
 #include "builtins/lists.h"
 #include "core/interruption.h"
 #include "tests/support/bare_lisp.h"
+#include "tests/support/cells.h"
 
 #include <gtest/gtest.h>
 #include <vector>
@@ -11,15 +12,10 @@
 namespace vlisp {
 namespace {
 
-Cell call(BuiltinProc proc, std::vector<Cell> arguments) { return proc(arguments); }
-Cell whole(std::int32_t value) { return Cell::integer(value); }
-bool isNil(const Cell& cell) { return cell.is(CellType::Symbol) && cell.text() == u"nil"; }
-
-std::vector<std::int32_t> numbers(const Cell& list) {
-    std::vector<std::int32_t> out;
-    for (const Cell& element : list.items()) out.push_back(element.intValue());
-    return out;
-}
+using test::call;
+using test::isNil;
+using test::numbers;
+using test::whole;
 using Numbers = std::vector<std::int32_t>;
 
 std::vector<Cell> nonLists() {

@@ -1,6 +1,8 @@
 // Tests of builtins/geometry.h: the values themselves, which print with three decimals only.
 #include "builtins/geometry.h"
 
+#include "tests/support/cells.h"
+
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
@@ -10,45 +12,35 @@
 namespace vlisp {
 namespace {
 
+using test::call;
+using test::isNil;
+using test::nonNumbers;
+using test::real;
+using test::whole;
+
 constexpr double pi = 3.141592653589793;
 
-Cell call(BuiltinProc proc, std::vector<Cell> arguments) { return proc(arguments); }
-Cell whole(std::int32_t value) { return Cell::integer(value); }
-Cell real(double value) { return Cell::real(value); }
 Cell point(double x, double y) { return Cell::list({real(x), real(y)}); }
-bool isNil(const Cell& cell) { return cell.is(CellType::Symbol) && cell.text() == u"nil"; }
 
-testing::AssertionResult isReal(const Cell& cell, double value) {
+testing::AssertionResult isNear(const Cell& cell, double value) {
     if (cell.is(CellType::Real) && std::abs(cell.realValue() - value) <= 1e-12)
         return testing::AssertionSuccess();
-    return testing::AssertionFailure() << dumpCell(cell) << " is not the real " << value;
+    return testing::AssertionFailure() << dumpCell(cell) << " is not near " << value;
 }
 
 testing::AssertionResult isPoint(const Cell& cell, double x, double y) {
     if (!cell.is(CellType::List) || cell.items().size() != 2)
         return testing::AssertionFailure() << dumpCell(cell) << " is no point of two";
-    const auto atX = isReal(cell.items()[0], x);
-    return atX ? isReal(cell.items()[1], y) : atX;
-}
-
-std::vector<Cell> nonNumbers() {
-    return {Cell(),
-            NilCell,
-            Cell::symbol(u"A"),
-            Cell::string(u"4"),
-            Cell::list({whole(4)}),
-            Cell::builtin(&sqrtOf),
-            Cell::lambda({}, nullptr, intern(u"F")),
-            Cell::make(CellType::EntityName, u"4"),
-            Cell::make(CellType::SelectionSet, u"4")};
+    const auto atX = isNear(cell.items()[0], x);
+    return atX ? isNear(cell.items()[1], y) : atX;
 }
 
 TEST(Geometry, FunctionsOfOneNumberGiveReals) {
-    EXPECT_TRUE(isReal(call(sqrtOf, {whole(2)}), std::sqrt(2.0)));
-    EXPECT_TRUE(isReal(call(sqrtOf, {real(2.25)}), 1.5));
-    EXPECT_TRUE(isReal(call(sinOf, {real(1)}), std::sin(1.0)));
-    EXPECT_TRUE(isReal(call(cosOf, {whole(1)}), std::cos(1.0)));
-    EXPECT_TRUE(isReal(call(atanOf, {whole(1)}), pi / 4));
+    EXPECT_TRUE(isNear(call(sqrtOf, {whole(2)}), std::sqrt(2.0)));
+    EXPECT_TRUE(isNear(call(sqrtOf, {real(2.25)}), 1.5));
+    EXPECT_TRUE(isNear(call(sinOf, {real(1)}), std::sin(1.0)));
+    EXPECT_TRUE(isNear(call(cosOf, {whole(1)}), std::cos(1.0)));
+    EXPECT_TRUE(isNear(call(atanOf, {whole(1)}), pi / 4));
     for (const Cell& other : nonNumbers())
         for (const BuiltinProc proc : {sqrtOf, sinOf, cosOf, atanOf}) {
             EXPECT_TRUE(isNil(call(proc, {other}))) << dumpCell(other);
@@ -63,16 +55,16 @@ TEST(Geometry, DomainErrorsAreNotChecked) {
     const Cell sine = call(sinOf, {real(std::numeric_limits<double>::infinity())});
     ASSERT_TRUE(sine.is(CellType::Real));
     EXPECT_TRUE(std::isnan(sine.realValue()));
-    EXPECT_TRUE(isReal(call(atanOf, {whole(0), whole(0)}), 0));
+    EXPECT_TRUE(isNear(call(atanOf, {whole(0), whole(0)}), 0));
 }
 
 TEST(Geometry, AtanOfTwoNumbersKnowsTheQuadrant) {
-    EXPECT_TRUE(isReal(call(atanOf, {whole(1), whole(-1)}), 3 * pi / 4));
-    EXPECT_TRUE(isReal(call(atanOf, {whole(-1), whole(-1)}), -3 * pi / 4));
-    EXPECT_TRUE(isReal(call(atanOf, {whole(1), whole(0)}), pi / 2));
-    EXPECT_TRUE(isReal(call(atanOf, {whole(1), real(2.5), whole(9)}), std::atan2(1.0, 2.5)));
+    EXPECT_TRUE(isNear(call(atanOf, {whole(1), whole(-1)}), 3 * pi / 4));
+    EXPECT_TRUE(isNear(call(atanOf, {whole(-1), whole(-1)}), -3 * pi / 4));
+    EXPECT_TRUE(isNear(call(atanOf, {whole(1), whole(0)}), pi / 2));
+    EXPECT_TRUE(isNear(call(atanOf, {whole(1), real(2.5), whole(9)}), std::atan2(1.0, 2.5)));
     for (const Cell& other : nonNumbers())
-        EXPECT_TRUE(isReal(call(atanOf, {whole(-1), other}), -pi / 2)) << dumpCell(other);
+        EXPECT_TRUE(isNear(call(atanOf, {whole(-1), other}), -pi / 2)) << dumpCell(other);
 }
 
 TEST(Geometry, PolarGoesADistanceInADirection) {
@@ -100,8 +92,8 @@ TEST(Geometry, AngleAndDistanceWantLists) {
         EXPECT_TRUE(isNil(call(distance, {other, point(1, 1)}))) << dumpCell(other);
         EXPECT_TRUE(isNil(call(distance, {point(1, 1), other}))) << dumpCell(other);
     }
-    EXPECT_TRUE(isReal(call(distance, {Cell::list({}), point(3, 4)}), 5));
-    EXPECT_TRUE(isReal(call(angle, {Cell::list({}), Cell::list({})}), 0));
+    EXPECT_TRUE(isNear(call(distance, {Cell::list({}), point(3, 4)}), 5));
+    EXPECT_TRUE(isNear(call(angle, {Cell::list({}), Cell::list({})}), 0));
 }
 
 // Polar, angle and distance undo one another wherever one stands.
@@ -121,9 +113,9 @@ TEST(Geometry, PolarAngleAndDistanceAgree) {
 }
 
 TEST(Geometry, AngleStaysBetweenMinusPiAndPi) {
-    EXPECT_TRUE(isReal(call(angle, {point(0, 0), point(-1, -1)}), -3 * pi / 4));
-    EXPECT_TRUE(isReal(call(angle, {point(0, 0), point(-1, 0)}), pi));
-    EXPECT_TRUE(isReal(call(angle, {point(0, 0), point(0, -1)}), -pi / 2));
+    EXPECT_TRUE(isNear(call(angle, {point(0, 0), point(-1, -1)}), -3 * pi / 4));
+    EXPECT_TRUE(isNear(call(angle, {point(0, 0), point(-1, 0)}), pi));
+    EXPECT_TRUE(isNear(call(angle, {point(0, 0), point(0, -1)}), -pi / 2));
 }
 
 TEST(Geometry, IntersFindsWhereSegmentsCross) {

@@ -4,19 +4,14 @@
 #include "core/scope_collector.h"
 #include "platform/system.h"
 #include "tests/support/bare_lisp.h"
+#include "tests/support/heap_limit.h"
 
 #include <gtest/gtest.h>
 
 namespace vlisp {
 namespace {
 
-struct LimitForTest {
-    explicit LimitForTest(std::size_t bytes) : before(heap::limit()) { heap::setLimit(bytes); }
-    ~LimitForTest() { heap::setLimit(before); }
-    LimitForTest(const LimitForTest&) = delete;
-    LimitForTest& operator=(const LimitForTest&) = delete;
-    std::size_t before;
-};
+using test::HeapLimit;
 
 constexpr std::size_t someMore = std::size_t{64} << 20;
 const std::string outOfMemory = ";error; out of memory";
@@ -135,7 +130,7 @@ TEST(LimitsWithBuiltins, DoublingEndsInAnErrorAndTheInterpreterGoesOn) {
     for (const char* program : programs) {
         test::BareLisp lisp;
         const std::size_t before = heap::used();
-        const LimitForTest limit(before + someMore);
+        const HeapLimit limit(before + someMore);
         lisp.eval("(setq k '())");
         EXPECT_EQ(lisp.eval(program), outOfMemory) << program;
         EXPECT_LE(heap::used(), before + someMore);
@@ -148,7 +143,7 @@ TEST(LimitsWithBuiltins, DoublingEndsInAnErrorAndTheInterpreterGoesOn) {
 
 TEST(LimitsWithBuiltins, ASharedListThatPrintsExponentiallyLongIsNotPrinted) {
     test::BareLisp lisp;
-    const LimitForTest limit(heap::used() + someMore);
+    const HeapLimit limit(heap::used() + someMore);
     EXPECT_EQ(lisp.eval("(begin (setq l 1) (repeat 60 (setq l (list l l))))"), outOfMemory);
     EXPECT_EQ(lisp.eval("(length l)"), "2");
 }
@@ -168,7 +163,7 @@ TEST(LimitsWithBuiltins, ASharedListThatIsExponentiallyLargeCanBeCancelledWhileI
 
 TEST(LimitsWithBuiltins, ALoadGoesOnAfterMemoryRanOut) {
     test::BareLisp lisp;
-    const LimitForTest limit(heap::used() + someMore);
+    const HeapLimit limit(heap::used() + someMore);
     const LoadReport report =
         lisp.session.loadLispText(u"a.lsp", u"(setq l '(1))\n(while 1 (setq l (append l l)))\n");
     EXPECT_EQ(report.errorText, u";error; out of memory");

@@ -3,6 +3,7 @@
 
 #include "core/heap.h"
 #include "tests/support/bare_lisp.h"
+#include "tests/support/heap_limit.h"
 
 #include <gtest/gtest.h>
 #include <limits>
@@ -12,16 +13,10 @@
 namespace vlisp {
 namespace {
 
+using test::HeapLimit;
+
 constexpr std::int32_t smallest = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t largest = std::numeric_limits<std::int32_t>::max();
-
-struct LimitForTest {
-    explicit LimitForTest(std::size_t bytes) : before(heap::limit()) { heap::setLimit(bytes); }
-    ~LimitForTest() { heap::setLimit(before); }
-    LimitForTest(const LimitForTest&) = delete;
-    LimitForTest& operator=(const LimitForTest&) = delete;
-    std::size_t before;
-};
 
 std::size_t plainSearch(const Cell& list, std::int32_t key) {
     const Items items = list.items();
@@ -224,7 +219,7 @@ TEST_F(ListIndex, OnlyAFewNotesAreKept) {
 
 TEST_F(ListIndex, GoesWithoutWhereThereIsNoMemory) {
     const Cell list = listOf(1000);
-    const LimitForTest limit(heap::used());
+    const HeapLimit limit(heap::used());
     const std::size_t alone = heap::used();
     for (int i = 0; i < 3; ++i) searchOften(list);
     EXPECT_EQ(heap::used(), alone);

@@ -3,9 +3,10 @@
 
 #include "core/heap.h"
 #include "tests/support/bare_lisp.h"
+#include "tests/support/cells.h"
+#include "tests/support/printed_seed.h"
 
 #include <gtest/gtest.h>
-#include <iostream>
 #include <limits>
 #include <random>
 #include <vector>
@@ -13,17 +14,12 @@
 namespace vlisp {
 namespace {
 
-Cell call(BuiltinProc proc, std::vector<Cell> arguments) { return proc(arguments); }
-Cell whole(std::int32_t value) { return Cell::integer(value); }
-
-bool isNil(const Cell& cell) { return cell.is(CellType::Symbol) && cell.text() == u"nil"; }
-bool isTrue(const Cell& cell) { return cell.is(CellType::Symbol) && cell.text() == u"T"; }
-
-std::vector<std::int32_t> numbers(const Cell& list) {
-    std::vector<std::int32_t> out;
-    for (const Cell& element : list.items()) out.push_back(element.intValue());
-    return out;
-}
+using test::call;
+using test::isNil;
+using test::isTrue;
+using test::numbers;
+using test::printedSeed;
+using test::whole;
 
 // One of every type that is not a list, but for a function.
 std::vector<Cell> atoms() {
@@ -137,13 +133,10 @@ TEST(Lists, DeepListsAreComparedWithoutRecursion) {
     EXPECT_TRUE(isNil(call(notEqual, {a, b})));
 }
 
-// A seed that is printed: what fails with it is repeated by --gtest_random_seed.
-unsigned printedSeed() {
-    const int given = GTEST_FLAG_GET(random_seed);
-    const unsigned seed =
-        given != 0 ? static_cast<unsigned>(given) : 1 + std::random_device()() % 99'999;
-    std::cout << "seed " << seed << "\n";
-    return seed;
+// Whether a comparison gives T.
+bool says(BuiltinProc comparison, const Cell& a, const Cell& b) {
+    const Cell answer = call(comparison, {a, b});
+    return answer.is(CellType::Symbol) && answer.text() == u"T";
 }
 
 // A literal twin of EQUAL and /=, recursive and by the letter.
@@ -185,9 +178,9 @@ TEST(Lists, EqualAgreesWithItsLiteralTwinOnRandomValues) {
     for (int i = 0; i < 20'000; ++i) {
         const Cell a = value(value, 3);
         const Cell b = value(value, 3);
-        EXPECT_EQ(isTrue(call(equal, {a, b})), literalEqual(a, b)) << "seed " << seed;
-        EXPECT_EQ(isTrue(call(eq, {a, b})), literalEqual(a, b)) << "seed " << seed;
-        EXPECT_EQ(isTrue(call(notEqual, {a, b})), literalNotEqual(a, b)) << "seed " << seed;
+        EXPECT_EQ(says(equal, a, b), literalEqual(a, b)) << "seed " << seed;
+        EXPECT_EQ(says(eq, a, b), literalEqual(a, b)) << "seed " << seed;
+        EXPECT_EQ(says(notEqual, a, b), literalNotEqual(a, b)) << "seed " << seed;
         EXPECT_TRUE(isTrue(call(equal, {a, a})));
         equalPairs += literalEqual(a, b) ? 1U : 0U;
     }

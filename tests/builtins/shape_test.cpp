@@ -24,12 +24,12 @@ Work workOf(const std::string& prepare, const std::string& program, const std::s
     return {after.elementsCopied - before.elementsCopied, after.allocations - before.allocations};
 }
 
-struct Row {
+struct CountedProgram {
     const char* name;
     // "%" stands for the number of elements.
     std::string prepare, program, check, expected;
 
-    friend std::ostream& operator<<(std::ostream& out, const Row& row) {
+    friend std::ostream& operator<<(std::ostream& out, const CountedProgram& row) {
         return out << row.program;
     }
 };
@@ -40,10 +40,10 @@ std::string withCount(std::string text, int count) {
     return text;
 }
 
-class ShapeOfPrograms : public ::testing::TestWithParam<Row> {};
+class ShapeOfPrograms : public ::testing::TestWithParam<CountedProgram> {};
 
 TEST_P(ShapeOfPrograms, IsLinear) {
-    const Row& row = GetParam();
+    const CountedProgram& row = GetParam();
     const auto workFor = [&](int count) {
         return workOf(withCount(row.prepare, count), withCount(row.program, count),
                       withCount(row.check, count), withCount(row.expected, count));
@@ -63,22 +63,30 @@ const std::string makeList =
 INSTANTIATE_TEST_SUITE_P(
     Programs, ShapeOfPrograms,
     ::testing::Values(
-        Row{"Append", "", "(begin (setq l '() x 1) (repeat % (setq l (append l (list x)))))",
-            "(length l)", "%"},
-        Row{"Cons", "", "(begin (setq l '() x 1) (repeat % (setq l (cons x l))))", "(length l)",
-            "%"},
-        Row{"AppendInFront", "", "(begin (setq l '() x 1) (repeat % (setq l (append (list x) l))))",
-            "(length l)", "%"},
-        Row{"Strcat", "", "(begin (setq s \"\" x \"a\") (repeat % (setq s (strcat s x))))",
-            "(strlen s)", "%"},
-        Row{"StrcatInFront", "", "(begin (setq s \"\" x \"a\") (repeat % (setq s (strcat x s))))",
-            "(strlen s)", "%"},
-        Row{"CarCdr", makeList, "(while (car l) (setq sum (+ sum (car l))) (setq l (cdr l)))",
-            "(/ sum 7)", "%"},
-        Row{"CarCdrOfAParameter", makeList,
+        CountedProgram{"Append", "",
+                       "(begin (setq l '() x 1) (repeat % (setq l (append l (list x)))))",
+                       "(length l)", "%"},
+        CountedProgram{"Cons", "", "(begin (setq l '() x 1) (repeat % (setq l (cons x l))))",
+                       "(length l)", "%"},
+        CountedProgram{"AppendInFront", "",
+                       "(begin (setq l '() x 1) (repeat % (setq l (append (list x) l))))",
+                       "(length l)", "%"},
+        CountedProgram{"Strcat", "",
+                       "(begin (setq s \"\" x \"a\") (repeat % (setq s (strcat s x))))",
+                       "(strlen s)", "%"},
+        CountedProgram{"StrcatInFront", "",
+                       "(begin (setq s \"\" x \"a\") (repeat % (setq s (strcat x s))))",
+                       "(strlen s)", "%"},
+        CountedProgram{"CarCdr", makeList,
+                       "(while (car l) (setq sum (+ sum (car l))) (setq l (cdr l)))", "(/ sum 7)",
+                       "%"},
+        CountedProgram{
+            "CarCdrOfAParameter", makeList,
             "((lambda (r) (while (car r) (begin (setq sum (+ sum 1)) (setq r (cdr r))))) l)", "sum",
             "%"}),
-    [](const ::testing::TestParamInfo<Row>& row) { return std::string(row.param.name); });
+    [](const ::testing::TestParamInfo<CountedProgram>& row) {
+        return std::string(row.param.name);
+    });
 
 TEST(Shape, AMillionIntegersUseAtMost32Megabytes) {
     for (const char* program : {"(repeat 1000000 (setq l (append l (list x))))",

@@ -4,23 +4,22 @@
 #include "core/heap.h"
 #include "core/printer.h"
 #include "core/reader.h"
+#include "tests/support/cells.h"
 
 #include <functional>
 #include <gtest/gtest.h>
-#include <limits>
 #include <random>
 #include <vector>
 
 namespace vlisp {
 namespace {
 
-constexpr std::int32_t least = std::numeric_limits<std::int32_t>::min();
-constexpr std::int32_t greatest = std::numeric_limits<std::int32_t>::max();
-
-Cell call(BuiltinProc proc, std::vector<Cell> arguments) { return proc(arguments); }
-Cell whole(std::int32_t value) { return Cell::integer(value); }
-Cell text(std::u16string_view value) { return Cell::string(value); }
-bool isNil(const Cell& cell) { return cell.is(CellType::Symbol) && cell.text() == u"nil"; }
+using test::call;
+using test::greatest;
+using test::isNil;
+using test::least;
+using test::text;
+using test::whole;
 
 // One of every type but String.
 std::vector<Cell> nonTexts() {

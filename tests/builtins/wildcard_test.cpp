@@ -2,9 +2,10 @@
 #include "builtins/wildcard.h"
 
 #include "platform/text.h"
+#include "tests/support/printed_seed.h"
+#include "tests/support/repeated.h"
 
 #include <gtest/gtest.h>
-#include <iostream>
 #include <iterator>
 #include <map>
 #include <random>
@@ -18,6 +19,8 @@ namespace {
 
 using platform::fromUtf8;
 using platform::toUtf8;
+using test::printedSeed;
+using test::repeated;
 using wildcard::Answer;
 
 std::vector<std::string> expressions(std::string_view pattern) {
@@ -37,15 +40,6 @@ bool matches(std::string_view text, std::string_view pattern) {
 template <class Work> void quickly(std::string_view what, Work work) {
     SCOPED_TRACE(what);
     work();
-}
-
-// A seed that is printed: what fails with it is repeated by --gtest_random_seed.
-unsigned printedSeed() {
-    const int given = GTEST_FLAG_GET(random_seed);
-    const unsigned seed =
-        given != 0 ? static_cast<unsigned>(given) : 1 + std::random_device()() % 99'999;
-    std::cout << "seed " << seed << "\n";
-    return seed;
 }
 
 TEST(TranslateWildcard, EachCharacterOfTheTable) {
@@ -474,13 +468,6 @@ TEST(Wildcard, LineAndParagraphSeparatorsAreLineEndsOnBothWays) {
         EXPECT_FALSE(matchesWildcard(text, u"?()"));
         EXPECT_FALSE(matchesWildcard(u"a" + std::u16string(text) + u"b", u"a*b"));
     }
-}
-
-std::u16string repeated(std::u16string_view piece, std::size_t count) {
-    std::u16string out;
-    out.reserve(piece.size() * count);
-    for (std::size_t i = 0; i < count; ++i) out += piece;
-    return out;
 }
 
 // Whatever a pattern holds, the call returns, matches nothing that is not there, and the next

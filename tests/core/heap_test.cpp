@@ -2,6 +2,7 @@
 #include "core/heap.h"
 
 #include "core/cell.h"
+#include "tests/support/heap_limit.h"
 
 #include <cstring>
 #include <gtest/gtest.h>
@@ -10,13 +11,7 @@
 namespace vlisp {
 namespace {
 
-struct LimitForTest {
-    explicit LimitForTest(std::size_t bytes) : before(heap::limit()) { heap::setLimit(bytes); }
-    ~LimitForTest() { heap::setLimit(before); }
-    LimitForTest(const LimitForTest&) = delete;
-    LimitForTest& operator=(const LimitForTest&) = delete;
-    std::size_t before;
-};
+using test::HeapLimit;
 
 TEST(Heap, EverythingReleasedIsNoLongerUsed) {
     const std::size_t before = heap::used();
@@ -39,7 +34,7 @@ TEST(Heap, ACopyOfACellAllocatesNothing) {
 
 TEST(Heap, TheBudgetEndsAnAllocation) {
     const std::size_t before = heap::used();
-    const LimitForTest limit(before + 1'000'000);
+    const HeapLimit limit(before + 1'000'000);
     void* memory = heap::allocate(900'000);
     EXPECT_EQ(heap::used(), before + 900'000);
     EXPECT_THROW(heap::allocate(200'000), heap::OutOfMemory);
@@ -50,7 +45,7 @@ TEST(Heap, TheBudgetEndsAnAllocation) {
 }
 
 TEST(Heap, ATextIsRequiredBeforeItIsMade) {
-    const LimitForTest limit(heap::used() + 1000);
+    const HeapLimit limit(heap::used() + 1000);
     EXPECT_NO_THROW(heap::requireText(500));
     EXPECT_THROW(heap::requireText(501), heap::OutOfMemory);
     EXPECT_THROW(heap::requireText(SIZE_MAX), heap::OutOfMemory);
@@ -83,7 +78,7 @@ TEST(Heap, TheBudgetHoldsForFreeBlocksToo) {
     constexpr std::size_t bytes = 96;
     heap::release(heap::allocate(bytes), bytes);
     const std::size_t before = heap::used();
-    const LimitForTest limit(before + bytes - 1);
+    const HeapLimit limit(before + bytes - 1);
     EXPECT_THROW(heap::allocate(bytes), heap::OutOfMemory);
     EXPECT_EQ(heap::used(), before);
     heap::setLimit(before + bytes);
@@ -100,14 +95,14 @@ TEST(Heap, EveryAllocationIsCountedOnce) {
     heap::release(heap::allocate(1000), 1000);
     heap::release(heap::allocate(5'000'000), 5'000'000);
     EXPECT_EQ(heap::statistics().allocations, before + 12);
-    const LimitForTest limit(heap::used());
+    const HeapLimit limit(heap::used());
     EXPECT_THROW(heap::allocate(80), heap::OutOfMemory);
     EXPECT_EQ(heap::statistics().allocations, before + 12) << "what failed does not count";
 }
 
 TEST(Heap, WhatAnObjectHasFromElsewhereIsCharged) {
     const std::size_t before = heap::used();
-    const LimitForTest limit(before + 1000);
+    const HeapLimit limit(before + 1000);
     heap::charge(900);
     EXPECT_EQ(heap::used(), before + 900);
     EXPECT_THROW(heap::charge(101), heap::OutOfMemory);

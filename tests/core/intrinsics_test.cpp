@@ -34,8 +34,8 @@ void bindBoth(Environment& global) {
     global.Bind(intern(cosineName), Cell::builtin(answerCosine));
 }
 
-struct Lisp {
-    Lisp() { session.StartInterpreter(1); }
+struct LispWithBoth {
+    LispWithBoth() { session.StartInterpreter(1); }
     std::u16string eval(std::u16string text) {
         session.EvalString(text);
         return text;
@@ -78,7 +78,7 @@ TEST(Intrinsics, ANameThatIsNotBoundStandsInTheWay) {
     intrinsics::declare(Intrinsic::sin, sineName, answerSine);
     EXPECT_TRUE(stands(Intrinsic::sin));
     {
-        const Lisp lisp;
+        const LispWithBoth lisp;
         EXPECT_FALSE(stands(Intrinsic::sin));
         EXPECT_FALSE(stands(Intrinsic::cos));
     }
@@ -87,7 +87,7 @@ TEST(Intrinsics, ANameThatIsNotBoundStandsInTheWay) {
 }
 
 TEST(Intrinsics, AnotherBindingStandsInTheWayUntilTheBuiltinIsBack) {
-    const Lisp lisp;
+    const LispWithBoth lisp;
     Environment& global = GlobalEnvironment();
     const Cell others[] = {Cell::integer(5), NilCell, Cell::builtin(answerOther),
                            Cell::builtin(answerCosine), Cell::list({NilCell})};
@@ -101,21 +101,21 @@ TEST(Intrinsics, AnotherBindingStandsInTheWayUntilTheBuiltinIsBack) {
 }
 
 TEST(Intrinsics, TheBuiltinUnderAnotherNameIsNothingToMind) {
-    const Lisp lisp;
+    const LispWithBoth lisp;
     GlobalEnvironment().Bind(intern(cosineName), Cell::builtin(answerSine));
     EXPECT_TRUE(stands(Intrinsic::cos));
     EXPECT_FALSE(stands(Intrinsic::sin));
 }
 
 TEST(Intrinsics, ANameInAnInnerScopeIsNoObstacle) {
-    const Lisp lisp;
+    const LispWithBoth lisp;
     const Ref<Environment> inner = Environment::make(&GlobalEnvironment());
     inner->Bind(intern(sineName), Cell::integer(5));
     EXPECT_FALSE(stands(Intrinsic::sin));
 }
 
 TEST(Intrinsics, ProgramsRebindAndRestoreThem) {
-    Lisp lisp;
+    LispWithBoth lisp;
     EXPECT_EQ(lisp.eval(u"(sine-of-tests)"), u"1");
     lisp.eval(u"(setq kept sine-of-tests)");
     EXPECT_FALSE(stands(Intrinsic::sin));
@@ -132,7 +132,7 @@ TEST(Intrinsics, ProgramsRebindAndRestoreThem) {
 
 // The same code runs before and after: it finds out by itself.
 TEST(Intrinsics, AFunctionThatRunsFollowsWhatItRebinds) {
-    Lisp lisp;
+    LispWithBoth lisp;
     lisp.eval(u"(defun f (new) (sine-of-tests))");
     lisp.eval(u"(defun g (/ a b c) (setq a (f 1)) (setq sine-of-tests cosine-of-tests) "
               u"(setq b (f 1)) (setq sine-of-tests kept) (setq c (f 1)) (h a b c))");
@@ -146,7 +146,7 @@ TEST(Intrinsics, AFunctionThatRunsFollowsWhatItRebinds) {
 
 TEST(Intrinsics, SessionsComeOneAfterAnother) {
     for (int i = 0; i < 3; ++i) {
-        Lisp lisp;
+        LispWithBoth lisp;
         EXPECT_FALSE(stands(Intrinsic::sin)) << "whatever the session before has bound";
         EXPECT_EQ(lisp.eval(u"(sine-of-tests)"), u"1");
         lisp.eval(u"(setq sine-of-tests 5)");
@@ -164,7 +164,7 @@ Cell look(Arguments) {
 }
 
 TEST(Intrinsics, AnErrorStandsInTheWayOfTheEvaluationItIsIn) {
-    Lisp lisp;
+    LispWithBoth lisp;
     GlobalEnvironment().Bind(intern(u"LOOK"), Cell::builtin(look));
     const auto errorStood = [] { return (seenObstacles & intrinsics::errorObstacle) != 0; };
     lisp.eval(u"(look)");
@@ -185,7 +185,7 @@ Cell evaluateApart(Arguments) {
 }
 
 TEST(Intrinsics, AnEvaluationWithinAnotherHasAnErrorOfItsOwn) {
-    Lisp lisp;
+    LispWithBoth lisp;
     GlobalEnvironment().Bind(intern(u"LOOK"), Cell::builtin(look));
     GlobalEnvironment().Bind(intern(u"APART"), Cell::builtin(evaluateApart));
     lisp.eval(u"(apart missing)");

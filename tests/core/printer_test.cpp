@@ -4,11 +4,10 @@
 #include "core/environment.h"
 #include "core/reader.h"
 #include "platform/text.h"
+#include "tests/support/comma_locale.h"
 
-#include <clocale>
 #include <gtest/gtest.h>
 #include <limits>
-#include <locale>
 #include <sstream>
 
 namespace vlisp {
@@ -16,7 +15,7 @@ namespace {
 
 using platform::toUtf8;
 
-Cell probe(Arguments) { return NilCell; }
+Cell anyBuiltin(Arguments) { return NilCell; }
 
 std::string printed(const Cell& cell) { return toUtf8(PrintCell(cell)); }
 
@@ -50,7 +49,7 @@ TEST(Printer, PrintsEachType) {
         {TrueCell, "T"},
         {lambda, ""},
         {function, "F"},
-        {Cell::builtin(probe), "<Proc>"},
+        {Cell::builtin(anyBuiltin), "<Proc>"},
         {Cell::list({}), "()"},
         {Cell::list({Cell::integer(1), DotCell, Cell::integer(2)}), "(1 . 2)"},
         {Cell::list({Cell::list({}), Cell::list({Cell::list({})})}), "(() (()))"},
@@ -205,22 +204,12 @@ TEST(CellText, IsTheTextAsItIsStored) {
     EXPECT_EQ(CellText(Parse(u"(1 2)")), u"");
 }
 
-struct Comma final : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
 TEST(Printer, PrintsTheSameUnderEveryLocale) {
-    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Comma));
-    const std::string cLocale = std::setlocale(LC_ALL, nullptr);
-    std::setlocale(LC_ALL, "de_DE.UTF-8");  // where it is installed
+    const test::CommaLocale foreign;
     std::ostringstream shown;
     shown << 1234.5;
     const std::string list = printed(Parse(u"(1234567 1234567.5 -0.25)"));
     const std::string point = toUtf8(PointText(Parse(u"(1.5 2000)")));
-    std::setlocale(LC_ALL, cLocale.c_str());
-    std::locale::global(before);
     ASSERT_EQ(shown.str(), "1.234,5");
     EXPECT_EQ(list, "(1234567 1234567.500 -0.250)");
     EXPECT_EQ(point, "1.500,2000");

@@ -4,17 +4,16 @@
 #include "core/printer.h"
 #include "platform/text.h"
 #include "tests/core/literal_reader.h"
+#include "tests/support/comma_locale.h"
+#include "tests/support/printed_seed.h"
 
 #include <algorithm>
-#include <clocale>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <iostream>
 #include <limits>
-#include <locale>
 #include <random>
 #include <sstream>
 
@@ -597,10 +596,7 @@ TEST(RealAtFront, TakesNumbersOfAnyLength) {
 
 // Digits, signs, points and the rest in random order, against the C library.
 TEST(RealAtFront, AgreesWithTheLibrary) {
-    const int given = GTEST_FLAG_GET(random_seed);  // repeats what has failed
-    const unsigned seed =
-        given != 0 ? static_cast<unsigned>(given) : 1 + std::random_device()() % 99'999;
-    std::cout << "seed " << seed << "\n";
+    const unsigned seed = test::printedSeed();
     std::mt19937 random(seed);
     constexpr std::string_view units = "00123456789..--+ee E, ";
     for (int i = 0; i < 100'000; ++i) {
@@ -622,15 +618,6 @@ TEST(Case, ChangesForAsciiLettersAlone) {
         EXPECT_EQ(upperCase(c), unit >= 'a' && unit <= 'z' ? unit - 32 : unit);
         EXPECT_EQ(lowerCase(c), unit >= 'A' && unit <= 'Z' ? unit + 32 : unit);
     }
-}
-
-// A seed that is printed: what fails with it is repeated by --gtest_random_seed.
-std::mt19937 seededRandom() {
-    const int given = GTEST_FLAG_GET(random_seed);
-    const unsigned seed =
-        given != 0 ? static_cast<unsigned>(given) : 1 + std::random_device()() % 99'999;
-    std::cout << "seed " << seed << "\n";
-    return std::mt19937(seed);
 }
 
 // A text of all that the reader looks at, in any order.
@@ -667,7 +654,7 @@ bool areSame(const Cell& a, const Cell& b) {
 }
 
 TEST(LiteralReader, CutsSourcesAlike) {
-    std::mt19937 random = seededRandom();
+    std::mt19937 random(test::printedSeed());
     std::size_t found = 0;
     for (int i = 0; i < 20'000; ++i) {
         const std::u16string source = randomText(random);
@@ -698,7 +685,7 @@ TEST(LiteralReader, CutsSourcesAlike) {
 }
 
 TEST(LiteralReader, ReadsTextsAlike) {
-    std::mt19937 random = seededRandom();
+    std::mt19937 random(test::printedSeed());
     std::size_t lists = 0;
     for (int i = 0; i < 20'000; ++i) {
         const std::u16string text = randomText(random);
@@ -731,16 +718,8 @@ TEST(Parser, RunsOutOfMemoryWithinTheBudget) {
     EXPECT_EQ(Parse(text).items().size(), 500'000U);
 }
 
-struct Comma final : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
 TEST(Locale, OfTheProcessDoesNotChangeHowTextIsRead) {
-    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Comma));
-    const std::string cLocale = std::setlocale(LC_ALL, nullptr);
-    std::setlocale(LC_ALL, "de_DE.UTF-8");  // where it is installed
+    const test::CommaLocale foreign;
     std::ostringstream shown;
     shown << 1234.5;
     const double real = MakeAtom(u"1234.5").realValue();
@@ -748,8 +727,6 @@ TEST(Locale, OfTheProcessDoesNotChangeHowTextIsRead) {
     const double comma = realAtFront(u"1,5");
     const Cell withComma = MakeAtom(u"1,5");
     const std::u16string upper = std::u16string(Parse(u"\u00e9i").text());
-    std::setlocale(LC_ALL, cLocale.c_str());
-    std::locale::global(before);
     ASSERT_EQ(shown.str(), "1.234,5");
     EXPECT_EQ(real, 1234.5);
     EXPECT_EQ(front, 1.5);

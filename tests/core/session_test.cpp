@@ -33,7 +33,7 @@ class Port final : public HostPort {
     }
 };
 
-Cell log(Arguments arguments) {
+Cell logEvent(Arguments arguments) {
     events.push_back("log " + (arguments.empty() ? "" : toUtf8(PrintCell(arguments[0]))));
     return arguments.empty() ? NilCell : arguments[0];
 }
@@ -46,7 +46,7 @@ Cell cancel(Arguments) {
 void registerProbes(Environment& global) {
     global.Bind(intern(u"nil"), FalseCell);
     global.Bind(intern(u"T"), TrueCell);
-    global.Bind(intern(u"LOG"), Cell::builtin(log));
+    global.Bind(intern(u"LOG"), Cell::builtin(logEvent));
     global.Bind(intern(u"CANCEL"), Cell::builtin(cancel));
     global.Bind(intern(u"ENT"), Cell::make(CellType::EntityName, u"42"));
 }

@@ -2,6 +2,7 @@
 #include "core/cell.h"
 #include "core/printer.h"
 #include "core/reader.h"
+#include "tests/support/repeated.h"
 
 #include <ctime>
 #include <gtest/gtest.h>
@@ -10,11 +11,7 @@
 namespace vlisp {
 namespace {
 
-std::u16string repeated(std::u16string_view piece, std::size_t count) {
-    std::u16string text;
-    for (std::size_t i = 0; i < count; ++i) text += piece;
-    return text;
-}
+using test::repeated;
 
 // The sizes are such that work that grows with their square would not come back before the test's
 // limit of time ends it.

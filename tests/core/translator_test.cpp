@@ -7,6 +7,7 @@
 #include "core/reader.h"
 #include "platform/system.h"
 #include "platform/text.h"
+#include "tests/support/repeated.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -16,7 +17,9 @@
 namespace vlisp {
 namespace {
 
-Cell nothing(Arguments) { return NilCell; }
+using test::repeated;
+
+Cell neverCalled(Arguments) { return NilCell; }
 
 // The names of some intrinsics, as a registry would declare them. Nothing is carried out here.
 class Translator : public ::testing::Test {
@@ -39,7 +42,7 @@ class Translator : public ::testing::Test {
             {Intrinsic::list, u"LIST"},      {Intrinsic::strlen, u"STRLEN"},
             {Intrinsic::strcat, u"STRCAT"},
         };
-        for (const auto& row : rows) intrinsics::declare(row.intrinsic, row.name, nothing);
+        for (const auto& row : rows) intrinsics::declare(row.intrinsic, row.name, neverCalled);
     }
 };
 
@@ -84,12 +87,6 @@ void expectFunction(std::u16string_view form, std::string_view expected) {
 
 std::ptrdiff_t countOf(const Code& code, Op op) {
     return std::ranges::count(code.blocks[0]->instructions, op, &Instruction::op);
-}
-
-std::u16string repeated(std::u16string_view text, std::size_t times) {
-    std::u16string out;
-    for (std::size_t i = 0; i < times; ++i) out += text;
-    return out;
 }
 
 // --- Constants and symbols ---
