@@ -6,6 +6,7 @@
 #include "core/printer.h"
 #include "host/module.h"
 #include "platform/text.h"
+#include "tests/support/cells.h"
 #include "tests/support/recording_host.h"
 
 #include <array>
@@ -44,9 +45,7 @@ inline std::string exact(const Cell& cell) {
     return list + ")";
 }
 
-inline Cell text(std::u16string_view value) { return Cell::string(value); }
 inline Cell number(std::int32_t value) { return Cell::integer(value); }
-inline Cell real(double value) { return Cell::real(value); }
 inline Cell nameOf(std::u16string_view id) { return Cell::make(CellType::EntityName, id); }
 inline Cell nameOf(HostLong id) {
     std::u16string digits;

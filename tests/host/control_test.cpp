@@ -6,6 +6,7 @@
 #include "host/handshake.h"
 #include "host/module.h"
 #include "platform/text.h"
+#include "tests/support/cells.h"
 #include "tests/support/recording_host.h"
 
 #include <gtest/gtest.h>
@@ -17,24 +18,15 @@ namespace vlisp {
 namespace {
 
 using platform::toUtf8;
+using test::call;
+using test::isNil;
+using test::isString;
 using test::RecordingHost;
 using test::reply;
+using test::text;
 using Log = std::vector<std::string>;
 
-Cell call(BuiltinProc proc, std::vector<Cell> arguments = {}) { return proc(arguments); }
-Cell text(std::u16string_view value) { return Cell::string(value); }
 Cell selectionSet(std::u16string_view number) { return Cell::make(CellType::SelectionSet, number); }
-
-testing::AssertionResult isNil(const Cell& cell) {
-    if (cell.is(CellType::Symbol) && cell.text() == u"nil") return testing::AssertionSuccess();
-    return testing::AssertionFailure() << dumpCell(cell) << " is not nil";
-}
-
-testing::AssertionResult isString(const Cell& cell, std::u16string_view value) {
-    if (cell.is(CellType::String) && cell.text() == value) return testing::AssertionSuccess();
-    return testing::AssertionFailure()
-           << dumpCell(cell) << " is not the string \"" << toUtf8(value) << "\"";
-}
 
 class Control : public testing::Test {
   protected:

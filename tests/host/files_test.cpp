@@ -16,7 +16,7 @@ TEST_F(Files, BothCommandsBeginWithTheirPrompt) {
         int step = 1;
         EXPECT_EQ(command(step), 1);
         EXPECT_EQ(step, 2);
-        EXPECT_EQ(host.log, Log{prompt});
+        EXPECT_EQ(host.log, Log{promptForFile});
     }
 }
 

@@ -17,7 +17,7 @@ namespace vlisp::test {
 using Log = std::vector<std::string>;
 using Texts = std::vector<std::u16string>;
 
-inline const std::string prompt =
+inline const std::string promptForFile =
     "DisplayPromptMsg Enter lisp file (.lsp) full path or <Browse...>: ";
 inline const Log browsing{"AllowTopMost 1", "chooseFile .lsp|Lisp files (*.lsp)|*lsp||",
                           "AllowTopMost 0"};

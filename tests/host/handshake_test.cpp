@@ -1,6 +1,7 @@
 // Tests of host/handshake.h.
 #include "host/handshake.h"
 
+#include "tests/support/printed_seed.h"
 #include "tests/support/recording_host.h"
 
 #include <algorithm>
@@ -10,7 +11,6 @@
 #include <cstddef>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <iostream>
 #include <mutex>
 #include <random>
 #include <string>
@@ -465,10 +465,7 @@ void sendAll(const std::vector<RequestKind>& run) {
 
 TEST_F(HandshakeTest, TenThousandRequestsInAnyOrderKeepTheirAnswers) {
     constexpr std::size_t requests = 10'000;
-    const int given = GTEST_FLAG_GET(random_seed);  // repeats what has failed
-    const unsigned seed =
-        given != 0 ? static_cast<unsigned>(given) : 1 + std::random_device()() % 99'999;
-    std::cout << "seed " << seed << "\n";
+    const unsigned seed = test::printedSeed();
     std::mt19937 random(seed);
     std::vector<RequestKind> run(requests);
     for (RequestKind& kind : run) kind = static_cast<RequestKind>(random() % 4);

@@ -5,6 +5,7 @@
 #include "host/handshake.h"
 #include "host/module.h"
 #include "platform/text.h"
+#include "tests/support/cells.h"
 #include "tests/support/recording_host.h"
 
 #include <cmath>
@@ -18,35 +19,18 @@ namespace vlisp {
 namespace {
 
 using platform::toUtf8;
+using test::call;
+using test::isInteger;
+using test::isNil;
+using test::isReal;
+using test::isString;
 using test::RecordingHost;
 using test::reply;
+using test::text;
 
-Cell call(BuiltinProc proc, std::vector<Cell> arguments = {}) { return proc(arguments); }
-Cell text(std::u16string_view value) { return Cell::string(value); }
 Cell point(Cell x, Cell y) { return Cell::list({std::move(x), std::move(y)}); }
 
 std::string printed(const Cell& cell) { return toUtf8(PrintCell(cell)); }
-
-testing::AssertionResult isNil(const Cell& cell) {
-    if (cell.is(CellType::Symbol) && cell.text() == u"nil") return testing::AssertionSuccess();
-    return testing::AssertionFailure() << dumpCell(cell) << " is not nil";
-}
-
-testing::AssertionResult isReal(const Cell& cell, double value) {
-    if (cell.is(CellType::Real) && cell.realValue() == value) return testing::AssertionSuccess();
-    return testing::AssertionFailure() << dumpCell(cell) << " is not the real " << value;
-}
-
-testing::AssertionResult isInteger(const Cell& cell, std::int32_t value) {
-    if (cell.is(CellType::Integer) && cell.intValue() == value) return testing::AssertionSuccess();
-    return testing::AssertionFailure() << dumpCell(cell) << " is not the integer " << value;
-}
-
-testing::AssertionResult isString(const Cell& cell, std::u16string_view value) {
-    if (cell.is(CellType::String) && cell.text() == value) return testing::AssertionSuccess();
-    return testing::AssertionFailure()
-           << dumpCell(cell) << " is not the string \"" << toUtf8(value) << "\"";
-}
 
 // A list of exactly these reals.
 testing::AssertionResult isReals(const Cell& cell, std::initializer_list<double> values) {

@@ -3,6 +3,7 @@
 
 #include "core/printer.h"
 #include "platform/text.h"
+#include "tests/support/cells.h"
 #include "tests/support/recording_host.h"
 
 #include <gtest/gtest.h>
@@ -12,16 +13,10 @@
 namespace vlisp {
 namespace {
 
+using test::call;
+using test::isSymbol;
 using test::RecordingHost;
-
-Cell call(BuiltinProc proc, std::vector<Cell> arguments) { return proc(arguments); }
-Cell text(std::u16string_view value) { return Cell::string(value); }
-
-testing::AssertionResult isSymbol(const Cell& cell, std::u16string_view name) {
-    if (cell.is(CellType::Symbol) && cell.text() == name) return testing::AssertionSuccess();
-    return testing::AssertionFailure()
-           << dumpCell(cell) << " is not the symbol \"" << platform::toUtf8(name) << "\"";
-}
+using test::text;
 
 class Output : public testing::Test {
   protected:
