@@ -15,8 +15,6 @@ namespace {
 
 using namespace test;
 
-const Look everyLook[] = {plain, windows, padded, binary, shortBinary};
-
 // --- A drawing that was not changed -------------------------------------------------------------
 
 struct Untouched {

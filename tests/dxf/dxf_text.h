@@ -5,14 +5,13 @@
 
 #include "refhost/dxf/document.h"
 #include "refhost/model/objects.h"
+#include "tests/support/comma_locale.h"
 
 #include <algorithm>
 #include <charconv>
-#include <clocale>
 #include <cstdint>
 #include <cstring>
 #include <gtest/gtest.h>
-#include <locale>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -20,6 +19,8 @@
 #include <vector>
 
 namespace vlisp::refhost::dxf::test {
+
+using vlisp::test::CommaLocale;
 
 // --- Pairs ------------------------------------------------------------------------------------
 
@@ -40,6 +41,7 @@ inline constexpr Look windows{Form::text, "\r\n"};
 inline constexpr Look padded{Form::text, "\r\n", true};
 inline constexpr Look binary{Form::binary};
 inline constexpr Look shortBinary{Form::binaryShortCodes};
+inline constexpr Look everyLook[] = {plain, windows, padded, binary, shortBinary};
 
 /// What the values of a code are in the binary form: 't' text, 'd' real, 'x' bytes, or the size of
 /// a whole number.
@@ -391,32 +393,5 @@ inline std::string damageIn(const std::string& bytes) {
     }
     return {};
 }
-
-// --- A locale with a decimal comma ------------------------------------------------------------
-
-struct Comma final : std::numpunct<char> {
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
-/// For as long as it lives, the process has a decimal comma as far as the system knows one.
-class CommaLocale {
-  public:
-    CommaLocale() : before_(std::locale::global(std::locale(std::locale::classic(), new Comma))) {
-        cLocale_ = std::setlocale(LC_ALL, nullptr);
-        std::setlocale(LC_ALL, "de_DE.UTF-8");  // where it is installed
-    }
-    CommaLocale(const CommaLocale&) = delete;
-    CommaLocale& operator=(const CommaLocale&) = delete;
-    ~CommaLocale() {
-        std::setlocale(LC_ALL, cLocale_.c_str());
-        std::locale::global(before_);
-    }
-
-  private:
-    std::locale before_;
-    std::string cLocale_;
-};
 
 }  // namespace vlisp::refhost::dxf::test

@@ -13,7 +13,7 @@ namespace {
 
 using namespace test;
 
-constexpr double pi = std::numbers::pi;
+using std::numbers::pi;
 
 template <class Class> std::function<void(VmDbObject&)> on(std::function<void(Class&)> action) {
     return [action](VmDbObject& object) {

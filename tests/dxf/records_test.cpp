@@ -11,7 +11,7 @@ namespace {
 
 using namespace test;
 
-constexpr double pi = std::numbers::pi;
+using std::numbers::pi;
 
 // Entities alone, as records are read: the bytes, and what it takes to read them.
 class Records {

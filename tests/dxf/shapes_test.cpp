@@ -17,7 +17,7 @@
 namespace vlisp::refhost::dxf {
 namespace {
 
-constexpr double pi = std::numbers::pi;
+using std::numbers::pi;
 
 // --- Reading ----------------------------------------------------------------------------------
 
@@ -632,8 +632,8 @@ class HatchShape : public testing::TestWithParam<HatchCase> {};
 
 TEST_P(HatchShape, IsDrawn) { EXPECT_EQ(textOf(*shapeOf(GetParam().notation)), GetParam().paths); }
 
-const std::string lines = "|92 1|93 3|72 1|10 0|20 0|11 4|21 0|72 1|10 4|20 0|11 4|21 3"
-                          "|72 1|10 4|20 3|11 0|21 0|97 1|330 1F|75 0";
+const std::string lineEdges = "|92 1|93 3|72 1|10 0|20 0|11 4|21 0|72 1|10 4|20 0|11 4|21 3"
+                              "|72 1|10 4|20 3|11 0|21 0|97 1|330 1F|75 0";
 const HatchCase hatches[] = {
     {"filled", hatch(square(0, 0, 4, 3) + "|75 0"), "* M 0,0 L 4,0 L 4,4 L 0,4 Z"},
     {"filled by its name", hatch(square(0, 0, 4, 3), "|2 solid|70 0|91 1"),
@@ -651,7 +651,7 @@ const HatchCase hatches[] = {
     {"places inside are no boundary",
      "0 HATCH|2 SOLID|70 1|91 1" + square(0, 0, 4, 3) + "|98 1|10 9|20 9",
      "* M 0,0 L 4,0 L 4,4 L 0,4 Z"},
-    {"edges", hatch(lines), "* M 0,0 L 4,0 L 4,3 L 0,0 Z"},
+    {"edges", hatch(lineEdges), "* M 0,0 L 4,0 L 4,3 L 0,0 Z"},
     {"edges the wrong way",
      hatch("|92 1|93 3|72 1|10 4|20 0|11 0|21 0|72 1|10 4|20 3|11 4|21 0"
            "|72 1|10 4|20 3|11 0|21 0|75 0"),

@@ -10,8 +10,6 @@ namespace {
 
 using namespace test;
 
-const Look everyLook[] = {plain, windows, padded, binary, shortBinary};
-
 std::string_view in(const std::string& bytes, Span span) {
     EXPECT_LE(span.begin, span.end);
     EXPECT_LE(span.end, bytes.size());

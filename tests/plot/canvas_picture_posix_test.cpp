@@ -5,6 +5,7 @@
 #include "plot_support.h"
 
 #include "refhost/plot/colour.h"
+#include "tests/support/special_numbers.h"
 
 #include <array>
 #include <cairo.h>
@@ -16,14 +17,13 @@
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
-#include <limits>
 #include <string>
 
 namespace vlisp::refhost::plot {
 namespace {
 
-constexpr double inf = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+using vlisp::test::inf;
+using vlisp::test::nan;
 
 class Pixels {
   public:

@@ -2,14 +2,15 @@
 // Covers: refhost/plot/page.cpp.
 #include "refhost/plot/page.h"
 
+#include "tests/support/special_numbers.h"
+
 #include <cmath>
 #include <gtest/gtest.h>
-#include <limits>
 
 namespace vlisp::refhost::plot {
 namespace {
 
-constexpr double inf = std::numeric_limits<double>::infinity();
+using vlisp::test::inf;
 
 // --- What people write ---
 

@@ -5,6 +5,7 @@
 #include "refhost/plot/svg.h"
 
 #include "plot_support.h"
+#include "tests/support/special_numbers.h"
 
 #include <cmath>
 #include <functional>
@@ -16,8 +17,8 @@
 namespace vlisp::refhost::plot {
 namespace {
 
-constexpr double inf = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+using vlisp::test::inf;
+using vlisp::test::nan;
 
 class Plot_svg : public testing::Test {
   protected:

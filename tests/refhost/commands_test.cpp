@@ -162,7 +162,7 @@ class Typist {
 };
 
 // Everything that a command can change in a drawing.
-std::string stateOf(const Drawing& drawing) {
+std::string everythingIn(const Drawing& drawing) {
     return objectsOf(drawing) + "\n" + layersOf(drawing) + "\n" + blocksOf(drawing);
 }
 
@@ -184,7 +184,7 @@ void expectOutcome(const Case& expected, bool furnished) {
     for (const std::string& command : commands) typist.type(command);
     typist.takeShown();
 
-    const std::string before = stateOf(typist.drawing);
+    const std::string before = everythingIn(typist.drawing);
     typist.type(last);
     EXPECT_EQ(objectsOf(typist.drawing), expected.objects);
     EXPECT_EQ(typist.takeShown(), expected.shown);
@@ -193,12 +193,12 @@ void expectOutcome(const Case& expected, bool furnished) {
     EXPECT_EQ(objectsOf(typist.drawing), expected.objects) << "cancelling keeps what is done";
     EXPECT_EQ(typist.drawing.openCount(), 0);
 
-    const std::string after = stateOf(typist.drawing);
+    const std::string after = everythingIn(typist.drawing);
     if (after == before) return;
     ASSERT_TRUE(typist.drawing.undo());
-    EXPECT_EQ(stateOf(typist.drawing), before) << "a command is one step";
+    EXPECT_EQ(everythingIn(typist.drawing), before) << "a command is one step";
     ASSERT_TRUE(typist.drawing.redo());
-    EXPECT_EQ(stateOf(typist.drawing), after);
+    EXPECT_EQ(everythingIn(typist.drawing), after);
 }
 
 // --- The table ---
@@ -332,12 +332,12 @@ TEST(CommandTable, EveryCommandEndsOnEnter) {
         SCOPED_TRACE(row.name);
         Typist typist;
         typist.furnish();
-        const std::string before = stateOf(typist.drawing);
+        const std::string before = everythingIn(typist.drawing);
         typist.line.start(row);
         for (int i = 0; i < 10 && typist.line.isActive(); ++i) typist.answer("");
         EXPECT_FALSE(typist.line.isActive());
         if (std::string_view(row.name) != "U" && std::string_view(row.name) != "UNDO") {
-            EXPECT_EQ(stateOf(typist.drawing), before);
+            EXPECT_EQ(everythingIn(typist.drawing), before);
         }
         EXPECT_EQ(typist.line.quits(), std::string_view(row.name) == "QUIT");
         EXPECT_EQ(toUtf8(typist.line.prompt()), "");

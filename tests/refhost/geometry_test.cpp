@@ -2,17 +2,19 @@
 // One idea: beside tables of known answers, random objects are compared with a twin that is drawn
 // another way: as chains of sampled points, arcs by halving bulges, blocks point by point.
 // Covers: refhost/model/geometry.cpp, refhost/model/objects.cpp.
+#include "tests/refhost/geometry_test.h"
+
 #include "refhost/model/geometry.h"
 #include "refhost/model/objects.h"
+#include "tests/support/printed_seed.h"
+#include "tests/support/special_numbers.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <functional>
 #include <gtest/gtest.h>
-#include <iostream>
 #include <limits>
-#include <map>
 #include <memory>
 #include <numbers>
 #include <random>
@@ -22,20 +24,20 @@
 namespace vlisp::refhost {
 namespace {
 
-constexpr double pi = std::numbers::pi;
-constexpr double inf = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+using std::numbers::pi;
+using test::Blocks;
+using test::expectNear;
+using test::made;
+using test::noBlocks;
+using vlisp::test::inf;
+using vlisp::test::nan;
+using vlisp::test::printedSeed;
+
 const double half = std::sqrt(0.5);
 
 using Object = std::unique_ptr<VmDbObject>;
 
 // --- Making objects ---
-
-template <class Class> std::unique_ptr<Class> made(const std::vector<Point2>& points) {
-    auto object = std::make_unique<Class>();
-    for (const Point2 point : points) object->addPoint(mmPoint(point.x, point.y, 0));
-    return object;
-}
 
 Object line(Point2 from, Point2 to) { return made<VmDbLine>({from, to}); }
 
@@ -85,56 +87,6 @@ Object opaque(const std::vector<Point2>& points) {
     auto object = made<VmDbObject>(points);
     object->typeCode = 12345;
     return object;
-}
-
-// Blocks by name.
-class Blocks {
-  public:
-    template <class... Objects>
-    Blocks& define(const std::u16string& name, Point2 base, Objects... objects) {
-        Block& block = blocks_[name];
-        block.base = base;
-        (add(name, std::move(objects)), ...);
-        return *this;
-    }
-    void add(const std::u16string& name, Object object) {
-        Block& block = blocks_[name];
-        block.view.push_back(object.get());
-        block.contents.push_back(std::move(object));
-    }
-    const std::vector<const VmDbObject*>* find(std::u16string_view name, Point2& base) const {
-        const auto block = blocks_.find(std::u16string(name));
-        if (block == blocks_.end()) return nullptr;
-        base = block->second.base;
-        return &block->second.view;
-    }
-    [[nodiscard]] BlockLookup lookup() const {
-        return [this](std::u16string_view name, Point2& base) { return find(name, base); };
-    }
-
-  private:
-    struct Block {
-        Point2 base;
-        std::vector<Object> contents;
-        std::vector<const VmDbObject*> view;
-    };
-    std::map<std::u16string, Block> blocks_;
-};
-
-const BlockLookup noBlocks;
-
-void expectNear(Point2 actual, Point2 expected, double tolerance = 1e-9) {
-    EXPECT_NEAR(actual.x, expected.x, tolerance);
-    EXPECT_NEAR(actual.y, expected.y, tolerance);
-}
-
-void expectNear(const Box& actual, const Box& expected, double tolerance = 1e-9) {
-    if (expected.isEmpty()) {
-        EXPECT_TRUE(actual.isEmpty());
-        return;
-    }
-    expectNear(Point2{actual.left, actual.bottom}, {expected.left, expected.bottom}, tolerance);
-    expectNear(Point2{actual.right, actual.top}, {expected.right, expected.top}, tolerance);
 }
 
 std::u16string_view lettersOf(const VmDbString& string) {
@@ -1130,15 +1082,6 @@ double longestStep(const Twin& twin) {
         longest =
             std::max(longest, std::hypot(frame[2].x - frame[0].x, frame[2].y - frame[0].y) / 24);
     return longest;
-}
-
-// A seed that is printed: what fails with it is repeated by --gtest_random_seed.
-unsigned printedSeed() {
-    const int given = GTEST_FLAG_GET(random_seed);
-    const unsigned seed =
-        given != 0 ? static_cast<unsigned>(given) : 1 + std::random_device()() % 99'999;
-    std::cout << "seed " << seed << "\n";
-    return seed;
 }
 
 class RandomObjects {

@@ -6,13 +6,15 @@
 
 #include "refhost/model/geometry.h"
 #include "refhost/model/objects.h"
+#include "tests/refhost/geometry_test.h"
+#include "tests/support/special_numbers.h"
 
 #include <array>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
-#include <map>
 #include <memory>
+#include <numbers>
 #include <random>
 #include <string>
 #include <vector>
@@ -20,31 +22,31 @@
 namespace vlisp::refhost {
 namespace {
 
-using pieces::pi;
+using std::numbers::pi;
+using test::Blocks;
+using test::expectNear;
+using test::made;
+using test::noBlocks;
+using vlisp::test::inf;
+using vlisp::test::nan;
 
-constexpr double inf = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-const BlockLookup noBlocks;
-
-template <class Class> std::unique_ptr<FromFile<Class>> made(const std::vector<Point2>& points) {
-    auto object = std::make_unique<FromFile<Class>>();
-    for (const Point2 point : points) object->addPoint(mmPoint(point.x, point.y, 0));
-    return object;
+template <class Class> auto fromFile(const std::vector<Point2>& points) {
+    return made<FromFile<Class>>(points);
 }
 
-std::unique_ptr<FromFile<VmDbText>> text(Point2 at, double height, std::u16string_view letters,
-                                         VmDbType type = vmDbText) {
-    auto object = made<VmDbText>({at});
+std::unique_ptr<FromFile<VmDbText>>
+textFromFile(Point2 at, double height, std::u16string_view letters, VmDbType type = vmDbText) {
+    auto object = fromFile<VmDbText>({at});
     object->typeCode = type;
     object->height = height;
     object->text.assign(letters.data(), letters.size());
     return object;
 }
 
-std::unique_ptr<FromFile<VmDbBlockRef>> insert(Point2 at, std::u16string_view name,
-                                               double xScale = 1, double yScale = 1,
-                                               double rotation = 0) {
-    auto object = made<VmDbBlockRef>({at});
+std::unique_ptr<FromFile<VmDbBlockRef>> insertFromFile(Point2 at, std::u16string_view name,
+                                                       double xScale = 1, double yScale = 1,
+                                                       double rotation = 0) {
+    auto object = fromFile<VmDbBlockRef>({at});
     object->blockName.assign(name.data(), name.size());
     object->xScale = xScale;
     object->yScale = yScale;
@@ -57,39 +59,6 @@ std::unique_ptr<CarriedObject> carried(Path path) {
     object->isShown = true;
     object->figures.push_back({std::move(path), false});
     return object;
-}
-
-class Blocks {
-  public:
-    void define(const std::u16string& name, Point2 base, std::unique_ptr<VmDbObject> object) {
-        objects_.push_back(std::move(object));
-        blocks_[name].base = base;
-        blocks_[name].contents.push_back(objects_.back().get());
-    }
-    [[nodiscard]] BlockLookup lookup() const {
-        return [this](std::u16string_view name,
-                      Point2& base) -> const std::vector<const VmDbObject*>* {
-            const auto found = blocks_.find(std::u16string(name));
-            if (found == blocks_.end()) return nullptr;
-            base = found->second.base;
-            return &found->second.contents;
-        };
-    }
-
-  private:
-    struct Block {
-        Point2 base;
-        std::vector<const VmDbObject*> contents;
-    };
-    std::map<std::u16string, Block> blocks_;
-    std::vector<std::unique_ptr<VmDbObject>> objects_;
-};
-
-void expectNear(const Box& seen, const Box& wanted, double tolerance = 1e-9) {
-    EXPECT_NEAR(seen.left, wanted.left, tolerance);
-    EXPECT_NEAR(seen.bottom, wanted.bottom, tolerance);
-    EXPECT_NEAR(seen.right, wanted.right, tolerance);
-    EXPECT_NEAR(seen.top, wanted.top, tolerance);
 }
 
 // --- Carried objects ---
@@ -163,25 +132,26 @@ TEST(Pieces, Closing_a_figure_draws_its_last_side) {
 
 TEST(Pieces, A_carried_block_is_shown_as_it_is) {
     Blocks blocks;
-    blocks.define(u"*D1", {100, 100}, made<VmDbLine>({{1, 2}, {3, 5}}));
+    blocks.define(u"*D1", {100, 100}, fromFile<VmDbLine>({{1, 2}, {3, 5}}));
     CarriedObject object;
     object.block = u"*D1";
     expectNear(extentOf(object, blocks.lookup()), {1, 2, 3, 5});
     EXPECT_TRUE(extentOf(object, noBlocks).isEmpty());
     blocks.define(u"OUTER", {1, 2}, clone(object));
-    expectNear(extentOf(*insert({10, 10}, u"OUTER", 2, 2), blocks.lookup()), {10, 10, 14, 16});
+    expectNear(extentOf(*insertFromFile({10, 10}, u"OUTER", 2, 2), blocks.lookup()),
+               {10, 10, 14, 16});
 }
 
 TEST(Pieces, Nothing_is_shown_of_what_is_invisible) {
-    auto object = made<VmDbLine>({{1, 2}, {3, 5}});
+    auto object = fromFile<VmDbLine>({{1, 2}, {3, 5}});
     object->appearance.invisible = true;
     EXPECT_TRUE(extentOf(*object, noBlocks).isEmpty());
     EXPECT_EQ(distanceTo(*object, {1, 2}, noBlocks), inf);
     EXPECT_FALSE(crosses(*object, Box{0, 0, 9, 9}, noBlocks));
     Blocks blocks;
     blocks.define(u"B", {0, 0}, std::move(object));
-    blocks.define(u"B", {0, 0}, made<VmDbLine>({{0, 0}, {1, 1}}));
-    expectNear(extentOf(*insert({0, 0}, u"B"), blocks.lookup()), {0, 0, 1, 1});
+    blocks.define(u"B", {0, 0}, fromFile<VmDbLine>({{0, 0}, {1, 1}}));
+    expectNear(extentOf(*insertFromFile({0, 0}, u"B"), blocks.lookup()), {0, 0, 1, 1});
 }
 
 // --- Planes ---
@@ -207,24 +177,24 @@ TEST(Pieces, A_planes_axes_follow_from_its_direction) {
 }
 
 TEST(Pieces, Objects_seen_from_below_are_mirrored) {
-    auto arc = made<VmDbArc>({{-5, 3}});
+    auto arc = fromFile<VmDbArc>({{-5, 3}});
     arc->radius = 2;
     arc->startAngle = 0;
     arc->endAngle = pi / 2;
     arc->appearance.normal = {0, 0, -1};
     expectNear(extentOf(*arc, noBlocks), {3, 3, 5, 5});
-    auto line = made<VmDbLine>({{1, 2}, {3, 5}});
+    auto line = fromFile<VmDbLine>({{1, 2}, {3, 5}});
     line->appearance.normal = {0, 0, -1};
     expectNear(extentOf(*line, noBlocks), {1, 2, 3, 5});
     Blocks blocks;
-    blocks.define(u"B", {0, 0}, made<VmDbLine>({{0, 0}, {2, 1}}));
-    auto turned = insert({-5, 3}, u"B");
+    blocks.define(u"B", {0, 0}, fromFile<VmDbLine>({{0, 0}, {2, 1}}));
+    auto turned = insertFromFile({-5, 3}, u"B");
     turned->appearance.normal = {0, 0, -1};
     expectNear(extentOf(*turned, blocks.lookup()), {3, 3, 5, 4});
 }
 
 TEST(Pieces, A_tilted_plane_lies_as_high_as_its_first_point) {
-    auto circle = made<VmDbCircle>({});
+    auto circle = fromFile<VmDbCircle>({});
     circle->addPoint(mmPoint(1, 2, 10));
     circle->radius = 5;
     circle->appearance.normal = {0, 0.6, 0.8};
@@ -236,8 +206,8 @@ TEST(Pieces, A_tilted_plane_lies_as_high_as_its_first_point) {
 
 TEST(Pieces, A_grid_turns_with_its_insert_and_is_not_scaled) {
     Blocks blocks;
-    blocks.define(u"B", {0, 0}, made<VmDbLine>({{0, 0}, {1, 0}}));
-    auto grid = insert({10, 10}, u"B", 2, 2, 90);
+    blocks.define(u"B", {0, 0}, fromFile<VmDbLine>({{0, 0}, {1, 0}}));
+    auto grid = insertFromFile({10, 10}, u"B", 2, 2, 90);
     grid->appearance.columns = 3;
     grid->appearance.rows = 2;
     grid->appearance.columnSpacing = 5;
@@ -252,8 +222,8 @@ TEST(Pieces, A_grid_turns_with_its_insert_and_is_not_scaled) {
 
 TEST(Pieces, A_grid_without_end_ends) {
     Blocks blocks;
-    blocks.define(u"B", {0, 0}, made<VmDbLine>({{0, 0}, {1, 0}}));
-    auto grid = insert({0, 0}, u"B");
+    blocks.define(u"B", {0, 0}, fromFile<VmDbLine>({{0, 0}, {1, 0}}));
+    auto grid = insertFromFile({0, 0}, u"B");
     grid->appearance.columns = std::numeric_limits<int>::max();
     grid->appearance.rows = std::numeric_limits<int>::max();
     grid->appearance.columnSpacing = 1;
@@ -261,24 +231,24 @@ TEST(Pieces, A_grid_without_end_ends) {
     EXPECT_GT(box.right, 1e5);
     EXPECT_LE(box.right, mostInsertedPieces);
     Blocks empty;
-    empty.define(u"B", {0, 0}, made<VmDbLine>({}));
+    empty.define(u"B", {0, 0}, fromFile<VmDbLine>({}));
     expectNear(extentOf(*grid, empty.lookup()), {0, 0, 0, 0});
 }
 
 TEST(Pieces, Attributes_stand_where_the_insert_stands) {
     Blocks blocks;
-    blocks.define(u"B", {0, 0}, made<VmDbLine>({{0, 0}, {1, 0}}));
+    blocks.define(u"B", {0, 0}, fromFile<VmDbLine>({{0, 0}, {1, 0}}));
     blocks.define(u"OUTER", {0, 0}, [] {
-        auto inner = insert({3, 0}, u"B", 9, 9, 45);
+        auto inner = insertFromFile({3, 0}, u"B", 9, 9, 45);
         auto texts = std::make_shared<std::vector<std::unique_ptr<VmDbObject>>>();
-        texts->push_back(text({20, 30}, 1, u"ab"));
+        texts->push_back(textFromFile({20, 30}, 1, u"ab"));
         texts->push_back(nullptr);
-        texts->push_back(text({500, 500}, 1, u"unseen"));
+        texts->push_back(textFromFile({500, 500}, 1, u"unseen"));
         filePartOf(*texts->back())->appearance.invisible = true;
         inner->appearance.attributes = texts;
         return inner;
     }());
-    const auto object = insert({100, 100}, u"OUTER", 2, 2);
+    const auto object = insertFromFile({100, 100}, u"OUTER", 2, 2);
     EXPECT_NEAR(extentOf(*object, blocks.lookup()).right, 100 + 2 * 21.2, 1e-9);
     EXPECT_NEAR(extentOf(*object, blocks.lookup()).top, 100 + 2 * 31, 1e-9);
 }
@@ -287,7 +257,7 @@ TEST(Pieces, Attributes_stand_where_the_insert_stands) {
 
 TEST(Pieces, Texts_are_aligned) {
     const auto box = [](int horizontal, int vertical) {
-        auto object = text({1, 2}, 3, u"abcd");  // 7.2 wide
+        auto object = textFromFile({1, 2}, 3, u"abcd");  // 7.2 wide
         object->appearance.horizontal = horizontal;
         object->appearance.vertical = vertical;
         object->appearance.alignment = {20, 30};
@@ -304,7 +274,7 @@ TEST(Pieces, Texts_are_aligned) {
 
 TEST(Pieces, A_fitted_text_fills_its_way) {
     for (const int horizontal : {3, 5}) {
-        auto object = text({1, 2}, 2, u"a");
+        auto object = textFromFile({1, 2}, 2, u"a");
         object->rotation = 33;
         object->appearance.horizontal = horizontal;
         object->appearance.alignment = {1, 12};
@@ -316,7 +286,7 @@ TEST(Pieces, A_fitted_text_fills_its_way) {
 }
 
 TEST(Pieces, A_texts_codes_and_width_factor_count) {
-    auto object = text({0, 0}, 1, u"%%c12%%d");
+    auto object = textFromFile({0, 0}, 1, u"%%c12%%d");
     expectNear(extentOf(*object, noBlocks), {0, 0, 2.4, 1});
     object->appearance.widthFactor = 0.5;
     expectNear(extentOf(*object, noBlocks), {0, 0, 1.2, 1});
@@ -324,13 +294,13 @@ TEST(Pieces, A_texts_codes_and_width_factor_count) {
         object->appearance.widthFactor = odd;
         expectNear(extentOf(*object, noBlocks), {0, 0, 2.4, 1});
     }
-    const auto paragraph = text({0, 0}, 3, u"{\\H2;a}\\Pbc", vmDbMText);
+    const auto paragraph = textFromFile({0, 0}, 3, u"{\\H2;a}\\Pbc", vmDbMText);
     expectNear(extentOf(*paragraph, noBlocks), {0, -8, 3.6, 0});
 }
 
 TEST(Pieces, A_paragraph_is_attached_at_nine_places) {
     for (int attachment = 0; attachment <= 10; ++attachment) {
-        auto object = text({20, 30}, 3, u"a\\Pbc", vmDbMText);  // 3.6 wide, 8 high
+        auto object = textFromFile({20, 30}, 3, u"a\\Pbc", vmDbMText);  // 3.6 wide, 8 high
         object->appearance.attachment = attachment;
         const int place = attachment >= 1 && attachment <= 9 ? attachment - 1 : 0;
         const double left = 20 - place % 3 * 1.8;
@@ -345,25 +315,25 @@ TEST(Pieces, What_a_file_adds_is_transformed_too) {
     const Similarity by = Similarity::rotated(pi / 2, {0, 0})
                               .then(Similarity::scaled(2, mmPoint()))
                               .then(Similarity::moved(mmPoint(100, 0, 0)));
-    auto letters = text({1, 2}, 3, u"ab");
+    auto letters = textFromFile({1, 2}, 3, u"ab");
     letters->appearance.horizontal = 1;
     letters->appearance.alignment = {5, 6};
     transform(*letters, by);
     EXPECT_NEAR(letters->appearance.alignment.x, 88, 1e-9);
     EXPECT_NEAR(letters->appearance.alignment.y, 10, 1e-9);
 
-    auto wide = made<VmDb2DPolyline>({{0, 0}, {1, 0}});
+    auto wide = fromFile<VmDb2DPolyline>({{0, 0}, {1, 0}});
     wide->appearance.width = 0.5;
     transform(*wide, by);
     EXPECT_EQ(wide->appearance.width, 1);
 
     Blocks blocks;
-    blocks.define(u"B", {0, 0}, made<VmDbLine>({{0, 0}, {1, 0}}));
-    auto grid = insert({1, 2}, u"B");
+    blocks.define(u"B", {0, 0}, fromFile<VmDbLine>({{0, 0}, {1, 0}}));
+    auto grid = insertFromFile({1, 2}, u"B");
     grid->appearance.columns = 2;
     grid->appearance.columnSpacing = 5;
     auto texts = std::make_shared<std::vector<std::unique_ptr<VmDbObject>>>();
-    texts->push_back(text({10, 0}, 1, u"a"));
+    texts->push_back(textFromFile({10, 0}, 1, u"a"));
     grid->appearance.attributes = texts;
     const auto copy = clone(*grid);
     const Box before = extentOf(*grid, blocks.lookup());

@@ -1,12 +1,13 @@
 // Tests of refhost/model/variables.h.
 #include "refhost/model/variables.h"
 
+#include "tests/support/comma_locale.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <climits>
 #include <limits>
-#include <locale>
 #include <ostream>
 #include <set>
 #include <string>
@@ -439,27 +440,8 @@ TEST(VariableTexts, IntegersReachBothEnds) {
     }
 }
 
-class CommaForThePoint final : public std::numpunct<char> {
-  protected:
-    char do_decimal_point() const override { return ','; }
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
-};
-
-// Puts back what was the locale.
-class GlobalLocale {
-  public:
-    explicit GlobalLocale(const std::locale& locale) : before_(std::locale::global(locale)) {}
-    GlobalLocale(const GlobalLocale&) = delete;
-    GlobalLocale& operator=(const GlobalLocale&) = delete;
-    ~GlobalLocale() { std::locale::global(before_); }
-
-  private:
-    std::locale before_;
-};
-
 TEST(VariableTexts, DoNotFollowTheLocale) {
-    const GlobalLocale foreign(std::locale(std::locale::classic(), new CommaForThePoint));
+    const vlisp::test::CommaLocale foreign;
     Variables variables;
     EXPECT_TRUE(variables.setInt(u"USERI1", 1234567));
     EXPECT_TRUE(variables.setReal(u"USERR1", 1234567.5));
