@@ -14,7 +14,11 @@
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
-#include <shellapi.h>
+// The words of the command line as 16-bit units. Every C library of the compiler has it, no header
+// declares it.
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
+extern "C" int __cdecl __wgetmainargs(int* count, wchar_t*** words, wchar_t*** environment,
+                                      int expandsWildcards, int* newMode);
 
 namespace vlisp::app {
 namespace {
@@ -49,17 +53,16 @@ bool readConsole(int descriptor, std::string& bytes) {
 
 }  // namespace
 
-// Not those that main is given: the C library has turned them into bytes of some code page.
+// Not those that main is given: the C library has turned them into bytes of some code page. Nor those of
+// the shell's own function for it: that library brings half of the desktop with it, at every start.
 std::vector<std::string> wordsOfCommandLine(int /*argc*/, char** /*argv*/) {
     int count = 0;
-    const std::unique_ptr<wchar_t*, HLOCAL (*)(HLOCAL)> words(
-        reinterpret_cast<wchar_t**>(::CommandLineToArgvW(::GetCommandLineW(), &count)),
-        [](HLOCAL memory) { return ::LocalFree(memory); });
+    wchar_t** words = nullptr;  // the C library's own, for as long as the program runs
+    wchar_t** environment = nullptr;
+    int newMode = 0;
+    ::__wgetmainargs(&count, &words, &environment, 0, &newMode);
     std::vector<std::string> texts;
-    for (int i = 1; words && i < count; ++i) {
-        const wchar_t* word = words.get()[i];
-        texts.push_back(toUtf8(word, std::wcslen(word)));
-    }
+    for (int i = 1; i < count; ++i) texts.push_back(toUtf8(words[i], std::wcslen(words[i])));
     return texts;
 }
 
