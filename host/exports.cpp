@@ -34,8 +34,13 @@ int VelmoraExtDynamicCmdEntry(int* step) {
 }
 
 int VelmoraExtGetVarEntry(const char16_t* expression, char16_t* result, int mode) {
+    // Both may be the same buffer: the expression is read before the result is written.
+    const int failed = -1;
+    const int done =
+        guarded(failed, [&] { return vlisp::evaluateForHost(expression, result, mode); });
+    if (done != failed) return done;
     *result = 0;
-    return guarded(1, [&] { return vlisp::evaluateForHost(expression, result, mode); });
+    return 1;
 }
 
 int AppLoad(int* step) {

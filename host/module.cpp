@@ -110,6 +110,8 @@ Module::~Module() {
             std::this_thread::yield();
         }
     evaluations_.clear();
+    // What was not taken in time leads to records that will have gone.
+    platform::takeBackPosted(handshake().mainWindow, hostRequestMessage);
     interruption::take();
 }
 

@@ -9,7 +9,7 @@ set(bridge ${CMAKE_CURRENT_BINARY_DIR}/bridge_msvc.o)
 add_custom_command(
   OUTPUT ${bridge}
   COMMAND ${VLISP_CLANG} --target=x86_64-pc-windows-msvc -std=c++20 -ffreestanding -nostdinc++
-          -fno-exceptions -fno-rtti -fno-threadsafe-statics -O2 -ffp-contract=off -Wall -Wextra
+          -fno-exceptions -fno-rtti -fno-threadsafe-statics -fasynchronous-unwind-tables -O2 -ffp-contract=off -Wall -Wextra
           -Wpedantic -Werror -I ${PROJECT_SOURCE_DIR} -MD -MF ${bridge}.d -o ${bridge} -c
           ${CMAKE_CURRENT_SOURCE_DIR}/bridge_msvc.cpp
   DEPENDS bridge_msvc.cpp

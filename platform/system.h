@@ -89,6 +89,10 @@ void withStack(std::size_t stackBytes, const std::function<void()>& work);
 /// Posts `message` with `record` to `window` and returns at once; null is ignored.
 void postToMainWindow(WindowHandle window, unsigned message, const void* record);
 
+/// Takes back what was posted as `message` and nobody has received. On the window's own thread only, and
+/// only from windows of the system: other hosts throw their queues away themselves.
+void takeBackPosted(WindowHandle window, unsigned message);
+
 /// Shows a message box with a warning in front of `window`; without a window the text goes to the
 /// standard error stream.
 void warn(WindowHandle window, const char16_t* text);

@@ -23,6 +23,8 @@
 #include <process.h>
 #include <windows.h>
 
+extern "C" IMAGE_DOS_HEADER __ImageBase;  // NOLINT: the linker's name for the image that this is in
+
 namespace vlisp::platform {
 namespace {
 
@@ -72,8 +74,8 @@ class Handle {
         return handle_ != INVALID_HANDLE_VALUE && handle_ != nullptr;
     }
     bool close() noexcept {
-        const bool wasOpen = isOpen();
-        return ::CloseHandle(std::exchange(handle_, nullptr)) != 0 || !wasOpen;
+        // What is not open is left alone, and so is the reason why it is not.
+        return !isOpen() || ::CloseHandle(std::exchange(handle_, nullptr)) != 0;
     }
 
   private:
@@ -226,6 +228,7 @@ bool stackIsLow() noexcept { return stackLeft() == 0; }
 struct Worker::State {
     std::function<void()> work;
     HANDLE thread = nullptr;
+    HANDLE hasBegun = nullptr;
     std::atomic<bool> worked{false};  // nothing of ours is called any more
     bool joined = false;
 };
@@ -252,12 +255,15 @@ Worker::Worker(std::size_t stackBytes, std::function<void()> work)
     : state_(new State{std::move(work)}) {
     const auto body = [](void* argument) -> unsigned {
         auto* state = static_cast<State*>(argument);
+        ::SetEvent(state->hasBegun);
         state->work();
         state->worked.store(true);
         return 0;
     };
+    state_->hasBegun = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
     int failure = EAGAIN;
-    for (std::size_t bytes = stackBytes; bytes >= 256 * 1024; bytes /= 2) {
+    for (std::size_t bytes = stackBytes; state_->hasBegun != nullptr && bytes >= 256 * 1024;
+         bytes /= 2) {
         if (bytes > UINT_MAX) continue;
         const std::uintptr_t thread =
             ::_beginthreadex(nullptr, static_cast<unsigned>(bytes), body, state_,
@@ -266,10 +272,15 @@ Worker::Worker(std::size_t stackBytes, std::function<void()> work)
             // The C library gives the system's handle as a number.
             // NOLINTNEXTLINE(performance-no-int-to-ptr)
             state_->thread = reinterpret_cast<HANDLE>(thread);
+            // It cannot begin while the system unloads the module, which may be the caller's next step and
+            // waits for its end.
+            ::WaitForSingleObject(state_->hasBegun, INFINITE);
+            ::CloseHandle(state_->hasBegun);
             return;
         }
         failure = errno;
     }
+    if (state_->hasBegun != nullptr) ::CloseHandle(state_->hasBegun);
     delete state_;
     throw std::system_error(failure, std::generic_category(), "cannot start a thread");
 }
@@ -411,12 +422,7 @@ ModuleFunction functionOfModule(const std::string& path, const char* name, std::
 }
 
 void* moduleInstance() noexcept {
-    static const wchar_t inThisImage = 0;
-    HMODULE module = nullptr;
-    ::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                             GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                         &inThisImage, &module);
-    return module;
+    return &__ImageBase;  // without the loader, which may be at work on this image
 }
 
 // --- Paths and reading ---
@@ -472,9 +478,8 @@ FileRead readWholeFile(const std::string& path, std::string& bytes, std::string&
     const Handle file(openFile(name, GENERIC_READ, OPEN_EXISTING));
     if (!file.isOpen()) {
         const DWORD failure = ::GetLastError();
-        const bool folder = isFolder(name);
-        reason = folder ? std::strerror(EISDIR) : messageOf(failure);
-        return folder ? FileRead::failed : FileRead::notOpened;
+        reason = isFolder(name) ? std::strerror(EISDIR) : messageOf(failure);
+        return FileRead::notOpened;
     }
     constexpr std::size_t largest = std::size_t{1} << 30;
     LARGE_INTEGER size{};
@@ -482,7 +487,9 @@ FileRead readWholeFile(const std::string& path, std::string& bytes, std::string&
         bytes.reserve(std::min(largest, static_cast<std::size_t>(size.QuadPart)));
     const auto block = std::make_unique<char[]>(65536);
     DWORD count = 0;
-    while (::ReadFile(file.get(), block.get(), 65536, &count, nullptr) != 0 && count > 0) {
+    bool isRead = true;
+    while ((isRead = ::ReadFile(file.get(), block.get(), 65536, &count, nullptr) != 0) &&
+           count > 0) {
         bytes.append(block.get(), count);
         if (bytes.size() > largest) {
             bytes.clear();
@@ -490,7 +497,7 @@ FileRead readWholeFile(const std::string& path, std::string& bytes, std::string&
             return FileRead::failed;
         }
     }
-    if (count == 0 && ::GetLastError() == ERROR_SUCCESS) return FileRead::done;
+    if (isRead) return FileRead::done;
     const DWORD failure = ::GetLastError();
     if (failure == ERROR_BROKEN_PIPE || failure == ERROR_HANDLE_EOF) return FileRead::done;
     bytes.clear();
@@ -558,7 +565,7 @@ class FileBeside {
     FileBeside& operator=(const FileBeside&) = delete;
     ~FileBeside() {
         // Also after a success: to give one file the second name of itself may leave both names.
-        ::DeleteFileW(wide(path_));
+        if (isOurs_) ::DeleteFileW(wide(path_));
     }
 
     [[nodiscard]] const std::u16string& path() const noexcept { return path_; }
@@ -566,8 +573,16 @@ class FileBeside {
     /// False: GetLastError says why.
     bool write(std::span<const std::string_view> pieces) {
         Handle file(openFile(path_, GENERIC_WRITE, CREATE_NEW));
-        return file.isOpen() && writePieces(file.get(), pieces) &&
-               ::FlushFileBuffers(file.get()) != 0 && file.close();
+        isOurs_ = file.isOpen();
+        return isOurs_ && writePieces(file.get(), pieces) && ::FlushFileBuffers(file.get()) != 0 &&
+               file.close();
+    }
+
+    /// The same file as `target`, or a copy of it. False: GetLastError says why.
+    bool copy(const std::u16string& target) {
+        isOurs_ = ::CreateHardLinkW(wide(path_), wide(target), nullptr) != 0 ||
+                  ::CopyFileW(wide(target), wide(path_), TRUE) != 0;
+        return isOurs_;
     }
 
     /// In one step, in place of the file that has the name.
@@ -578,15 +593,14 @@ class FileBeside {
 
   private:
     std::u16string path_;
+    bool isOurs_ = false;
 };
 
 /// Gives the file at `target` a second name; where the file system has none, copies it.
 void keepBackup(const std::u16string& target) {
     const std::u16string backup = target + u".bak";
     FileBeside kept(target);
-    if (::CreateHardLinkW(wide(kept.path()), wide(target), nullptr) == 0 &&
-        ::CopyFileW(wide(target), wide(kept.path()), TRUE) == 0)
-        failWith("cannot keep a copy of", toUtf8(target), ::GetLastError());
+    if (!kept.copy(target)) failWith("cannot keep a copy of", toUtf8(target), ::GetLastError());
     if (!kept.giveName(backup)) failWith(cannotWrite, toUtf8(backup), ::GetLastError());
 }
 

@@ -13,6 +13,8 @@ void postToMainWindow(WindowHandle window, unsigned message, const void* record)
     if (window != nullptr) window->post(message, record);
 }
 
+void takeBackPosted(WindowHandle /*window*/, unsigned /*message*/) {}
+
 void warn(WindowHandle window, const char16_t* text) {
     if (window != nullptr) return window->warn(text);
     std::cerr << toUtf8(text) << '\n';

@@ -40,6 +40,17 @@ void postToMainWindow(WindowHandle window, unsigned message, const void* record)
     PostMessageW(native(window), message, 0, reinterpret_cast<LPARAM>(record));
 }
 
+void takeBackPosted(WindowHandle window, unsigned message) {
+    if (window == nullptr) return;
+    constexpr UINT postedOnly = PM_REMOVE | PM_QS_POSTMESSAGE;
+    MSG taken;
+    while (PeekMessageW(&taken, native(window), message, message, postedOnly) != 0) {
+        if (taken.message != WM_QUIT) continue;
+        PostQuitMessage(static_cast<int>(taken.wParam));  // it comes whatever is asked for
+        return;
+    }
+}
+
 void warn(WindowHandle window, const char16_t* text) {
     MessageBoxW(native(window), units(text), units(boxTitle().c_str()), MB_OK | MB_ICONWARNING);
 }

@@ -295,6 +295,13 @@ TEST_F(EntryPoints, StoppingDoesNotWaitForTheHost) {
 
 // --- VelmoraExtGetVarEntry ---
 
+TEST_F(EntryPoints, TheExpressionMayStandWhereTheResultWill) {
+    ASSERT_TRUE(test::startExtension());
+    char16_t buffer[300] = u"(+ 40 2)";
+    EXPECT_EQ(VelmoraExtGetVarEntry(buffer, buffer, 1), 1);
+    EXPECT_EQ(std::u16string(buffer), u"42");
+}
+
 TEST_F(EntryPoints, AValueComesInTheFormThatIsAskedFor) {
     ASSERT_TRUE(test::startExtension());
     EntityNameBase = 0;

@@ -392,7 +392,11 @@ TEST(ReadFile, TellsWhatKeptItFromReading) {
     } rows[] = {
         {"/none/such.lsp", FileRead::notOpened},
         {"", FileRead::notOpened},
+#ifdef _WIN32
+        {folder, FileRead::notOpened},
+#else
         {folder, FileRead::failed},
+#endif
     };
     for (const auto& row : rows) {
         std::string bytes = "before";

@@ -122,6 +122,24 @@ TEST_F(Files, LispEditStartsTheEditorWithTheTypedFile) {
     const StartedEditor editor("(setq edited 1)");
 }
 
+TEST_F(Files, LispEditTakesAPathAsItWasTyped) {
+    for (const char16_t* name : {u"with two blanks.lsp", u"gr\u00f6\u00dfe \u4e2d.lsp"}) {
+        const TemporaryFile file(name, "(setq typed 1)");
+        int step = 2;
+        host.inputString = file.path();
+        EXPECT_EQ(module->lispEdit(&step), 1);
+        const StartedEditor editor("(setq typed 1)");
+    }
+}
+
+TEST_F(Files, AppLoadLoadsAFileBeyondAscii) {
+    const TemporaryFile file(u"gr\u00f6\u00dfe \u4e2d.lsp", "(princ (* 6 7))");
+    host.inputString = file.path();
+    EXPECT_EQ(load(), "");
+    EXPECT_EQ(host.shown.size(), 2u);
+    EXPECT_EQ(host.shown.back(), "42");
+}
+
 TEST_F(Files, LispEditWithoutAFileStartsTheEditorEmpty) {
     {
         const NextDialog dialog(IDCANCEL, [](HWND) {});
