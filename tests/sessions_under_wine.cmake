@@ -35,3 +35,9 @@ foreach(part 0 1)
                        ENVIRONMENT "GTEST_TOTAL_SHARDS=2;GTEST_SHARD_INDEX=${part}")
   uses_wine(Sessions_under_wine_${part})
 endforeach()
+
+# Of the system it wants what every start has to load, and no more.
+find_program(VLISP_LLVM_READOBJ NAMES llvm-readobj llvm-readobj-14 REQUIRED)
+add_test(NAME Program_imports
+         COMMAND ${CMAKE_COMMAND} -DREADOBJ=${VLISP_LLVM_READOBJ} -DPROGRAM=$<TARGET_FILE:vlisp>
+                 -P ${CMAKE_CURRENT_SOURCE_DIR}/cli/imports_test.cmake)

@@ -1,7 +1,7 @@
 // What the program gets from its caller, on Windows. See input.h.
 #include "apps/vlisp/input.h"
 
-#include "apps/vlisp/signals.h"
+#include "apps/vlisp/line_reader_windows.h"
 #include "platform/text.h"
 
 #include <cerrno>
@@ -35,20 +35,13 @@ std::string toUtf8(const wchar_t* text, std::size_t length) {
 
 constexpr std::size_t blockSize = 65536;
 
-// A line as the console's own editor hands it over. Ctrl-Z at its begin is the end.
 bool readConsole(int descriptor, std::string& bytes) {
-    wchar_t units[4096];
-    DWORD count = 0;
-    if (::ReadConsoleW(handleOf(descriptor), units, std::size(units), &count, nullptr) == 0)
-        return false;
-    if (count == 0) {  // Ctrl-C: whoever handles it does so on another thread
-        waitForSignal();
-        return true;
+    std::u16string line;
+    switch (readConsoleLine(descriptor, line, nullptr)) {
+    case LineEnd::end: return false;
+    case LineEnd::signal: return true;  // whoever reads asks for it
+    default: bytes += platform::toUtf8(line) + '\n'; return true;
     }
-    constexpr wchar_t endMark = 0x1a;
-    if (units[0] == endMark) return false;
-    bytes += toUtf8(units, count);
-    return true;
 }
 
 }  // namespace
@@ -68,6 +61,8 @@ std::vector<std::string> wordsOfCommandLine(int /*argc*/, char** /*argv*/) {
 
 void prepareStreams() {
     for (std::FILE* stream : {stdin, stdout, stderr}) ::_setmode(::_fileno(stream), _O_BINARY);
+    // A text at once: the console shows no letter whose bytes come one by one.
+    if (isTerminal(::_fileno(stdout))) std::setvbuf(stdout, nullptr, _IOFBF, blockSize);
     ::SetConsoleOutputCP(CP_UTF8);
 }
 

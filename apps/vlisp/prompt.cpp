@@ -1,5 +1,6 @@
 // vlisp alone in a terminal: the command line. See commands.h.
-// Tests: tests/cli/prompt_posix_test.cpp (through a pseudo-terminal).
+// Tests: tests/cli/prompt_posix_test.cpp (through a pseudo-terminal), tests/cli/prompt_windows_test.cpp (in a
+// console), tests/cli/completion_test.cpp.
 #include "apps/vlisp/commands.h"
 #include "apps/vlisp/console.h"
 #include "apps/vlisp/signals.h"
@@ -9,7 +10,6 @@
 #include "core/interruption.h"
 #include "platform/text.h"
 
-#include <clocale>
 #include <iostream>
 #include <set>
 
@@ -106,11 +106,10 @@ class CommandPrompt {
 }  // namespace
 
 int promptForTexts() {
-    std::setlocale(LC_CTYPE, "");  // for the line editor; the interpreter knows no locale
     watchSignalsOfPrompt();
     std::cout
         << "Velmora LISP. ( and ! begin LISP, everything else is a command; HELP lists them.\n"
-           "Tab completes names, Ctrl-C cancels, Ctrl-D or QUIT ends.\n";
+        << Terminal::keys() << '\n';
     CommandPrompt().run();
     std::cout << '\n';
     return endingSignal() != 0 ? exitSignal + endingSignal() : exitCodeOfOutput(exitOk);

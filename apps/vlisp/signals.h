@@ -1,6 +1,6 @@
 // Signals that end the program: they end the evaluation first.
 // One source per system.
-// Tests: tests/cli/signals_posix_test.cpp, tests/cli/prompt_posix_test.cpp.
+// Tests: tests/cli/signals_*_test.cpp, tests/cli/prompt_*_test.cpp.
 #pragma once
 
 namespace vlisp::app {
@@ -14,9 +14,6 @@ bool signalled() noexcept;
 
 /// Waits until `descriptor` can be read; false when a signal came instead, or when it never can be.
 bool waitForInput(int descriptor) noexcept;
-
-/// Waits until a signal that is on its way has been told, but not for ever.
-void waitForSignal() noexcept;
 
 /// `code`, or 128 and its number when a signal came.
 int exitCodeOfSignals(int code);

@@ -68,9 +68,6 @@ bool waitForInput(int descriptor) noexcept {
     }
 }
 
-// It is told before anything else goes on.
-void waitForSignal() noexcept {}
-
 int exitCodeOfSignals(int code) { return signalled() ? exitSignal + received : code; }
 
 void watchSignalsOfPrompt() {

@@ -3,8 +3,8 @@
 
 #include "platform/text.h"
 
-#include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <cstdlib>
 #include <cwchar>
 #include <filesystem>
@@ -25,29 +25,10 @@ fs::path historyFile() {
     return {};
 }
 
-char upper(char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); }
-
-bool beginsIgnoringCase(const std::string& name, std::string_view typed) {
-    return name.size() >= typed.size() &&
-           std::equal(typed.begin(), typed.end(), name.begin(),
-                      [](char a, char b) { return upper(a) == upper(b); });
-}
-
-std::string commonBeginning(const std::vector<std::string>& names) {
-    std::string common = names.front();
-    for (const std::string& name : names) {
-        const auto end = std::mismatch(common.begin(), common.end(), name.begin(), name.end(),
-                                       [](char a, char b) { return upper(a) == upper(b); })
-                             .first;
-        common.erase(end, common.end());
-    }
-    return common;
-}
-
 }  // namespace
 
 struct Terminal::Editor {
-    explicit Editor(Names namesToComplete);
+    explicit Editor(NameSource namesToComplete);
 
     Outcome read(std::u16string_view prompt, std::u16string& line);
     void remember(const std::string& line);
@@ -57,7 +38,7 @@ struct Terminal::Editor {
     static unsigned char completeName(EditLine* library, wint_t key);
     static char* promptOf(EditLine* library);
 
-    Names names;
+    NameSource names;
     std::unique_ptr<EditLine, void (*)(EditLine*)> edited;
     std::unique_ptr<History, void (*)(History*)> past;
     std::string file;
@@ -74,7 +55,7 @@ unsigned char Terminal::Editor::completeName(EditLine* library, wint_t /*key*/) 
     return of(library)->complete();
 }
 
-Terminal::Editor::Editor(Names namesToComplete)
+Terminal::Editor::Editor(NameSource namesToComplete)
     : names(std::move(namesToComplete)), edited(el_init("vlisp", stdin, stdout, stderr), &el_end),
       past(history_init(), &history_end), file(historyFile().string()) {
     HistEvent event;
@@ -130,41 +111,31 @@ void Terminal::Editor::remember(const std::string& line) {
     history(past.get(), &event, H_SAVE, file.c_str());
 }
 
-// As far as it is certain, in the case in which it is being typed; lists the names when nothing is
-// certain any more.
 unsigned char Terminal::Editor::complete() {
     const LineInfo* line = el_line(edited.get());
     const std::string_view before(line->buffer,
                                   static_cast<std::size_t>(line->cursor - line->buffer));
-    const std::size_t separator = before.find_last_of(" ()'\"!");
-    const std::size_t begin = separator == std::string_view::npos ? 0 : separator + 1;
-    const std::string_view typed = before.substr(begin);
-    if (typed.empty()) return CC_ERROR;
-
-    std::vector<std::string> matching;
-    for (const std::string& name : names(before.substr(0, begin)))
-        if (beginsIgnoringCase(name, typed)) matching.push_back(name);
-    if (matching.empty()) return CC_ERROR;
-
-    std::string rest = commonBeginning(matching).substr(typed.size());
-    const bool typesLower = std::any_of(typed.begin(), typed.end(),
-                                        [](unsigned char c) { return std::islower(c) != 0; });
-    if (typesLower)
-        std::transform(rest.begin(), rest.end(), rest.begin(),
-                       [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    const bool inText = begin > 0 && before[begin - 1] == '"';
-    if (matching.size() == 1 && !inText) rest += ' ';
-    if (!rest.empty()) return el_insertstr(edited.get(), rest.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
+    const Completion found = app::complete(before, names);
+    if (found.matching.empty()) return CC_ERROR;
+    if (!found.rest.empty())
+        return el_insertstr(edited.get(), found.rest.c_str()) == 0 ? CC_REFRESH : CC_ERROR;
 
     std::cout << '\n';
-    for (const std::string& name : matching) std::cout << name << "  ";
+    for (const std::string& name : found.matching) std::cout << name << "  ";
     std::cout << '\n' << std::flush;
     return CC_REDISPLAY;
 }
 
 char* Terminal::Editor::promptOf(EditLine* library) { return of(library)->asked.data(); }
 
-Terminal::Terminal(Names names) : editor_(std::make_unique<Editor>(std::move(names))) {}
+std::string_view Terminal::keys() {
+    return "Tab completes names, Ctrl-C cancels, Ctrl-D or QUIT ends.";
+}
+
+Terminal::Terminal(NameSource names) {
+    std::setlocale(LC_CTYPE, "");  // for the line editor; the interpreter knows no locale
+    editor_ = std::make_unique<Editor>(std::move(names));
+}
 
 Terminal::~Terminal() = default;
 
