@@ -1,9 +1,8 @@
 // The words of a command line are cut by each program for itself on Windows, and come as 16-bit units.
 #include "tests/cli/console_windows.h"
+#include "tests/support/temporary_folder.h"
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace {
 
@@ -11,21 +10,17 @@ namespace fs = std::filesystem;
 
 // What vlisp prints when its command line goes on with `words`.
 std::string printed(const std::wstring& words) {
-    const fs::path file =
-        fs::temp_directory_path() / (L"vlisp-words-" + std::to_wstring(::GetCurrentProcessId()));
+    const vlisp::test::TemporaryFolder folder;
+    const fs::path file = folder.path() / "printed";
+    // The program's console may hold it a little longer than the program.
+    constexpr DWORD everybody = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
-    const HANDLE output = ::CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited,
+    const HANDLE output = ::CreateFileW(file.c_str(), GENERIC_WRITE, everybody, &inherited,
                                         CREATE_ALWAYS, 0, nullptr);
     EXPECT_NE(output, INVALID_HANDLE_VALUE);
     EXPECT_GE(vlisp::cli_tests::Child(words, nullptr, output).exitCode(), 0);
     ::CloseHandle(output);
-    std::string text;
-    {
-        std::ifstream stream(file, std::ios::binary);
-        text.assign(std::istreambuf_iterator<char>(stream), {});
-    }
-    fs::remove(file);
-    return text;
+    return vlisp::test::contentsOf(file);
 }
 
 // A word that help does not know is shown as it came.

@@ -11,7 +11,6 @@
 namespace vlisp::test {
 namespace {
 
-constexpr DWORD longestWait = 60'000;  // milliseconds
 constexpr wchar_t windowClass[] = L"VelmoraMainFrame";
 
 TestHost* theHost = nullptr;

@@ -23,6 +23,9 @@
 
 namespace vlisp::test {
 
+/// What may last so long and no longer, on the slowest machine.
+inline constexpr DWORD longestWait = 60'000;  // milliseconds
+
 /// ASCII text, wide and back. A unit that is not ASCII becomes "?".
 std::u16string wide(std::string_view text);
 std::string narrow(std::u16string_view text);

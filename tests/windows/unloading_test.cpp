@@ -6,13 +6,15 @@ namespace {
 
 class Unloading : public StartedHere {
   protected:
-    // Unloads, after which nothing may lead to records that have gone.
+    // Whether a message waits that nobody has taken.
+    bool hasMessage() {
+        MSG first;
+        return PeekMessageW(&first, host.window, hostRequestMessage, hostRequestMessage,
+                            PM_NOREMOVE) != FALSE;
+    }
     void unload() {
         module.reset();
         EXPECT_FALSE(LoadedModule::isLoaded());
-        MSG left;
-        EXPECT_FALSE(
-            PeekMessageW(&left, host.window, hostRequestMessage, hostRequestMessage, PM_NOREMOVE));
     }
 };
 
@@ -43,12 +45,21 @@ TEST_F(Unloading, HappensWhileAProgramRuns) {
     unload();
 }
 
-// Also before the thread of a program has begun, and while a message waits to be taken.
+// Its message leads to a record that has gone, and is not left to the host.
+TEST_F(Unloading, TakesBackAMessageThatNobodyTook) {
+    host.startEvaluation(*module, "(while T (princ \"on\"))");
+    while (!hasMessage()) Sleep(1);
+    unload();
+    EXPECT_FALSE(hasMessage());
+}
+
+// Also before the thread of a program has begun.
 TEST_F(Unloading, HappensAtAnyMoment) {
     for (int round = 0; round < 40; ++round) {
         host.startEvaluation(*module, "(while T (princ (wcmatch \"abc\" \"*[a-c]*b?\")))");
         if (round % 2 == 1) Sleep(static_cast<DWORD>(round % 8));
         unload();
+        host.dropMessages();
         module.emplace();
         ASSERT_TRUE(start());
     }
@@ -73,8 +84,7 @@ TEST_F(Unloading, TheProcessEndsWhileAProgramRuns) {
     PROCESS_INFORMATION process{};
     ASSERT_TRUE(CreateProcessW(program, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
                                &start, &process));
-    constexpr DWORD patience = 60'000;  // ms
-    EXPECT_EQ(WaitForSingleObject(process.hProcess, patience), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(process.hProcess, longestWait), WAIT_OBJECT_0);
     DWORD ended = 0;
     EXPECT_TRUE(GetExitCodeProcess(process.hProcess, &ended));
     EXPECT_EQ(ended, code);

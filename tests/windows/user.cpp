@@ -10,7 +10,6 @@
 namespace vlisp::test {
 namespace {
 
-constexpr ULONGLONG longestWait = 60'000;  // milliseconds
 constexpr DWORD pause = 20;
 
 // Asks again and again; ends the program after a minute.
@@ -160,7 +159,7 @@ StartedEditor::~StartedEditor() {
     HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, process_);
     PostMessageW(window_, WM_CLOSE, 0, 0);
     if (process == nullptr) return;
-    if (WaitForSingleObject(process, static_cast<DWORD>(longestWait)) != WAIT_OBJECT_0)
+    if (WaitForSingleObject(process, longestWait) != WAIT_OBJECT_0)
         hostFault("the editor does not close");
     CloseHandle(process);
 }

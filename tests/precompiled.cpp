@@ -1,1 +1,0 @@
-// Nothing but a source to compile the headers for. See CMakeLists.txt.
