@@ -126,7 +126,12 @@ void Module::startEvaluation(std::function<void()> evaluation) {
             platform::evaluationStack, [this, &started, work = std::move(evaluation)] {
                 {
                     const std::lock_guard one(evaluating_);
-                    work();
+                    try {
+                        work();
+                    } catch (const std::exception&) {
+                        // No memory even to tell what has become of it.
+                        port_.sendEvalDone(messages::outOfMemory);
+                    }
                 }
                 started.ended = true;
             });

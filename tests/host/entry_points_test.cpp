@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <atomic>
 #include <gtest/gtest.h>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -257,6 +258,15 @@ TEST_F(EntryPoints, EvaluationsRunOneAfterAnother) {
     std::vector<std::u16string> expected;
     for (int i = 0; i < commands; ++i) expected.insert(expected.end(), {u"a", u"b"});
     EXPECT_EQ(host.shown, expected);
+}
+
+// The host waits for the end of each, and the next one for its turn.
+TEST_F(EntryPoints, AnEvaluationThatFindsNoMemoryEnds) {
+    ASSERT_TRUE(test::startExtension());
+    currentModule()->startEvaluation([] { throw std::bad_alloc(); });
+    ASSERT_TRUE(RecordingHost::reaches(host.evalDones, 1));
+    EXPECT_EQ(toUtf8(host.posted.back().messageText), ";error; out of memory");
+    EXPECT_EQ(resultOf(u"(+ 2 3)"), "5");
 }
 
 // Whatever it does, a command ends when the module does, and nothing is posted any more.

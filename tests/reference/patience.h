@@ -1,5 +1,4 @@
 // How long a program that is being reduced may take: it may have lost what ended it.
-// One source per system.
 #pragma once
 
 namespace vlisp::reference {
