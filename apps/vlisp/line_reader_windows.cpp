@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <io.h>
 #include <mutex>
+#include <utility>
 
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
@@ -55,7 +56,7 @@ void typeWakeKey() noexcept {
 
 // One call of the system. False at the end of all input. Nothing at all in `text`: Ctrl-C.
 bool readUnits(HANDLE console, ULONG keys, std::u16string& text) {
-    constexpr std::size_t room = 16384;  // units; the console takes no more for a line
+    constexpr std::size_t room = 16384;  // units; most consoles take no more for a line
     CONSOLE_READCONSOLE_CONTROL control{};
     control.nLength = sizeof control;
     control.nInitialChars = static_cast<ULONG>(text.size());
@@ -72,6 +73,7 @@ bool readUnits(HANDLE console, ULONG keys, std::u16string& text) {
 LineEnd readUntilKey(HANDLE console, std::u16string& line, std::u16string* behind) {
     const ULONG keys = bitOf(wakeKey) | (behind != nullptr ? bitOf(tabKey) : 0);
     const auto isKey = [&](char16_t unit) { return unit < u' ' && (keys & bitOf(unit)) != 0; };
+    std::u16string begin;  // of a line for which there was no room: what has come of it
     for (;;) {
         if (takeSignal(0)) return LineEnd::signal;
         if (!readUnits(console, keys, line)) return LineEnd::end;
@@ -80,8 +82,12 @@ LineEnd readUntilKey(HANDLE console, std::u16string& line, std::u16string* behin
             takeSignal(longest);
             return LineEnd::signal;
         }
+        if (line.ends_with(u'\n')) break;
         const auto key = std::ranges::find_if(line, isKey);
-        if (key == line.end()) break;
+        if (key == line.end()) {
+            begin += std::exchange(line, {});
+            continue;
+        }
         const bool isTab = *key == tabKey;
         const auto cursor = line.erase(key);
         if (isTab) {
@@ -91,6 +97,7 @@ LineEnd readUntilKey(HANDLE console, std::u16string& line, std::u16string* behin
         }
         // A wake-up key without a signal is left from one that had ended the reading by itself.
     }
+    line.insert(0, begin);
     while (line.ends_with(u'\n') || line.ends_with(u'\r')) line.pop_back();
     return line.starts_with(endKey) ? LineEnd::end : LineEnd::enter;
 }

@@ -7,10 +7,14 @@
 
 #include <array>
 #include <chrono>
+#include <cstdio>
 #include <gtest/gtest.h>
+#include <io.h>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <vector>
 
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
@@ -21,6 +25,10 @@ using namespace std::chrono_literals;
 
 inline std::string toUtf8(std::wstring_view text) {
     return platform::toUtf8({reinterpret_cast<const char16_t*>(text.data()), text.size()});
+}
+
+[[noreturn]] inline void throwError(const std::string& what) {
+    throw std::runtime_error(what + ", error " + std::to_string(::GetLastError()));
 }
 
 /// vlisp.exe, which lies beside the program of the tests.
@@ -45,12 +53,11 @@ class Child {
         std::wstring line = L"vlisp.exe " + words;
         if (::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr,
                              nullptr, &start, &process_) == 0)
-            ADD_FAILURE() << "not started: " << toUtf8(program) << ", " << ::GetLastError();
+            throwError("not started: " + toUtf8(program));
     }
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
     ~Child() {
-        if (process_.hProcess == nullptr) return;
         ::TerminateProcess(process_.hProcess, 1);
         ::WaitForSingleObject(process_.hProcess, longestWait);
         ::CloseHandle(process_.hThread);
@@ -60,8 +67,7 @@ class Child {
     /// Waits for the end; -1 when it does not come.
     int exitCode() {
         DWORD code = 0;
-        if (process_.hProcess == nullptr ||
-            ::WaitForSingleObject(process_.hProcess, longestWait) != WAIT_OBJECT_0 ||
+        if (::WaitForSingleObject(process_.hProcess, longestWait) != WAIT_OBJECT_0 ||
             ::GetExitCodeProcess(process_.hProcess, &code) == 0)
             return -1;
         return static_cast<int>(code);
@@ -77,9 +83,11 @@ class Child {
 class Console {
   public:
     Console() {
+        if (::_isatty(::_fileno(stdout)) != 0)
+            throw std::runtime_error("the tests' output would be lost; send it through | cat");
         for (std::size_t i = 0; i < streams.size(); ++i) former_[i] = ::GetStdHandle(streams[i]);
         ::FreeConsole();
-        if (::AllocConsole() == 0) ADD_FAILURE() << "no console: " << ::GetLastError();
+        if (::AllocConsole() == 0) throwError("no console");
         keyboard_ = open(L"CONIN$");
         screen_ = open(L"CONOUT$");
         // Ctrl-C comes to all processes in the console. To ignore it would be passed on to the child.
@@ -100,16 +108,16 @@ class Console {
     [[nodiscard]] HANDLE keyboard() const noexcept { return keyboard_; }
     [[nodiscard]] HANDLE screen() const noexcept { return screen_; }
 
-    void press(WORD key, wchar_t unit, DWORD held = 0) const {
-        INPUT_RECORD record{};
-        record.EventType = KEY_EVENT;
-        record.Event.KeyEvent.bKeyDown = TRUE;
-        record.Event.KeyEvent.wRepeatCount = 1;
-        record.Event.KeyEvent.wVirtualKeyCode = key;
-        record.Event.KeyEvent.uChar.UnicodeChar = unit;
-        record.Event.KeyEvent.dwControlKeyState = held;
+    void press(const std::vector<KEY_EVENT_RECORD>& keys) const {
+        std::vector<INPUT_RECORD> records(keys.size());
+        for (std::size_t i = 0; i < keys.size(); ++i) {
+            records[i].EventType = KEY_EVENT;
+            records[i].Event.KeyEvent = keys[i];
+        }
         DWORD count = 0;
-        EXPECT_TRUE(::WriteConsoleInputW(keyboard_, &record, 1, &count) != 0 && count == 1);
+        const auto all = static_cast<DWORD>(records.size());
+        EXPECT_TRUE(::WriteConsoleInputW(keyboard_, records.data(), all, &count) != 0 &&
+                    count == all);
     }
 
     /// What is on the screen down to the cursor, without the blanks at the lines' ends.
@@ -155,19 +163,23 @@ class Terminal {
         : child_(words, console_.keyboard(), console_.screen()) {}
 
     /// Types a text; \r is Enter, \t the Tab key.
-    void type(std::wstring_view keys) const {
-        for (const wchar_t unit : keys) {
+    void type(std::wstring_view text) const {
+        std::vector<KEY_EVENT_RECORD> keys;
+        for (const wchar_t unit : text) {
             const bool isNamed = unit == L'\r' || unit == L'\t';
-            console_.press(static_cast<WORD>(isNamed ? unit : 0), unit);
+            keys.push_back(key(static_cast<WORD>(isNamed ? unit : 0), unit));
         }
+        console_.press(keys);
     }
 
-    void pressLeft() const { console_.press(VK_LEFT, 0); }
-    void pressUp() const { console_.press(VK_UP, 0); }
+    void pressLeft(std::size_t times) const {
+        console_.press(std::vector<KEY_EVENT_RECORD>(times, key(VK_LEFT)));
+    }
+    void pressUp() const { console_.press({key(VK_UP)}); }
     void pressControl(wchar_t letter) const {
         constexpr wchar_t mask = 0x1f;
-        console_.press(static_cast<WORD>(letter), static_cast<wchar_t>(letter & mask),
-                       LEFT_CTRL_PRESSED);
+        console_.press({key(static_cast<WORD>(letter), static_cast<wchar_t>(letter & mask),
+                            LEFT_CTRL_PRESSED)});
     }
 
     /// Ctrl-C as another program sends it.
@@ -204,6 +216,16 @@ class Terminal {
     }
 
   private:
+    static KEY_EVENT_RECORD key(WORD code, wchar_t unit = 0, DWORD held = 0) {
+        KEY_EVENT_RECORD record{};
+        record.bKeyDown = TRUE;
+        record.wRepeatCount = 1;
+        record.wVirtualKeyCode = code;
+        record.uChar.UnicodeChar = unit;
+        record.dwControlKeyState = held;
+        return record;
+    }
+
     Console console_;
     Child child_;
     std::size_t seen_ = 0;

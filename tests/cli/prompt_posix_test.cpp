@@ -141,6 +141,12 @@ TEST_F(Prompt, EvaluatesALineAndEnds) {
     EXPECT_EQ(terminal.exitCode(), 0);
 }
 
+TEST_F(Prompt, TellsTheKeys) {
+    Terminal terminal(home);
+    ASSERT_TRUE(
+        terminal.sees("Tab completes names, Ctrl-C cancels, Ctrl-D or QUIT ends.\r\n" + ready));
+}
+
 TEST_F(Prompt, ContinuesWhileAParenthesisIsOpen) {
     Terminal terminal(home);
     ASSERT_TRUE(terminal.sees(ready));

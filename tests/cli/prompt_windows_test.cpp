@@ -70,11 +70,27 @@ TEST(Prompt, CompletesInFrontOfWhatIsTypedAlready) {
     Terminal terminal;
     ASSERT_TRUE(terminal.sees(ready));
     terminal.type(L"(strl \"four\")");
-    for (int i = 0; i < 8; ++i) terminal.pressLeft();
+    terminal.pressLeft(std::wstring(L" \"four\")").size());
     terminal.type(L"\t");
     ASSERT_TRUE(terminal.sees(L"(strlen  \"four\")"));
     terminal.type(L"\r");
     ASSERT_TRUE(terminal.sees(L"\n4\n"));
+}
+
+// With it the program wakes itself at a signal.
+TEST(Prompt, AKeyWithoutMeaningLeavesTheLine) {
+    Terminal terminal;
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type(L"(+ 40\x1f 2)\x1f\r");
+    ASSERT_TRUE(terminal.sees(L" (+ 40 2)\n42\n"));
+}
+
+TEST(Prompt, TakesALongLine) {
+    Terminal terminal;
+    ASSERT_TRUE(terminal.sees(ready));
+    terminal.type(L"(strlen \"" + std::wstring(20'000, L'a') + L"\")\r");
+    ASSERT_TRUE(terminal.sees(L"\n20000\n"));
+    ASSERT_TRUE(terminal.sees(ready));
 }
 
 TEST(Prompt, CompletesCommandsAndKeywords) {
