@@ -61,8 +61,9 @@ std::vector<std::string> wordsOfCommandLine(int /*argc*/, char** /*argv*/) {
 
 void prepareStreams() {
     for (std::FILE* stream : {stdin, stdout, stderr}) ::_setmode(::_fileno(stream), _O_BINARY);
-    // A text at once: the console shows no letter whose bytes come one by one.
-    if (isTerminal(::_fileno(stdout))) std::setvbuf(stdout, nullptr, _IOFBF, blockSize);
+    // A text at once: a console shows no letter whose bytes come one by one.
+    for (std::FILE* stream : {stdout, stderr})
+        if (isTerminal(::_fileno(stream))) std::setvbuf(stream, nullptr, _IOFBF, blockSize);
     ::SetConsoleOutputCP(CP_UTF8);
 }
 

@@ -40,6 +40,12 @@ TEST(Prompt, ShowsLettersBeyondAscii) {
     ASSERT_TRUE(terminal.sees(L"\n5\n"));
 }
 
+TEST(Prompt, ShowsThemInMessages) {
+    Terminal message(L"help größe");
+    EXPECT_EQ(message.exitCode(), 2);
+    EXPECT_TRUE(message.hasShown(L"vlisp: nothing is known as 'größe'\n"));
+}
+
 TEST(Prompt, ContinuesWhileAParenthesisIsOpen) {
     Terminal terminal;
     ASSERT_TRUE(terminal.sees(ready));
