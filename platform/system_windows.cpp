@@ -21,9 +21,13 @@
 
 #define WIN32_LEAN_AND_MEAN
 #include <process.h>
+// GCC 12 takes a segment's address 0, which GetCurrentFiber reads, for no address.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Warray-bounds"
 #include <windows.h>
+#pragma GCC diagnostic pop
 
-extern "C" IMAGE_DOS_HEADER __ImageBase;  // NOLINT: the linker's name for the image that this is in
+extern "C" unsigned char __ImageBase[];  // NOLINT: the linker's name for the image that this is in
 
 namespace vlisp::platform {
 namespace {
@@ -422,7 +426,7 @@ ModuleFunction functionOfModule(const std::string& path, const char* name, std::
 }
 
 void* moduleInstance() noexcept {
-    return &__ImageBase;  // without the loader, which may be at work on this image
+    return __ImageBase;  // without the loader, which may be at work on this image
 }
 
 // --- Paths and reading ---
