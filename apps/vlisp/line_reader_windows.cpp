@@ -93,6 +93,7 @@ LineEnd readUntilKey(HANDLE console, std::u16string& line, std::u16string* behin
         if (isTab) {
             behind->assign(cursor, line.end());
             line.erase(cursor, line.end());
+            line.insert(0, begin);
             return LineEnd::tab;
         }
         // A wake-up key without a signal is left from one that had ended the reading by itself.
